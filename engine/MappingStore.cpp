@@ -1,0 +1,85 @@
+#include "engine/MappingStore.h"
+
+#include "platform/UserDefaults.h"
+
+namespace keyvane {
+
+std::vector<KeyMapping> keyMappings;
+
+namespace {
+
+std::optional<KeyMapping> asKeyMapping(const DefaultsValue& value) {
+    const DefaultsDictionary* dictionary = value.get<DefaultsDictionary>();
+    if (!dictionary) return std::nullopt;
+    KeyMapping mapping;
+    for (const auto& [key, element] : *dictionary) {
+        const std::string* text = element.get<std::string>();
+        if (!text) return std::nullopt;
+        mapping.emplace(key, *text);
+    }
+    return mapping;
+}
+
+std::vector<KeyMapping> storedMappings() {
+    const DefaultsValue* stored = UserDefaults::standard().objectForKey(defaults_keys::keyData);
+    const DefaultsArray* array = stored ? stored->get<DefaultsArray>() : nullptr;
+    if (!array) return {};
+    std::vector<KeyMapping> mappings;
+    mappings.reserve(array->size());
+    for (const DefaultsValue& element : *array) {
+        std::optional<KeyMapping> mapping = asKeyMapping(element);
+        if (!mapping) return {};
+        mappings.push_back(std::move(*mapping));
+    }
+    return mappings;
+}
+
+}  // namespace
+
+void MappingStore::loadMappings() { keyMappings = storedMappings(); }
+
+void MappingStore::saveMappings() {
+    UserDefaults::standard().setStringDictionaryArray(defaults_keys::keyData, keyMappings);
+}
+
+void MappingStore::appendMapping(const KeyMapping& mapping) {
+    keyMappings.push_back(mapping);
+    saveMappings();
+}
+
+void MappingStore::removeMapping(std::size_t index) {
+    keyMappings.erase(keyMappings.begin() + static_cast<std::ptrdiff_t>(index));
+    saveMappings();
+}
+
+std::optional<std::string> MappingStore::loadKeyboardId() {
+    return UserDefaults::standard().stringForKey(defaults_keys::keyboardId);
+}
+
+void MappingStore::saveKeyboardId(const std::string& keyboardId) {
+    UserDefaults::standard().setString(defaults_keys::keyboardId, keyboardId);
+}
+
+bool MappingStore::loadApplyAtLogin() {
+    return UserDefaults::standard().boolForKey(defaults_keys::applyAtLogin);
+}
+
+void MappingStore::saveApplyAtLogin(bool applyAtLogin) {
+    UserDefaults::standard().setBool(defaults_keys::applyAtLogin, applyAtLogin);
+}
+
+std::string MappingStore::describe(const std::vector<KeyMapping>& mappings) {
+    std::string text = "(";
+    for (std::size_t i = 0; i < mappings.size(); ++i) {
+        text += i == 0 ? "{" : ", {";
+        bool first = true;
+        for (const auto& [key, value] : mappings[i]) {
+            text += (first ? "" : ", ") + key + " = \"" + value + "\"";
+            first = false;
+        }
+        text += "}";
+    }
+    return text + ")";
+}
+
+}  // namespace keyvane

@@ -1,0 +1,236 @@
+#include "UserDefaults.h"
+
+#include <sys/stat.h>
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QJsonValue>
+#include <QVariant>
+#include <cmath>
+#include <cstdlib>
+#include <ctime>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+
+#include "AtomicFile.h"
+
+namespace keyvane {
+namespace {
+
+DefaultsValue fromJson(const QJsonValue& json);
+
+DefaultsDictionary fromJsonObject(const QJsonObject& object) {
+    DefaultsDictionary result;
+    for (auto it = object.begin(); it != object.end(); ++it)
+        result.emplace(it.key().toStdString(), fromJson(it.value()));
+    return result;
+}
+
+DefaultsValue fromJson(const QJsonValue& json) {
+    switch (json.type()) {
+        case QJsonValue::Bool:
+            return {json.toBool()};
+        case QJsonValue::Double:
+            // Qt keeps integers that JSON wrote without a fraction as 64-bit integers.
+            if (json.toVariant().typeId() == QMetaType::LongLong)
+                return {static_cast<std::int64_t>(json.toInteger())};
+            return {json.toDouble()};
+        case QJsonValue::String:
+            return {json.toString().toStdString()};
+        case QJsonValue::Array: {
+            DefaultsArray array;
+            for (const QJsonValue& element : json.toArray()) array.push_back(fromJson(element));
+            return {std::move(array)};
+        }
+        case QJsonValue::Object:
+            return {fromJsonObject(json.toObject())};
+        default:
+            return {nullptr};
+    }
+}
+
+QJsonValue toJson(const DefaultsValue& value);
+
+QJsonObject toJsonObject(const DefaultsDictionary& dictionary) {
+    QJsonObject object;
+    for (const auto& [key, element] : dictionary)
+        object.insert(QString::fromStdString(key), toJson(element));
+    return object;
+}
+
+QJsonValue toJson(const DefaultsValue& value) {
+    struct Visitor {
+        QJsonValue operator()(std::nullptr_t) const { return QJsonValue::Null; }
+        QJsonValue operator()(bool b) const { return b; }
+        QJsonValue operator()(std::int64_t i) const { return static_cast<qint64>(i); }
+        QJsonValue operator()(double d) const { return d; }
+        QJsonValue operator()(const std::string& s) const { return QString::fromStdString(s); }
+        QJsonValue operator()(const DefaultsArray& array) const {
+            QJsonArray result;
+            for (const DefaultsValue& element : array) result.append(toJson(element));
+            return result;
+        }
+        QJsonValue operator()(const DefaultsDictionary& dictionary) const {
+            return toJsonObject(dictionary);
+        }
+    };
+    return std::visit(Visitor{}, value.value);
+}
+
+std::string utcTimestamp() {
+    std::time_t now = std::time(nullptr);
+    std::tm parts{};
+    gmtime_r(&now, &parts);
+    char text[32];
+    std::strftime(text, sizeof text, "%Y%m%dT%H%M%SZ", &parts);
+    return text;
+}
+
+}  // namespace
+
+UserDefaults::UserDefaults(std::filesystem::path file) : file_(std::move(file)) {}
+
+std::filesystem::path UserDefaults::standardPath() {
+    const char* configHome = std::getenv("XDG_CONFIG_HOME");
+    std::filesystem::path base;
+    if (configHome && *configHome) {
+        base = configHome;
+    } else {
+        const char* home = std::getenv("HOME");
+        base = std::filesystem::path(home ? home : "") / ".config";
+    }
+    return base / "keyvane" / "defaults.json";
+}
+
+UserDefaults& UserDefaults::standard() {
+    static UserDefaults defaults(standardPath());
+    if (defaults.file_ != standardPath()) defaults = UserDefaults(standardPath());
+    return defaults;
+}
+
+UserDefaults::FileStamp UserDefaults::stampOfFile() const {
+    struct stat info {};
+    if (::stat(file_.c_str(), &info) != 0) return {};
+    return {true, static_cast<std::int64_t>(info.st_size),
+            static_cast<std::int64_t>(info.st_mtim.tv_sec) * 1'000'000'000 + info.st_mtim.tv_nsec,
+            static_cast<std::uint64_t>(info.st_ino)};
+}
+
+const DefaultsDictionary& UserDefaults::contents() {
+    FileStamp stamp = stampOfFile();
+    if (loadedStamp_ && *loadedStamp_ == stamp) return contents_;
+
+    loadedStamp_ = stamp;
+    contents_.clear();
+    corrupt_ = false;
+    if (!stamp.exists) return contents_;
+
+    std::ifstream in(file_, std::ios::binary);
+    std::stringstream bytes;
+    bytes << in.rdbuf();
+    QJsonParseError parseError{};
+    QJsonDocument document =
+        QJsonDocument::fromJson(QByteArray::fromStdString(bytes.str()), &parseError);
+    if (in.bad() || !in.is_open() || !document.isObject()) {
+        corrupt_ = true;
+        std::string reason = !in.is_open()                       ? "it cannot be opened"
+                             : parseError.error != QJsonParseError::NoError
+                                 ? parseError.errorString().toStdString()
+                                 : "it does not hold a JSON object";
+        std::cerr << "keyvane: the settings in " << file_.string() << " cannot be read (" << reason
+                  << "); using empty settings. The file will be kept aside before the next save."
+                  << std::endl;
+        return contents_;
+    }
+    contents_ = fromJsonObject(document.object());
+    return contents_;
+}
+
+void UserDefaults::moveCorruptFileAside() {
+    std::filesystem::path aside = file_;
+    aside += ".corrupt-" + utcTimestamp();
+    for (int n = 1; std::filesystem::exists(aside); ++n) {
+        aside = file_;
+        aside += ".corrupt-" + utcTimestamp() + "-" + std::to_string(n);
+    }
+    std::error_code ec;
+    std::filesystem::rename(file_, aside, ec);
+    if (ec) {
+        std::cerr << "keyvane: cannot move " << file_.string() << " aside: " << ec.message()
+                  << std::endl;
+        return;
+    }
+    std::cerr << "keyvane: the unreadable settings were kept as " << aside.string() << std::endl;
+    corrupt_ = false;
+}
+
+const DefaultsValue* UserDefaults::objectForKey(const std::string& key) {
+    const DefaultsDictionary& all = contents();
+    auto found = all.find(key);
+    return found == all.end() ? nullptr : &found->second;
+}
+
+std::optional<std::string> UserDefaults::stringForKey(const std::string& key) {
+    const DefaultsValue* value = objectForKey(key);
+    const std::string* text = value ? value->get<std::string>() : nullptr;
+    if (!text) return std::nullopt;
+    return *text;
+}
+
+bool UserDefaults::boolForKey(const std::string& key) {
+    const DefaultsValue* value = objectForKey(key);
+    if (!value) return false;
+    if (const bool* b = value->get<bool>()) return *b;
+    return integerForKey(key) != 0;
+}
+
+std::int64_t UserDefaults::integerForKey(const std::string& key) {
+    const DefaultsValue* value = objectForKey(key);
+    if (!value) return 0;
+    if (const std::int64_t* i = value->get<std::int64_t>()) return *i;
+    const double* d = value->get<double>();
+    // Out-of-range reals would make the conversion undefined.
+    if (d && std::isfinite(*d) && std::fabs(*d) < 9.2e18) return static_cast<std::int64_t>(*d);
+    return 0;
+}
+
+void UserDefaults::setObject(const std::string& key, DefaultsValue value) {
+    contents();
+    if (corrupt_) moveCorruptFileAside();
+    if (corrupt_) return;  // the unreadable file stays untouched until it can be kept aside
+
+    contents_[key] = std::move(value);
+    QByteArray json = QJsonDocument(toJsonObject(contents_)).toJson(QJsonDocument::Indented);
+    std::string error;
+    if (!replaceFileAtomically(file_, std::string_view(json.constData(), json.size()), error)) {
+        std::cerr << "keyvane: settings not saved: " << error << std::endl;
+        loadedStamp_.reset();  // the next read shows what the file really holds
+        return;
+    }
+    loadedStamp_ = stampOfFile();
+}
+
+void UserDefaults::setStringDictionaryArray(const std::string& key,
+                                            const std::vector<StringDictionary>& array) {
+    DefaultsArray values(array.size());
+    for (std::size_t i = 0; i < array.size(); ++i) {
+        DefaultsDictionary entry;
+        for (const auto& [k, v] : array[i]) entry.emplace(k, DefaultsValue{v});
+        values[i].value = std::move(entry);
+    }
+    setObject(key, {std::move(values)});
+}
+
+void UserDefaults::setString(const std::string& key, const std::string& value) {
+    setObject(key, {value});
+}
+
+void UserDefaults::setBool(const std::string& key, bool value) { setObject(key, {value}); }
+
+void UserDefaults::setInteger(const std::string& key, std::int64_t value) {
+    setObject(key, {value});
+}
+
+}  // namespace keyvane

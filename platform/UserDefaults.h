@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "DefaultsValue.h"
+
+namespace keyvane {
+
+using StringDictionary = std::map<std::string, std::string>;
+
+// The user's settings: one JSON object in a file. Every write replaces the whole file atomically,
+// so a crash leaves either the old or the new file. A file that cannot be parsed reads as empty and
+// is moved aside, never overwritten, before the next write.
+class UserDefaults {
+public:
+    explicit UserDefaults(std::filesystem::path file);
+
+    // The defaults of this user: $XDG_CONFIG_HOME/keyvane/defaults.json (~/.config without it).
+    // The location follows the environment, so a changed XDG_CONFIG_HOME takes effect at once.
+    static UserDefaults& standard();
+    static std::filesystem::path standardPath();
+
+    const std::filesystem::path& path() const { return file_; }
+
+    // The stored value, or nullptr; valid until the next write or change of the file.
+    const DefaultsValue* objectForKey(const std::string& key);
+    // Absent or not a string: nothing.
+    std::optional<std::string> stringForKey(const std::string& key);
+    // Absent or not a Boolean or number: false; a number is true when non-zero.
+    bool boolForKey(const std::string& key);
+    // Absent or not a number: 0; a real number is truncated.
+    std::int64_t integerForKey(const std::string& key);
+
+    void setObject(const std::string& key, DefaultsValue value);
+    void setStringDictionaryArray(const std::string& key,
+                                  const std::vector<StringDictionary>& array);
+    void setString(const std::string& key, const std::string& value);
+    void setBool(const std::string& key, bool value);
+    void setInteger(const std::string& key, std::int64_t value);
+
+private:
+    struct FileStamp {
+        bool exists = false;
+        std::int64_t size = 0;
+        std::int64_t modifiedNs = 0;
+        std::uint64_t inode = 0;
+        bool operator==(const FileStamp&) const = default;
+    };
+
+    const DefaultsDictionary& contents();
+    FileStamp stampOfFile() const;
+    void moveCorruptFileAside();
+
+    std::filesystem::path file_;
+    DefaultsDictionary contents_;
+    std::optional<FileStamp> loadedStamp_;
+    bool corrupt_ = false;
+};
+
+}  // namespace keyvane

@@ -1,0 +1,115 @@
+#include "engine/MappingStore.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "platform/UserDefaults.h"
+
+namespace keyvane {
+namespace {
+
+KeyMapping mapping(const std::string& from, const std::string& to) {
+    return {{"original", "key " + from}, {"originalId", from},
+            {"remapped", "key " + to},   {"remappedId", to}};
+}
+
+void writeDefaultsFile(const std::string& json) {
+    std::filesystem::create_directories(UserDefaults::standardPath().parent_path());
+    std::ofstream(UserDefaults::standardPath()) << json;
+}
+
+class MappingStoreTest : public ::testing::Test {
+protected:
+    void SetUp() override { keyMappings = {mapping("ff", "ff")}; }  // stale contents to drop
+};
+
+TEST_F(MappingStoreTest, FirstLaunchLoadsEmptyListAndDefaults) {
+    MappingStore::loadMappings();
+    EXPECT_TRUE(keyMappings.empty());
+    EXPECT_FALSE(MappingStore::loadKeyboardId().has_value());
+    EXPECT_FALSE(MappingStore::loadApplyAtLogin());
+}
+
+TEST_F(MappingStoreTest, AnyIllFormedStoredListLoadsAsEmpty) {
+    const char* badValues[] = {
+        R"("text")",
+        R"({"originalId": "39"})",
+        R"([{"original": "Caps Lock", "originalId": "39"}, {"original": "Escape", "originalId": 29}])",
+        R"([{"originalId": "39"}, "not a dictionary"])",
+        R"([{"originalId": "39"}, {"nested": {"a": "b"}}])",
+        R"([{"originalId": null}])",
+        R"([[]])",
+    };
+    for (const char* bad : badValues) {
+        writeDefaultsFile(std::string(R"({"keydata2": )") + bad + "}");
+        keyMappings = {mapping("ff", "ff")};
+        MappingStore::loadMappings();
+        EXPECT_TRUE(keyMappings.empty()) << bad;
+    }
+}
+
+TEST_F(MappingStoreTest, ExtraKeysAndDuplicatesSurviveARoundTrip) {
+    writeDefaultsFile(R"({"keydata2": [
+        {"original": "Caps Lock", "originalId": "39", "remapped": "Escape", "remappedId": "29",
+         "addedBy": "an older version"},
+        {"original": "Caps Lock", "originalId": "39", "remapped": "a", "remappedId": "04"},
+        {"original": "x"}
+    ], "somethingElse": [1, 2.5, true]})");
+    MappingStore::loadMappings();
+    ASSERT_EQ(keyMappings.size(), 3u);
+    EXPECT_EQ(keyMappings[0].at("addedBy"), "an older version");
+    EXPECT_EQ(keyMappings[1].at("remappedId"), "04");
+    EXPECT_EQ(keyMappings[2], (KeyMapping{{"original", "x"}}));
+
+    const std::vector<KeyMapping> loaded = keyMappings;
+    MappingStore::saveMappings();
+    keyMappings.clear();
+    MappingStore::loadMappings();
+    EXPECT_EQ(keyMappings, loaded);
+    // Keys the store does not own are left as they were.
+    const DefaultsValue* other = UserDefaults::standard().objectForKey("somethingElse");
+    ASSERT_NE(other, nullptr);
+    EXPECT_EQ(*other, (DefaultsValue{DefaultsArray{{std::int64_t{1}}, {2.5}, {true}}}));
+}
+
+TEST_F(MappingStoreTest, AppendAndRemoveWriteTheWholeListThrough) {
+    keyMappings.clear();
+    MappingStore::appendMapping(mapping("39", "29"));
+    MappingStore::appendMapping(mapping("e3", "e7"));
+    MappingStore::appendMapping(mapping("04", "00"));
+
+    MappingStore::removeMapping(0);
+    const std::vector<KeyMapping> expected = {mapping("e3", "e7"), mapping("04", "00")};
+    EXPECT_EQ(keyMappings, expected);
+
+    // A fresh reader of the file (another process) sees exactly the two records.
+    UserDefaults reader(UserDefaults::standardPath());
+    const DefaultsValue* stored = reader.objectForKey("keydata2");
+    ASSERT_NE(stored, nullptr);
+    ASSERT_NE(stored->get<DefaultsArray>(), nullptr);
+    EXPECT_EQ(stored->get<DefaultsArray>()->size(), 2u);
+    keyMappings.clear();
+    MappingStore::loadMappings();
+    EXPECT_EQ(keyMappings, expected);
+
+    MappingStore::removeMapping(1);
+    MappingStore::removeMapping(0);
+    MappingStore::loadMappings();
+    EXPECT_TRUE(keyMappings.empty());
+}
+
+TEST_F(MappingStoreTest, KeyboardIdAndApplyAtLoginKeepTheirTypes) {
+    MappingStore::saveKeyboardId("0x27e");
+    MappingStore::saveApplyAtLogin(true);
+    EXPECT_EQ(MappingStore::loadKeyboardId(), "0x27e");
+    EXPECT_TRUE(MappingStore::loadApplyAtLogin());
+    UserDefaults reader(UserDefaults::standardPath());
+    ASSERT_NE(reader.objectForKey("applyatlogin"), nullptr);
+    EXPECT_NE(reader.objectForKey("applyatlogin")->get<bool>(), nullptr);
+    MappingStore::saveApplyAtLogin(false);
+    EXPECT_FALSE(MappingStore::loadApplyAtLogin());
+}
+
+}  // namespace
+}  // namespace keyvane

@@ -1,0 +1,151 @@
+#include "platform/UserDefaults.h"
+
+#include <gtest/gtest.h>
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace keyvane {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string readFile(const fs::path& file) {
+    std::ifstream in(file);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+void writeFile(const fs::path& file, const std::string& text) {
+    fs::create_directories(file.parent_path());
+    std::ofstream(file) << text;
+}
+
+std::vector<fs::path> filesBeside(const fs::path& file) {
+    std::vector<fs::path> files;
+    for (const auto& entry : fs::directory_iterator(file.parent_path())) files.push_back(entry);
+    return files;
+}
+
+TEST(UserDefaults, LivesUnderXdgConfigHomeOrDotConfig) {
+    EXPECT_EQ(UserDefaults::standardPath(),
+              fs::path(std::getenv("XDG_CONFIG_HOME")) / "keyvane" / "defaults.json");
+    ::unsetenv("XDG_CONFIG_HOME");
+    EXPECT_EQ(UserDefaults::standardPath(),
+              fs::path(std::getenv("HOME")) / ".config" / "keyvane" / "defaults.json");
+}
+
+TEST(UserDefaults, EveryValueTypeSurvivesARoundTripWithItsJsonType) {
+    UserDefaults defaults(UserDefaults::standardPath());
+    defaults.setStringDictionaryArray("list", {{{"original", "Caps Lock"}, {"originalId", "39"}},
+                                               {{"quote\"", "line\nfeed"}, {"ü", "§"}}});
+    defaults.setString("text", "0x27e");
+    defaults.setBool("flag", true);
+    defaults.setInteger("count", 9007199254740993);  // not representable as a double
+
+    UserDefaults reader(UserDefaults::standardPath());
+    const DefaultsValue* list = reader.objectForKey("list");
+    ASSERT_NE(list, nullptr);
+    const DefaultsArray* array = list->get<DefaultsArray>();
+    ASSERT_NE(array, nullptr);
+    ASSERT_EQ(array->size(), 2u);
+    EXPECT_EQ(*(*array)[1].get<DefaultsDictionary>()->at("quote\"").get<std::string>(),
+              "line\nfeed");
+    EXPECT_EQ(*(*array)[1].get<DefaultsDictionary>()->at("ü").get<std::string>(), "§");
+    EXPECT_EQ(reader.stringForKey("text"), "0x27e");
+    ASSERT_NE(reader.objectForKey("flag")->get<bool>(), nullptr);
+    EXPECT_TRUE(reader.boolForKey("flag"));
+    ASSERT_NE(reader.objectForKey("count")->get<std::int64_t>(), nullptr);
+    EXPECT_EQ(reader.integerForKey("count"), 9007199254740993);
+
+    // Absent keys and keys of another type read as the neutral value.
+    EXPECT_EQ(reader.objectForKey("absent"), nullptr);
+    EXPECT_FALSE(reader.stringForKey("count").has_value());
+    EXPECT_FALSE(reader.boolForKey("absent"));
+    EXPECT_EQ(reader.integerForKey("text"), 0);
+}
+
+TEST(UserDefaults, AWriteKilledBeforeTheRenameLeavesTheOldFile) {
+    const fs::path file = UserDefaults::standardPath();
+    UserDefaults(file).setString("keep", "old value");
+    const std::string before = readFile(file);
+
+    pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        // The kernel kills the writer (SIGXFSZ) in the middle of writing the new file.
+        struct rlimit limit {
+            64, 64
+        };
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        UserDefaults(file).setString("big", std::string(100000, 'x'));
+        ::_exit(0);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    ASSERT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(WTERMSIG(status), SIGXFSZ);
+
+    EXPECT_EQ(readFile(file), before);
+    UserDefaults reader(file);
+    EXPECT_EQ(reader.stringForKey("keep"), "old value");
+    EXPECT_EQ(reader.objectForKey("big"), nullptr);
+    // The next write succeeds beside the leftover temporary file.
+    reader.setString("after", "crash");
+    EXPECT_EQ(UserDefaults(file).stringForKey("after"), "crash");
+    EXPECT_EQ(UserDefaults(file).stringForKey("keep"), "old value");
+}
+
+TEST(UserDefaults, CorruptFileReadsEmptyIsReportedOnceAndKeptAside) {
+    const fs::path file = UserDefaults::standardPath();
+    const std::string corrupt = R"({"keydata2": [{"original": "Caps Lock")";
+    writeFile(file, corrupt);
+
+    UserDefaults defaults(file);
+    ::testing::internal::CaptureStderr();
+    EXPECT_EQ(defaults.objectForKey("keydata2"), nullptr);
+    EXPECT_FALSE(defaults.boolForKey("applyatlogin"));
+    const std::string reported = ::testing::internal::GetCapturedStderr();
+    EXPECT_NE(reported.find(file.string()), std::string::npos) << reported;
+    EXPECT_EQ(reported.find('\n'), reported.size() - 1) << "reported more than once: " << reported;
+    EXPECT_EQ(readFile(file), corrupt) << "reading must not touch the file";
+
+    ::testing::internal::CaptureStderr();
+    defaults.setString("keyboardId", "0x27e");
+    ::testing::internal::GetCapturedStderr();
+    EXPECT_EQ(UserDefaults(file).stringForKey("keyboardId"), "0x27e");
+    bool keptAside = false;
+    for (const fs::path& other : filesBeside(file))
+        if (other.filename().string().starts_with("defaults.json.corrupt-"))
+            keptAside = readFile(other) == corrupt;
+    EXPECT_TRUE(keptAside);
+}
+
+TEST(UserDefaults, ReadsComeFromMemoryUntilTheFileChanges) {
+    const fs::path file = UserDefaults::standardPath();
+    writeFile(file, R"({"keyboardId": "0x111"})");
+    UserDefaults defaults(file);
+    EXPECT_EQ(defaults.stringForKey("keyboardId"), "0x111");
+
+    // Same size, same inode, same time stamp: the cached value stays, so nothing was re-read.
+    struct stat before {};
+    ::stat(file.c_str(), &before);
+    { std::ofstream(file, std::ios::in | std::ios::out) << R"({"keyboardId": "0x222"})"; }
+    struct timespec times[2] = {before.st_atim, before.st_mtim};
+    ::utimensat(AT_FDCWD, file.c_str(), times, 0);
+    EXPECT_EQ(defaults.stringForKey("keyboardId"), "0x111");
+
+    // Another writer's change is seen.
+    UserDefaults(file).setString("keyboardId", "0x333");
+    EXPECT_EQ(defaults.stringForKey("keyboardId"), "0x333");
+}
+
+}  // namespace
+}  // namespace keyvane
