@@ -6,6 +6,7 @@
 
 #include "engine/MappingStore.h"
 #include "engine/ShellRunner.h"
+#include "platform/UserDefaults.h"
 #include "tests/support/TemporaryHome.h"
 
 extern char** environ;
@@ -15,7 +16,8 @@ namespace {
 using namespace keyvane;
 
 void BM_ShellRunnerTrue(benchmark::State& state) {
-    for (auto _ : state) benchmark::DoNotOptimize(ShellRunner::run("true"));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(ShellRunner::run("true"));
 }
 BENCHMARK(BM_ShellRunnerTrue)->Unit(benchmark::kMicrosecond);
 
@@ -40,7 +42,8 @@ void fillMappings(std::size_t count) {
 void BM_SaveMappings(benchmark::State& state) {
     testing::TemporaryHome home;
     fillMappings(static_cast<std::size_t>(state.range(0)));
-    for (auto _ : state) MappingStore::saveMappings();
+    for (auto _ : state)
+        MappingStore::saveMappings();
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 BENCHMARK(BM_SaveMappings)->Arg(10)->Arg(1000)->Arg(100000)->Unit(benchmark::kMillisecond);
@@ -52,19 +55,26 @@ void BM_LoadMappingsAfterChange(benchmark::State& state) {
     MappingStore::saveMappings();
     for (auto _ : state) {
         state.PauseTiming();
-        MappingStore::saveMappings();  // a new file: the cache must not answer
+        // Another writer replaces the file, so the cached contents must not answer.
+        UserDefaults(UserDefaults::standardPath())
+            .setStringDictionaryArray("keydata2", keyMappings);
         state.ResumeTiming();
         MappingStore::loadMappings();
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
-BENCHMARK(BM_LoadMappingsAfterChange)->Arg(10)->Arg(1000)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_LoadMappingsAfterChange)
+    ->Arg(10)
+    ->Arg(1000)
+    ->Arg(100000)
+    ->Unit(benchmark::kMillisecond);
 
 void BM_LoadMappingsUnchanged(benchmark::State& state) {
     testing::TemporaryHome home;
     fillMappings(static_cast<std::size_t>(state.range(0)));
     MappingStore::saveMappings();
-    for (auto _ : state) MappingStore::loadMappings();
+    for (auto _ : state)
+        MappingStore::loadMappings();
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 BENCHMARK(BM_LoadMappingsUnchanged)->Arg(10)->Arg(1000)->Arg(100000)->Unit(benchmark::kMillisecond);

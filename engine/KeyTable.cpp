@@ -140,7 +140,8 @@ constexpr std::array<Row, 124> rows{{
     {"803", "45a", "----------"},
     {"804", "52a", "----------"},
     {"805", "63a", "----------"},
-    {"806", "85a", "----------"},}};
+    {"806", "85a", "----------"},
+}};
 
 struct Table {
     std::unordered_map<std::string_view, KeyTable::Entry> byId;
@@ -151,7 +152,8 @@ struct Table {
         sorted.reserve(rows.size());
         for (const Row& row : rows) {
             byId.emplace(row.keyId, KeyTable::Entry{std::string(row.usage), std::string(row.name)});
-            sorted.push_back({std::string(row.keyId), std::string(row.usage), std::string(row.name)});
+            sorted.push_back(
+                {std::string(row.keyId), std::string(row.usage), std::string(row.name)});
         }
         // std::string compares by unsigned byte, i.e. by code point for these ASCII texts.
         std::stable_sort(sorted.begin(), sorted.end(),
@@ -172,6 +174,8 @@ const KeyTable::Entry* KeyTable::lookup(std::string_view keyId) {
     return found == byId.end() ? nullptr : &found->second;
 }
 
-const std::vector<KeyTable::SortedEntry>& KeyTable::sortedEntries() { return table().sorted; }
+const std::vector<KeyTable::SortedEntry>& KeyTable::sortedEntries() {
+    return table().sorted;
+}
 
 }  // namespace keyvane

@@ -10,7 +10,7 @@ namespace keyvane {
 // virtual key code (so a captured key event finds its entry directly), or a pseudo id from 799 up
 // for keys that no key event carries and for the picker's separators.
 class KeyTable {
-public:
+  public:
     struct Entry {
         std::string usage;  // HID keyboard usage (page 7), two lower-case hex digits
         std::string name;   // display name

@@ -10,11 +10,13 @@ namespace {
 
 std::optional<KeyMapping> asKeyMapping(const DefaultsValue& value) {
     const DefaultsDictionary* dictionary = value.get<DefaultsDictionary>();
-    if (!dictionary) return std::nullopt;
+    if (!dictionary)
+        return std::nullopt;
     KeyMapping mapping;
     for (const auto& [key, element] : *dictionary) {
         const std::string* text = element.get<std::string>();
-        if (!text) return std::nullopt;
+        if (!text)
+            return std::nullopt;
         mapping.emplace(key, *text);
     }
     return mapping;
@@ -23,12 +25,14 @@ std::optional<KeyMapping> asKeyMapping(const DefaultsValue& value) {
 std::vector<KeyMapping> storedMappings() {
     const DefaultsValue* stored = UserDefaults::standard().objectForKey(defaults_keys::keyData);
     const DefaultsArray* array = stored ? stored->get<DefaultsArray>() : nullptr;
-    if (!array) return {};
+    if (!array)
+        return {};
     std::vector<KeyMapping> mappings;
     mappings.reserve(array->size());
     for (const DefaultsValue& element : *array) {
         std::optional<KeyMapping> mapping = asKeyMapping(element);
-        if (!mapping) return {};
+        if (!mapping)
+            return {};
         mappings.push_back(std::move(*mapping));
     }
     return mappings;
@@ -36,7 +40,9 @@ std::vector<KeyMapping> storedMappings() {
 
 }  // namespace
 
-void MappingStore::loadMappings() { keyMappings = storedMappings(); }
+void MappingStore::loadMappings() {
+    keyMappings = storedMappings();
+}
 
 void MappingStore::saveMappings() {
     UserDefaults::standard().setStringDictionaryArray(defaults_keys::keyData, keyMappings);

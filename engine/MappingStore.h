@@ -23,13 +23,14 @@ inline constexpr const char* launchCount = "launchcount";
 inline constexpr const char* noUpdatePrompt = "noupdateprompt";
 }  // namespace defaults_keys
 
-// The value of "keyboardId" (and the identifier of the "All keyboards" item) meaning every keyboard.
+// The value of "keyboardId" (and the identifier of the "All keyboards" item) meaning every
+// keyboard.
 inline constexpr const char* allKeyboardsId = "0x9999";
 
 // Keeps `keyMappings` and the user's choices in the standard user defaults. Every change is
 // written through at once; memory changes first.
 class MappingStore {
-public:
+  public:
     // Replaces `keyMappings` with the stored list; any value that is not a list of dictionaries of
     // strings (one odd element is enough) gives the empty list.
     static void loadMappings();

@@ -13,8 +13,10 @@ namespace {
 bool writeAll(int fd, std::string_view bytes) {
     while (!bytes.empty()) {
         ssize_t written = ::write(fd, bytes.data(), bytes.size());
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return false;
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            return false;
         bytes.remove_prefix(static_cast<size_t>(written));
     }
     return true;
@@ -23,7 +25,8 @@ bool writeAll(int fd, std::string_view bytes) {
 // Makes the rename itself durable; a failure here does not undo the replacement.
 void syncFolder(const std::filesystem::path& folder) {
     int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0) return;
+    if (fd < 0)
+        return;
     ::fsync(fd);
     ::close(fd);
 }

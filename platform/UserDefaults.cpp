@@ -41,7 +41,8 @@ DefaultsValue fromJson(const QJsonValue& json) {
             return {json.toString().toStdString()};
         case QJsonValue::Array: {
             DefaultsArray array;
-            for (const QJsonValue& element : json.toArray()) array.push_back(fromJson(element));
+            for (const QJsonValue& element : json.toArray())
+                array.push_back(fromJson(element));
             return {std::move(array)};
         }
         case QJsonValue::Object:
@@ -69,7 +70,8 @@ QJsonValue toJson(const DefaultsValue& value) {
         QJsonValue operator()(const std::string& s) const { return QString::fromStdString(s); }
         QJsonValue operator()(const DefaultsArray& array) const {
             QJsonArray result;
-            for (const DefaultsValue& element : array) result.append(toJson(element));
+            for (const DefaultsValue& element : array)
+                result.append(toJson(element));
             return result;
         }
         QJsonValue operator()(const DefaultsDictionary& dictionary) const {
@@ -106,13 +108,15 @@ std::filesystem::path UserDefaults::standardPath() {
 
 UserDefaults& UserDefaults::standard() {
     static UserDefaults defaults(standardPath());
-    if (defaults.file_ != standardPath()) defaults = UserDefaults(standardPath());
+    if (defaults.file_ != standardPath())
+        defaults = UserDefaults(standardPath());
     return defaults;
 }
 
 UserDefaults::FileStamp UserDefaults::stampOfFile() const {
     struct stat info {};
-    if (::stat(file_.c_str(), &info) != 0) return {};
+    if (::stat(file_.c_str(), &info) != 0)
+        return {};
     return {true, static_cast<std::int64_t>(info.st_size),
             static_cast<std::int64_t>(info.st_mtim.tv_sec) * 1'000'000'000 + info.st_mtim.tv_nsec,
             static_cast<std::uint64_t>(info.st_ino)};
@@ -120,12 +124,14 @@ UserDefaults::FileStamp UserDefaults::stampOfFile() const {
 
 const DefaultsDictionary& UserDefaults::contents() {
     FileStamp stamp = stampOfFile();
-    if (loadedStamp_ && *loadedStamp_ == stamp) return contents_;
+    if (loadedStamp_ && *loadedStamp_ == stamp)
+        return contents_;
 
     loadedStamp_ = stamp;
     contents_.clear();
     corrupt_ = false;
-    if (!stamp.exists) return contents_;
+    if (!stamp.exists)
+        return contents_;
 
     std::ifstream in(file_, std::ios::binary);
     std::stringstream bytes;
@@ -135,7 +141,7 @@ const DefaultsDictionary& UserDefaults::contents() {
         QJsonDocument::fromJson(QByteArray::fromStdString(bytes.str()), &parseError);
     if (in.bad() || !in.is_open() || !document.isObject()) {
         corrupt_ = true;
-        std::string reason = !in.is_open()                       ? "it cannot be opened"
+        std::string reason = !in.is_open() ? "it cannot be opened"
                              : parseError.error != QJsonParseError::NoError
                                  ? parseError.errorString().toStdString()
                                  : "it does not hold a JSON object";
@@ -175,31 +181,39 @@ const DefaultsValue* UserDefaults::objectForKey(const std::string& key) {
 std::optional<std::string> UserDefaults::stringForKey(const std::string& key) {
     const DefaultsValue* value = objectForKey(key);
     const std::string* text = value ? value->get<std::string>() : nullptr;
-    if (!text) return std::nullopt;
+    if (!text)
+        return std::nullopt;
     return *text;
 }
 
 bool UserDefaults::boolForKey(const std::string& key) {
     const DefaultsValue* value = objectForKey(key);
-    if (!value) return false;
-    if (const bool* b = value->get<bool>()) return *b;
+    if (!value)
+        return false;
+    if (const bool* b = value->get<bool>())
+        return *b;
     return integerForKey(key) != 0;
 }
 
 std::int64_t UserDefaults::integerForKey(const std::string& key) {
     const DefaultsValue* value = objectForKey(key);
-    if (!value) return 0;
-    if (const std::int64_t* i = value->get<std::int64_t>()) return *i;
+    if (!value)
+        return 0;
+    if (const std::int64_t* i = value->get<std::int64_t>())
+        return *i;
     const double* d = value->get<double>();
     // Out-of-range reals would make the conversion undefined.
-    if (d && std::isfinite(*d) && std::fabs(*d) < 9.2e18) return static_cast<std::int64_t>(*d);
+    if (d && std::isfinite(*d) && std::fabs(*d) < 9.2e18)
+        return static_cast<std::int64_t>(*d);
     return 0;
 }
 
 void UserDefaults::setObject(const std::string& key, DefaultsValue value) {
     contents();
-    if (corrupt_) moveCorruptFileAside();
-    if (corrupt_) return;  // the unreadable file stays untouched until it can be kept aside
+    if (corrupt_)
+        moveCorruptFileAside();
+    if (corrupt_)
+        return;  // the unreadable file stays untouched until it can be kept aside
 
     contents_[key] = std::move(value);
     QByteArray json = QJsonDocument(toJsonObject(contents_)).toJson(QJsonDocument::Indented);
@@ -217,7 +231,8 @@ void UserDefaults::setStringDictionaryArray(const std::string& key,
     DefaultsArray values(array.size());
     for (std::size_t i = 0; i < array.size(); ++i) {
         DefaultsDictionary entry;
-        for (const auto& [k, v] : array[i]) entry.emplace(k, DefaultsValue{v});
+        for (const auto& [k, v] : array[i])
+            entry.emplace(k, DefaultsValue{v});
         values[i].value = std::move(entry);
     }
     setObject(key, {std::move(values)});
@@ -227,7 +242,9 @@ void UserDefaults::setString(const std::string& key, const std::string& value) {
     setObject(key, {value});
 }
 
-void UserDefaults::setBool(const std::string& key, bool value) { setObject(key, {value}); }
+void UserDefaults::setBool(const std::string& key, bool value) {
+    setObject(key, {value});
+}
 
 void UserDefaults::setInteger(const std::string& key, std::int64_t value) {
     setObject(key, {value});

@@ -17,7 +17,7 @@ using StringDictionary = std::map<std::string, std::string>;
 // so a crash leaves either the old or the new file. A file that cannot be parsed reads as empty and
 // is moved aside, never overwritten, before the next write.
 class UserDefaults {
-public:
+  public:
     explicit UserDefaults(std::filesystem::path file);
 
     // The defaults of this user: $XDG_CONFIG_HOME/keyvane/defaults.json (~/.config without it).
@@ -43,7 +43,7 @@ public:
     void setBool(const std::string& key, bool value);
     void setInteger(const std::string& key, std::int64_t value);
 
-private:
+  private:
     struct FileStamp {
         bool exists = false;
         std::int64_t size = 0;

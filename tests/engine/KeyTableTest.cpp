@@ -1,10 +1,10 @@
-#include "engine/KeyTable.h"
-
 #include <gtest/gtest.h>
 
 #include <set>
 #include <string>
 #include <vector>
+
+#include "engine/KeyTable.h"
 
 namespace keyvane {
 namespace {
@@ -37,6 +37,7 @@ TEST(KeyTable, LookupFindsExactKeyIdsOnly) {
 
 TEST(KeyTable, PickerOrderGroupsKeysBetweenSeparators) {
     // Equal usages ("64") have no defined order between them; everything else is fixed.
+    // clang-format off
     const std::vector<std::string> expected = {
         "Disable key", sep,
         "a", "b", "c", "d", "e", "f", "g", "h", "i", "j", "k", "l", "m", "n", "o", "p", "q", "r",
@@ -55,6 +56,7 @@ TEST(KeyTable, PickerOrderGroupsKeysBetweenSeparators) {
         "Volume down", sep,
         "Control", "Shift", "Option", "Command", "Right Control", "Right Shift", "Right Option",
         "Right Command"};
+    // clang-format on
 
     const auto& entries = KeyTable::sortedEntries();
     ASSERT_EQ(entries.size(), 124u);

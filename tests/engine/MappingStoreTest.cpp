@@ -1,17 +1,18 @@
-#include "engine/MappingStore.h"
-
 #include <gtest/gtest.h>
 
 #include <fstream>
 
+#include "engine/MappingStore.h"
 #include "platform/UserDefaults.h"
 
 namespace keyvane {
 namespace {
 
 KeyMapping mapping(const std::string& from, const std::string& to) {
-    return {{"original", "key " + from}, {"originalId", from},
-            {"remapped", "key " + to},   {"remappedId", to}};
+    return {{"original", "key " + from},
+            {"originalId", from},
+            {"remapped", "key " + to},
+            {"remappedId", to}};
 }
 
 void writeDefaultsFile(const std::string& json) {
@@ -20,7 +21,7 @@ void writeDefaultsFile(const std::string& json) {
 }
 
 class MappingStoreTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override { keyMappings = {mapping("ff", "ff")}; }  // stale contents to drop
 };
 

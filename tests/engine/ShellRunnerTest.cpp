@@ -1,5 +1,3 @@
-#include "engine/ShellRunner.h"
-
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,6 +8,8 @@
 #include <string>
 #include <thread>
 
+#include "engine/ShellRunner.h"
+
 namespace keyvane {
 namespace {
 
@@ -19,9 +19,11 @@ int zombieChildren() {
     for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
         std::ifstream stat(entry.path() / "stat");
         std::string line;
-        if (!std::getline(stat, line)) continue;
+        if (!std::getline(stat, line))
+            continue;
         auto close = line.rfind(')');
-        if (close == std::string::npos) continue;
+        if (close == std::string::npos)
+            continue;
         char state = 0;
         int parent = 0;
         if (std::sscanf(line.c_str() + close + 1, " %c %d", &state, &parent) == 2 &&
@@ -58,14 +60,17 @@ TEST(ShellRunner, InheritsEnvironmentAndWorkingFolder) {
 }
 
 TEST(ShellRunner, InvalidUtf8IsDecodedLossily) {
-    EXPECT_EQ(ShellRunner::run("printf 'a\\xffb\\xc3'"), "a\xEF\xBF\xBD" "b\xEF\xBF\xBD");
+    EXPECT_EQ(ShellRunner::run("printf 'a\\xffb\\xc3'"),
+              "a\xEF\xBF\xBD"
+              "b\xEF\xBF\xBD");
     EXPECT_EQ(decodeUtf8Lossily("\xed\xa0\x80"), "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD");
     EXPECT_EQ(decodeUtf8Lossily("\xc0\xaf"), "\xEF\xBF\xBD\xEF\xBF\xBD");
     EXPECT_EQ(decodeUtf8Lossily("\xf0\x9f\x98\x80"), "\xf0\x9f\x98\x80");
 }
 
 TEST(ShellRunner, ManyRunsLeaveNoZombie) {
-    for (int i = 0; i < 200; ++i) ShellRunner::run("exit 1");
+    for (int i = 0; i < 200; ++i)
+        ShellRunner::run("exit 1");
     EXPECT_EQ(zombieChildren(), 0);
 }
 
@@ -73,7 +78,8 @@ TEST(ShellRunner, ManyRunsLeaveNoZombie) {
 template <typename Condition>
 bool eventually(Condition condition) {
     for (int i = 0; i < 1000; ++i) {
-        if (condition()) return true;
+        if (condition())
+            return true;
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     return false;
@@ -89,7 +95,8 @@ TEST(ShellRunner, CommandThatClosesItsOutputDoesNotHoldUpTheCaller) {
               "before\n");
     std::ofstream(fifo) << "go\n";
     std::string pid;
-    ASSERT_TRUE(eventually([&] { return std::getline(std::ifstream(done) >> std::ws, pid) && !pid.empty(); }));
+    ASSERT_TRUE(eventually(
+        [&] { return std::getline(std::ifstream(done) >> std::ws, pid) && !pid.empty(); }));
     // Its exit is collected in the background: the process disappears, no zombie stays behind.
     EXPECT_TRUE(eventually([&] { return !std::filesystem::exists("/proc/" + pid); }));
 }

@@ -1,7 +1,5 @@
-#include "platform/UserDefaults.h"
-
-#include <gtest/gtest.h>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -10,6 +8,8 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+
+#include "platform/UserDefaults.h"
 
 namespace keyvane {
 namespace {
@@ -30,7 +30,8 @@ void writeFile(const fs::path& file, const std::string& text) {
 
 std::vector<fs::path> filesBeside(const fs::path& file) {
     std::vector<fs::path> files;
-    for (const auto& entry : fs::directory_iterator(file.parent_path())) files.push_back(entry);
+    for (const auto& entry : fs::directory_iterator(file.parent_path()))
+        files.push_back(entry);
     return files;
 }
 

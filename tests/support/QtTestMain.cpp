@@ -7,7 +7,8 @@
 // main() for tests of Qt code: one QApplication for the program, a fresh home for each test.
 int main(int argc, char** argv) {
     ::testing::InitGoogleTest(&argc, argv);
-    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);
     ::testing::UnitTest::GetInstance()->listeners().Append(new keyvane::testing::FreshHomePerTest);
     return RUN_ALL_TESTS();

@@ -9,7 +9,8 @@ namespace keyvane::testing {
 
 TemporaryHome::TemporaryHome() {
     std::string pattern = (std::filesystem::temp_directory_path() / "keyvane-test-XXXXXX").string();
-    if (!::mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp failed");
+    if (!::mkdtemp(pattern.data()))
+        throw std::runtime_error("mkdtemp failed");
     root_ = pattern;
     for (const auto& folder : {home(), configHome(), runtimeDir()}) {
         std::filesystem::create_directory(folder);

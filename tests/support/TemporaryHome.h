@@ -6,7 +6,7 @@ namespace keyvane::testing {
 
 // A fresh HOME, XDG_CONFIG_HOME and XDG_RUNTIME_DIR for the life of the object, removed afterwards.
 class TemporaryHome {
-public:
+  public:
     TemporaryHome();
     ~TemporaryHome();
     TemporaryHome(const TemporaryHome&) = delete;
@@ -17,7 +17,7 @@ public:
     std::filesystem::path configHome() const { return root_ / "config"; }
     std::filesystem::path runtimeDir() const { return root_ / "runtime"; }
 
-private:
+  private:
     std::filesystem::path root_;
 };
 
