@@ -1,4 +1,4 @@
-#include "UserDefaults.h"
+#include "platform/UserDefaults.h"
 
 #include <sys/stat.h>
 
@@ -8,13 +8,13 @@
 #include <QJsonValue>
 #include <QVariant>
 #include <cmath>
-#include <cstdlib>
 #include <ctime>
 #include <fstream>
 #include <iostream>
 #include <sstream>
 
-#include "AtomicFile.h"
+#include "platform/AtomicFile.h"
+#include "platform/XdgDirs.h"
 
 namespace keyvane {
 namespace {
@@ -95,15 +95,7 @@ std::string utcTimestamp() {
 UserDefaults::UserDefaults(std::filesystem::path file) : file_(std::move(file)) {}
 
 std::filesystem::path UserDefaults::standardPath() {
-    const char* configHome = std::getenv("XDG_CONFIG_HOME");
-    std::filesystem::path base;
-    if (configHome && *configHome) {
-        base = configHome;
-    } else {
-        const char* home = std::getenv("HOME");
-        base = std::filesystem::path(home ? home : "") / ".config";
-    }
-    return base / "keyvane" / "defaults.json";
+    return xdgConfigHome() / "keyvane" / "defaults.json";
 }
 
 UserDefaults& UserDefaults::standard() {

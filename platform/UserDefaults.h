@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "DefaultsValue.h"
+#include "platform/DefaultsValue.h"
 
 namespace keyvane {
 

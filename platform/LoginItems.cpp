@@ -1,0 +1,60 @@
+#include "platform/LoginItems.h"
+
+#include <iostream>
+
+#include "platform/AtomicFile.h"
+#include "platform/XdgDirs.h"
+
+namespace keyvane {
+namespace {
+
+// A desktop entry's Exec value: one quoted argument, with the characters that the format reserves
+// inside quotes escaped.
+std::string quotedExecArgument(const std::string& argument) {
+    std::string quoted = "\"";
+    for (char c : argument) {
+        if (c == '"' || c == '`' || c == '$' || c == '\\')
+            quoted += '\\';
+        quoted += c;
+    }
+    return quoted + "\"";
+}
+
+std::string desktopEntry(const std::filesystem::path& executable) {
+    return "[Desktop Entry]\n"
+           "Type=Application\n"
+           "Name=Keyvane at login\n"
+           "Comment=Installs your Keyvane key mappings when you log in\n"
+           "Exec=" +
+           quotedExecArgument(executable.string()) +
+           "\n"
+           "Terminal=false\n"
+           "NoDisplay=true\n"
+           "X-GNOME-Autostart-enabled=true\n";
+}
+
+}  // namespace
+
+std::filesystem::path LoginItems::entryPath(const std::string& identifier) {
+    return xdgConfigHome() / "autostart" / (identifier + ".desktop");
+}
+
+bool LoginItems::setEnabled(const std::string& identifier, const std::filesystem::path& executable,
+                            bool enabled) {
+    const std::filesystem::path entry = entryPath(identifier);
+    if (enabled) {
+        std::string error;
+        if (replaceFileAtomically(entry, desktopEntry(executable), error))
+            return true;
+        std::cerr << "keyvane: cannot enable the login item: " << error << std::endl;
+        return false;
+    }
+    std::error_code ec;
+    std::filesystem::remove(entry, ec);
+    if (!ec)
+        return true;
+    std::cerr << "keyvane: cannot remove " << entry.string() << ": " << ec.message() << std::endl;
+    return false;
+}
+
+}  // namespace keyvane
