@@ -1,0 +1,68 @@
+#include "tests/support/FakeHidutil.h"
+
+#include <stdlib.h>
+
+#include <fstream>
+#include <sstream>
+
+namespace keyvane::testing {
+namespace {
+
+std::vector<std::string> splitCall(const std::string& line) {
+    std::vector<std::string> arguments(1);
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        if (line[i] == '\t') {
+            arguments.emplace_back();
+        } else if (line[i] == '\\' && i + 1 < line.size()) {
+            char next = line[++i];
+            arguments.back() += next == 't' ? '\t' : next == 'n' ? '\n' : next;
+        } else {
+            arguments.back() += line[i];
+        }
+    }
+    if (line.empty())
+        arguments.clear();
+    return arguments;
+}
+
+}  // namespace
+
+FakeHidutil::FakeHidutil() : dir_(std::filesystem::path(::getenv("HOME")) / "fake-hidutil") {
+    std::filesystem::remove_all(dir_);  // no calls or outputs left from an earlier fake
+    std::filesystem::create_directories(dir_);
+    const char* path = ::getenv("PATH");
+    savedPath_ = path ? path : "";
+    ::setenv("PATH", (std::string(FAKE_HIDUTIL_BIN_DIR) + ":" + savedPath_).c_str(), 1);
+    ::setenv("FAKE_HIDUTIL_DIR", dir_.c_str(), 1);
+}
+
+FakeHidutil::~FakeHidutil() {
+    ::setenv("PATH", savedPath_.c_str(), 1);
+    ::unsetenv("FAKE_HIDUTIL_DIR");
+}
+
+void FakeHidutil::setOutput(const std::string& subcommand, const std::string& output) {
+    std::ofstream(dir_ / ("output-" + subcommand)) << output;
+}
+
+std::vector<std::vector<std::string>> FakeHidutil::calls() const {
+    std::vector<std::vector<std::string>> result;
+    std::ifstream in(dir_ / "calls");
+    for (std::string line; std::getline(in, line);)
+        result.push_back(splitCall(line));
+    return result;
+}
+
+void FakeHidutil::clearCalls() {
+    std::filesystem::remove(dir_ / "calls");
+}
+
+std::vector<std::string> FakeHidutil::clearingCall() {
+    return installCall(R"({"UserKeyMapping" : []})");
+}
+
+std::vector<std::string> FakeHidutil::installCall(const std::string& property) {
+    return {"property", "--set", property};
+}
+
+}  // namespace keyvane::testing

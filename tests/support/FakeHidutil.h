@@ -1,0 +1,32 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace keyvane::testing {
+
+// Puts the recording fake hidutil first on PATH for the life of the object.
+class FakeHidutil {
+  public:
+    FakeHidutil();
+    ~FakeHidutil();
+    FakeHidutil(const FakeHidutil&) = delete;
+    FakeHidutil& operator=(const FakeHidutil&) = delete;
+
+    // What the fake prints when run with this first argument ("property", "list").
+    void setOutput(const std::string& subcommand, const std::string& output);
+    // Every argument vector received so far, oldest first.
+    std::vector<std::vector<std::string>> calls() const;
+    void clearCalls();
+
+    // The argument vectors of the clearing command and of an installation.
+    static std::vector<std::string> clearingCall();
+    static std::vector<std::string> installCall(const std::string& property);
+
+  private:
+    std::filesystem::path dir_;
+    std::string savedPath_;
+};
+
+}  // namespace keyvane::testing

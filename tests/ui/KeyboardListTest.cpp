@@ -1,0 +1,105 @@
+#include <gtest/gtest.h>
+
+#include <QComboBox>
+#include <utility>
+
+#include "engine/MappingStore.h"
+#include "tests/support/FakeHidutil.h"
+#include "ui/main/KeyboardList.h"
+
+namespace keyvane {
+namespace {
+
+using Items = std::vector<std::pair<std::string, std::string>>;  // title, identifier
+
+struct Filled {
+    Items items;
+    std::string selectedTitle;
+};
+
+Filled fillFrom(const std::string& listing) {
+    testing::FakeHidutil hidutil;
+    hidutil.setOutput("list", listing);
+    QComboBox popup;
+    fillKeyboardPopup(&popup);
+    EXPECT_EQ(hidutil.calls(), (std::vector<std::vector<std::string>>{{"list", "-m", "keyboard"}}));
+    Filled filled;
+    for (int i = 0; i < popup.count(); ++i)
+        filled.items.emplace_back(popup.itemText(i).toStdString(),
+                                  popup.itemData(i).toString().toStdString());
+    filled.selectedTitle = popup.currentText().toStdString();
+    return filled;
+}
+
+const char* heading =
+    "Services:\n"
+    "VendorID ProductID LocationID UsagePage Usage RegistryID  Transport Class Product\n";
+
+TEST(KeyboardList, HeadingsOnlyOrNoOutputGiveAllKeyboards) {
+    const Items onlyAll = {{"All keyboards", "0x9999"}};
+    EXPECT_EQ(fillFrom(heading).items, onlyAll);
+    EXPECT_EQ(fillFrom("").items, onlyAll);
+    EXPECT_EQ(fillFrom(heading).selectedTitle, "All keyboards");
+}
+
+TEST(KeyboardList, TitlesComeFromTheSeventhFieldFirstOneWins) {
+    const std::string listing =
+        std::string(heading) +
+        "0x5ac    0x27e     0x14200000 1         6     0x100000a0e USB       Keyboard Apple\n"
+        "0x46d 0xc31c 0x14100000 1 6 0x10000ab12 USB Keyboard Logitech\n"
+        "0x4c  0x267  0x1234     1 6 0x100000b00 Bluetooth Keyboard Magic\n"
+        "0x5ac 0x342 0x2 1 6 0x100000c00 SPI AppleSPIKeyboard\n"
+        "0x1 0x2 0x3\n";
+    const Items expected = {{"All keyboards", "0x9999"},
+                            {"USB", "0x27e"},
+                            {"Bluetooth", "0x267"},
+                            {"Internal", "0x342"}};
+    EXPECT_EQ(fillFrom(listing).items, expected);
+}
+
+TEST(KeyboardList, ZeroFieldBetweenSpacesSkipsTheLineOnlyThere) {
+    const std::string listing =
+        "0x5ac 0x0 0x1 1 6 0x2 USB\n"             // " 0x0 " inside: skipped
+        "0x0 0x111 0x1 1 6 0x2 Bluetooth\n"       // at the very start: kept
+        "0x5ac 0x0abc 0x1 1 6 0x2 Internal\n"     // a longer field: kept
+        "0x5ac 0x222 0x1 1 6 0x2 Virtual 0x0\n";  // at the very end: kept
+    const Items expected = {{"All keyboards", "0x9999"},
+                            {"Bluetooth", "0x111"},
+                            {"Internal", "0x0abc"},
+                            {"Virtual", "0x222"}};
+    EXPECT_EQ(fillFrom(listing).items, expected);
+}
+
+TEST(KeyboardList, SpacesCollapseInPassesOfFourThreeTwo) {
+    EXPECT_EQ(keyboardFields("0x1" + std::string(20, ' ') + "x"),
+              (std::vector<std::string>{"0x1", "", "x"}));  // 20 -> 5 -> 3 -> 2 spaces
+    EXPECT_EQ(keyboardFields("0x1" + std::string(10, ' ') + "x"),
+              (std::vector<std::string>{"0x1", "x"}));  // 10 -> 4 -> 2 -> 1
+    EXPECT_EQ(keyboardFields("0x1 SPISPI x"),
+              (std::vector<std::string>{"0x1", "InternalInternal", "x"}));
+    EXPECT_EQ(keyboardFields("Services:"), std::nullopt);
+    EXPECT_EQ(keyboardFields(" 0x1 2"), std::nullopt);
+    // An eleven-space run leaves an empty field, which moves the transport out of field 7.
+    EXPECT_EQ(fillFrom("0x1 0x2 0x3 1 6" + std::string(11, ' ') + "0x4 USB Product\n").items,
+              (Items{{"All keyboards", "0x9999"}, {"0x4", "0x2"}}));
+}
+
+TEST(KeyboardList, StoredKeyboardIsSelectedLastMatchWins) {
+    const std::string listing =
+        "0x5ac 0x27e 0x1 1 6 0x2 USB\n"
+        "0x5ac 0x27e 0x1 1 6 0x3 USB\n"  // same title: not listed, not selected
+        "0x4c 0x27e 0x1 1 6 0x4 Bluetooth\n"
+        "0x4c 0x999 0x1 1 6 0x5 Virtual\n";
+    MappingStore::saveKeyboardId("0x27e");
+    EXPECT_EQ(fillFrom(listing).selectedTitle, "Bluetooth");
+
+    MappingStore::saveKeyboardId("0x9999");
+    EXPECT_EQ(fillFrom(listing).selectedTitle, "All keyboards");
+
+    MappingStore::saveKeyboardId("0x5555");  // not connected: nothing selected, nothing rewritten
+    EXPECT_EQ(fillFrom(listing).selectedTitle, "All keyboards");
+    EXPECT_EQ(MappingStore::loadKeyboardId(), "0x5555");
+}
+
+}  // namespace
+}  // namespace keyvane

@@ -1,0 +1,51 @@
+#include "ui/main/KeyboardList.h"
+
+#include <QComboBox>
+
+#include "engine/MappingStore.h"
+#include "engine/ShellRunner.h"
+#include "engine/Text.h"
+
+namespace keyvane {
+namespace {
+
+constexpr std::size_t productIdField = 1;
+constexpr std::size_t titleField = 6;
+
+void addItem(QComboBox* popup, const std::string& title, const std::string& identifier) {
+    popup->addItem(QString::fromStdString(title), QString::fromStdString(identifier));
+}
+
+}  // namespace
+
+std::optional<std::vector<std::string>> keyboardFields(const std::string& line) {
+    if (!line.starts_with("0x") || line.find(" 0x0 ") != std::string::npos)
+        return std::nullopt;
+    std::string normalised = replacingOccurrences(line, "    ", " ");
+    normalised = replacingOccurrences(normalised, "   ", " ");
+    normalised = replacingOccurrences(normalised, "  ", " ");
+    normalised = replacingOccurrences(normalised, "SPI", "Internal");
+    return splitKeepingEmpty(normalised, ' ');
+}
+
+void fillKeyboardPopup(QComboBox* keyboardPopup) {
+    addItem(keyboardPopup, allKeyboardsTitle, allKeyboardsId);
+    keyboardPopup->setCurrentIndex(0);
+
+    const std::string listing = ShellRunner::run(listKeyboardsCommand);
+    const std::optional<std::string> storedId = MappingStore::loadKeyboardId();
+    for (const std::string& line : splitKeepingEmpty(listing, '\n')) {
+        std::optional<std::vector<std::string>> fields = keyboardFields(line);
+        if (!fields || fields->size() <= titleField)
+            continue;
+        const std::string& title = (*fields)[titleField];
+        if (keyboardPopup->findText(QString::fromStdString(title),
+                                    Qt::MatchExactly | Qt::MatchCaseSensitive) >= 0)
+            continue;
+        addItem(keyboardPopup, title, (*fields)[productIdField]);
+        if (storedId == (*fields)[productIdField])
+            keyboardPopup->setCurrentIndex(keyboardPopup->count() - 1);
+    }
+}
+
+}  // namespace keyvane

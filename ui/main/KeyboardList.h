@@ -1,0 +1,23 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+class QComboBox;
+
+namespace keyvane {
+
+inline constexpr const char* listKeyboardsCommand = "hidutil list -m 'keyboard'";
+inline constexpr const char* allKeyboardsTitle = "All keyboards";
+
+// The fields of one line of the keyboard listing, or nothing for a line that names no keyboard
+// (headings, blank lines, lines with a " 0x0 " column). Runs of spaces are collapsed in passes of
+// four, three and two, so an unusually long run leaves an empty field behind.
+std::optional<std::vector<std::string>> keyboardFields(const std::string& line);
+
+// Fills the empty pop-up with "All keyboards" and one item per listed keyboard (title: the
+// transport column, item data: the product id), and selects the stored keyboard.
+void fillKeyboardPopup(QComboBox* keyboardPopup);
+
+}  // namespace keyvane
