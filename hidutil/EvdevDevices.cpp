@@ -1,0 +1,172 @@
+#include "hidutil/EvdevDevices.h"
+
+#include <fcntl.h>
+#include <linux/input.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <optional>
+
+namespace keyvane::hidutil {
+namespace {
+
+constexpr std::string_view eventPrefix = "event";
+constexpr const char* bootIdFile = "/proc/sys/kernel/random/boot_id";
+// Keymaps are far smaller; this only bounds a misbehaving driver.
+constexpr unsigned keymapLimit = 1u << 16;
+// Registry ids look like the macOS ones and are never 0.
+constexpr std::uint64_t registryBase = 0x100000000;
+
+std::error_code lastError() {
+    return {errno, std::generic_category()};
+}
+
+std::string readFirstLine(const std::filesystem::path& file) {
+    std::ifstream in(file);
+    std::string line;
+    std::getline(in, line);
+    return line;
+}
+
+// Keeps a device name on one line of a record file.
+std::string printable(std::string text) {
+    for (char& c : text)
+        if (static_cast<unsigned char>(c) < 0x20)
+            c = ' ';
+    return text;
+}
+
+class EvdevDevice : public KeyDevice {
+  public:
+    EvdevDevice(int fd, DeviceInfo info) : fd_(fd), info_(std::move(info)) {}
+    ~EvdevDevice() override { ::close(fd_); }
+    EvdevDevice(const EvdevDevice&) = delete;
+    EvdevDevice& operator=(const EvdevDevice&) = delete;
+
+    const DeviceInfo& info() const override { return info_; }
+
+    std::error_code readKeymap(std::vector<KeymapEntry>& keymap) override {
+        keymap.clear();
+        for (unsigned index = 0; index < keymapLimit; ++index) {
+            input_keymap_entry entry{};
+            entry.flags = INPUT_KEYMAP_BY_INDEX;
+            entry.index = index;
+            if (::ioctl(fd_, EVIOCGKEYCODE_V2, &entry) != 0) {
+                // The first index past the end is refused; a device without a keymap refuses 0.
+                if (index > 0 && errno == EINVAL)
+                    return {};
+                return lastError();
+            }
+            std::uint32_t scancode = 0;
+            std::memcpy(&scancode, entry.scancode,
+                        std::min<std::size_t>(entry.len, sizeof scancode));
+            keymap.push_back({scancode, entry.keycode});
+        }
+        return {};
+    }
+
+    std::error_code setKeycode(std::uint32_t scancode, std::uint32_t keycode) override {
+        input_keymap_entry entry{};
+        entry.len = sizeof scancode;
+        std::memcpy(entry.scancode, &scancode, sizeof scancode);
+        entry.keycode = keycode;
+        if (::ioctl(fd_, EVIOCSKEYCODE_V2, &entry) != 0)
+            return lastError();
+        return {};
+    }
+
+  private:
+    int fd_;
+    DeviceInfo info_;
+};
+
+// The number N of the inputN device behind an event node: the kernel never reuses it before the
+// next boot, so it tells a replugged keyboard from the one that had its node before.
+std::optional<std::uint64_t> inputNumber(const std::filesystem::path& sysfsClass,
+                                         const std::string& nodeName) {
+    std::error_code error;
+    const auto target = std::filesystem::canonical(sysfsClass / nodeName / "device", error);
+    const std::string name = error ? std::string() : target.filename().string();
+    if (name.rfind("input", 0) != 0 || name.size() == 5)
+        return std::nullopt;
+    try {
+        return std::stoull(name.substr(5));
+    } catch (const std::exception&) {
+        return std::nullopt;
+    }
+}
+
+std::unique_ptr<KeyDevice> openDevice(const std::filesystem::path& node,
+                                      const std::filesystem::path& sysfsClass,
+                                      const std::string& bootId, std::error_code& error) {
+    const int fd = ::open(node.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) {
+        error = lastError();
+        return nullptr;
+    }
+    DeviceInfo info;
+    info.node = node.string();
+    input_id id{};
+    char name[256] = {};
+    char phys[256] = {};
+    if (::ioctl(fd, EVIOCGID, &id) != 0 || ::ioctl(fd, EVIOCGNAME(sizeof name - 1), name) < 0) {
+        error = lastError();
+        ::close(fd);
+        return nullptr;
+    }
+    if (::ioctl(fd, EVIOCGPHYS(sizeof phys - 1), phys) < 0)
+        phys[0] = '\0';
+    info.bus = id.bustype;
+    info.vendor = id.vendor;
+    info.product = id.product;
+    info.name = printable(name);
+    info.phys = printable(phys);
+    const std::string nodeName = node.filename().string();
+    const auto number = inputNumber(sysfsClass, nodeName);
+    const std::uint64_t eventNumber = std::stoull(nodeName.substr(eventPrefix.size()));
+    info.registryId = registryBase + (number ? *number : eventNumber);
+    info.stateName = number ? "input" + std::to_string(*number) : nodeName;
+    info.identity = bootId + ' ' + std::to_string(info.bus) + ' ' + std::to_string(info.vendor) +
+                    ' ' + std::to_string(info.product) + ' ' + nodeName + ' ' + info.name;
+    return std::make_unique<EvdevDevice>(fd, std::move(info));
+}
+
+bool isEventNode(const std::string& name) {
+    return name.size() > eventPrefix.size() && name.rfind(eventPrefix, 0) == 0 &&
+           std::all_of(name.begin() + static_cast<std::ptrdiff_t>(eventPrefix.size()), name.end(),
+                       [](char c) { return c >= '0' && c <= '9'; });
+}
+
+}  // namespace
+
+DeviceScan EvdevDeviceSource::scan() {
+    DeviceScan result;
+    std::vector<std::pair<unsigned long, std::filesystem::path>> nodes;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(folder_, error)) {
+        const std::string name = entry.path().filename().string();
+        if (isEventNode(name))
+            nodes.emplace_back(std::stoul(name.substr(eventPrefix.size())), entry.path());
+    }
+    // A machine without any input device has no /dev/input: no keyboards, nothing to change.
+    if (error && error != std::errc::no_such_file_or_directory) {
+        result.error = error;
+        return result;
+    }
+    std::sort(nodes.begin(), nodes.end());
+    const std::string bootId = readFirstLine(bootIdFile);
+    for (const auto& [number, node] : nodes) {
+        std::error_code openError;
+        if (auto device = openDevice(node, sysfsClass_, bootId, openError))
+            result.devices.push_back(std::move(device));
+        else
+            result.failures.push_back({node.string(), openError});
+    }
+    return result;
+}
+
+}  // namespace keyvane::hidutil

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <filesystem>
+
+#include "hidutil/Device.h"
+
+namespace keyvane::hidutil {
+
+// The kernel's event devices, /dev/input/event*, whose keymaps are read and changed with
+// EVIOCGKEYCODE_V2 and EVIOCSKEYCODE_V2.
+class EvdevDeviceSource : public DeviceSource {
+  public:
+    explicit EvdevDeviceSource(std::filesystem::path folder = "/dev/input",
+                               std::filesystem::path sysfsClass = "/sys/class/input")
+        : folder_(std::move(folder)), sysfsClass_(std::move(sysfsClass)) {}
+
+    DeviceScan scan() override;
+
+  private:
+    std::filesystem::path folder_;
+    std::filesystem::path sysfsClass_;
+};
+
+}  // namespace keyvane::hidutil

@@ -1,0 +1,129 @@
+#pragma once
+
+#include <initializer_list>
+#include <string>
+#include <string_view>
+
+namespace keyvane::hidutil {
+
+// Every text hidutil prints. "{}" marks where fill() puts its arguments, in order.
+namespace text {
+
+inline constexpr std::string_view usage =
+    "usage: hidutil property --set TEXT [--matching TEXT]\n"
+    "       hidutil property --get UserKeyMapping [--matching TEXT]\n"
+    "       hidutil list [-m keyboard | --matching TEXT]\n"
+    "       hidutil --help\n"
+    "\n"
+    "TEXT is a property text such as '{\"UserKeyMapping\" : [{\"HIDKeyboardModifierMappingSrc\" : "
+    "0x700000039, \"HIDKeyboardModifierMappingDst\" : 0x700000029}]}' or '{\"ProductID\": "
+    "0x27e}'.\n"
+    "Changing or listing keyboards needs read and write access to /dev/input/event*, which members "
+    "of\n"
+    "the group 'input' have.\n";
+
+// Command words.
+inline constexpr std::string_view commandProperty = "property";
+inline constexpr std::string_view commandList = "list";
+inline constexpr std::string_view optionSet = "--set";
+inline constexpr std::string_view optionGet = "--get";
+inline constexpr std::string_view optionMatching = "--matching";
+inline constexpr std::string_view optionMatchShort = "-m";
+inline constexpr std::string_view optionHelp = "--help";
+inline constexpr std::string_view optionHelpShort = "-h";
+inline constexpr std::string_view matchKeyboard = "keyboard";
+
+// Property and matching keys.
+inline constexpr std::string_view userKeyMapping = "UserKeyMapping";
+inline constexpr std::string_view mappingSrc = "HIDKeyboardModifierMappingSrc";
+inline constexpr std::string_view mappingDst = "HIDKeyboardModifierMappingDst";
+inline constexpr std::string_view keyProductId = "ProductID";
+inline constexpr std::string_view keyVendorId = "VendorID";
+inline constexpr std::string_view keyLocationId = "LocationID";
+inline constexpr std::string_view keyPrimaryUsagePage = "PrimaryUsagePage";
+inline constexpr std::string_view keyPrimaryUsage = "PrimaryUsage";
+inline constexpr std::string_view keyTransport = "Transport";
+inline constexpr std::string_view keyProduct = "Product";
+
+// Reading property texts: what was expected where reading stopped.
+inline constexpr std::string_view expectValue = "a value (an object, array, string or integer)";
+inline constexpr std::string_view expectKeyOrEnd = "'\"' to begin a key, or '}'";
+inline constexpr std::string_view expectKey = "'\"' to begin a key";
+inline constexpr std::string_view expectColon = "':' after the key";
+inline constexpr std::string_view expectCommaOrBrace = "',' or '}'";
+inline constexpr std::string_view expectCommaOrBracket = "',' or ']'";
+inline constexpr std::string_view expectEnd = "the end of the text";
+inline constexpr std::string_view expectHexDigit = "a hexadecimal digit after 0x";
+inline constexpr std::string_view expectNoLeadingZero =
+    "a decimal integer without leading zeros (hexadecimal needs 0x)";
+inline constexpr std::string_view expectSmallerInteger = "an integer below 2^64";
+inline constexpr std::string_view expectClosingQuote = "'\"' to end the string";
+inline constexpr std::string_view expectEscape = "one of \\\" \\\\ \\/ \\b \\f \\n \\r \\t \\uXXXX";
+inline constexpr std::string_view expectNoControl =
+    "a printable character or an escape in the string";
+inline constexpr std::string_view expectShallower = "at most 64 nested objects and arrays";
+inline constexpr std::string_view expectUniqueKey = "a key not given before in this object";
+inline constexpr std::string_view expectSetObject = "an object holding \"UserKeyMapping\"";
+inline constexpr std::string_view expectKnownProperty =
+    "\"UserKeyMapping\", the only property hidutil sets";
+inline constexpr std::string_view expectMappingArray = "an array of mapping objects";
+inline constexpr std::string_view expectMappingObject =
+    "an object with \"HIDKeyboardModifierMappingSrc\" and \"HIDKeyboardModifierMappingDst\"";
+inline constexpr std::string_view expectMappingKey =
+    "\"HIDKeyboardModifierMappingSrc\" or \"HIDKeyboardModifierMappingDst\"";
+inline constexpr std::string_view expectMissingSrc =
+    "\"HIDKeyboardModifierMappingSrc\" in this mapping";
+inline constexpr std::string_view expectMissingDst =
+    "\"HIDKeyboardModifierMappingDst\" in this mapping";
+inline constexpr std::string_view expectUsageInteger = "an integer usage such as 0x700000039";
+inline constexpr std::string_view expectKeyboardPage =
+    "a usage of the keyboard page 7 (0x7000000XX), not of page {}";
+inline constexpr std::string_view expectMappableUsage =
+    "a keyboard usage with a key code of its own, which {} is not";
+inline constexpr std::string_view expectMatchingObject = "an object such as {\"ProductID\": 0x27e}";
+inline constexpr std::string_view expectMatchingKey =
+    "one of ProductID, VendorID, LocationID, PrimaryUsagePage, PrimaryUsage, Transport, Product";
+inline constexpr std::string_view expectInteger = "an integer";
+inline constexpr std::string_view expectString = "a string";
+
+// Errors on standard error.
+inline constexpr std::string_view errorPrefix = "hidutil: ";
+inline constexpr std::string_view errorText =
+    "hidutil: cannot use the {} text at position {}: expected {}\n";
+inline constexpr std::string_view whatSet = "--set";
+inline constexpr std::string_view whatMatching = "--matching";
+inline constexpr std::string_view errorUnknownGetKey =
+    "hidutil: cannot get {}: UserKeyMapping is the only property hidutil knows\n";
+inline constexpr std::string_view errorNoMatch = "hidutil: no keyboard matches {}\n";
+inline constexpr std::string_view errorOpen =
+    "hidutil: cannot open {}: {}. Changing keys needs read and write access to /dev/input/event*:\n"
+    "hidutil: add yourself to the group 'input' (sudo usermod -aG input $USER), then log in "
+    "again.\n";
+inline constexpr std::string_view errorDevice = "hidutil: cannot change the keys of {} ({}): {}\n";
+inline constexpr std::string_view errorNoDevices = "hidutil: cannot read {}: {}\n";
+inline constexpr std::string_view errorState = "hidutil: cannot keep the original keys in {}: {}\n";
+inline constexpr std::string_view errorNoStateDir =
+    "hidutil: XDG_RUNTIME_DIR is not set, so there is nowhere to remember the original keys\n";
+
+// Output.
+inline constexpr std::string_view echoHead = "UserKeyMapping:";
+inline constexpr std::string_view listOpen = "(\n";
+inline constexpr std::string_view listClose = ")\n";
+inline constexpr std::string_view listNull = "(null)\n";
+inline constexpr std::string_view entryOpen = "        {\n";
+inline constexpr std::string_view entryLine = "        {} = {};\n";
+inline constexpr std::string_view entryClose = "    }";
+inline constexpr std::string_view entrySeparator = ",\n";
+inline constexpr std::string_view matchedHeading = "RegistryID  Key                   Value\n";
+inline constexpr std::string_view matchedRowKey = "UserKeyMapping   ";
+inline constexpr std::string_view servicesHeading = "Services:\n";
+inline constexpr std::string_view devicesHeading = "Devices:\n";
+inline constexpr std::string_view nullText = "(null)";
+inline constexpr std::string_view hexFormat = "0x{}";
+
+}  // namespace text
+
+// text with each "{}" replaced by the next argument; extra arguments are ignored.
+std::string fill(std::string_view format, std::initializer_list<std::string_view> args);
+
+}  // namespace keyvane::hidutil
