@@ -1,0 +1,155 @@
+#include "remote/SCL.h"
+
+#include <chrono>
+#include <string_view>
+#include <utility>
+
+#include "platform/Bundle.h"
+#include "platform/MainQueue.h"
+#include "platform/SystemInfo.h"
+#include "platform/UnicodeText.h"
+#include "platform/UrlSession.h"
+#include "remote/ServiceTexts.h"
+#include "remote/ServiceUrls.h"
+#include "remote/Trace.h"
+#include "remote/Utf8.h"
+
+namespace keyvane {
+namespace {
+
+constexpr std::chrono::seconds idleLimit{15};
+constexpr std::chrono::seconds totalLimit{30};
+
+// The answer's bytes as text: ASCII as it is; anything above it taken as Latin-1, so that every
+// byte stays one character and the text is valid UTF-8.
+std::string asciiText(const std::vector<unsigned char>& bytes) {
+    std::string text;
+    text.reserve(bytes.size());
+    for (const unsigned char byte : bytes)
+        appendUtf8(text, byte);
+    return text;
+}
+
+void parseHeaderLines(const std::string& headerLines, UrlRequest& request) {
+    std::size_t start = 0;
+    while (start <= headerLines.size()) {
+        std::size_t end = headerLines.find('\n', start);
+        if (end == std::string::npos)
+            end = headerLines.size();
+        const std::string_view line = std::string_view(headerLines).substr(start, end - start);
+        start = end + 1;
+        if (line.empty())
+            continue;
+        const std::size_t separator = line.find(": ");
+        if (separator == std::string_view::npos) {
+            traceLine(service::headerNoMatchFrom);
+            traceLine(service::headerNoMatchTo);
+            request.headerFields.emplace_back("", "");
+        } else {
+            request.headerFields.emplace_back(std::string(line.substr(0, separator)),
+                                              std::string(line.substr(separator + 2)));
+        }
+    }
+}
+
+}  // namespace
+
+void SCL::sendRequest(const std::string& url, std::function<void(const std::string&)> onText,
+                      std::function<void(const std::string&)> onFailure, const std::string& body,
+                      const std::string& headerLines,
+                      std::function<void(const std::vector<unsigned char>&)> onData) {
+    UrlRequest request;
+    request.url = url;
+    request.idleLimit = idleLimit;
+    request.totalLimit = totalLimit;
+    if (!body.empty()) {
+        request.method = "POST";
+        request.body = body;
+    }
+    parseHeaderLines(headerLines, request);
+
+    UrlSession::start(
+        std::move(request), [onText = std::move(onText), onFailure = std::move(onFailure),
+                             onData = std::move(onData)](UrlOutcome outcome) {
+            if (outcome.failed) {
+                traceLine(outcome.errorDetail);
+                MainQueue::async([onFailure, description = std::move(outcome.errorDescription)] {
+                    if (onFailure)
+                        onFailure(description);
+                });
+            } else if (!outcome.body) {
+                traceLine(service::noErrorNoData);
+                MainQueue::async([onFailure] {
+                    if (onFailure)
+                        onFailure(service::noErrorNoData);
+                });
+            } else {
+                std::string text = asciiText(*outcome.body);
+                MainQueue::async(
+                    [onText, onData, text = std::move(text), bytes = std::move(*outcome.body)] {
+                        if (onText)
+                            onText(text);
+                        if (onData)
+                            onData(bytes);
+                    });
+            }
+        });
+}
+
+void SCL::logEvent(const std::string& name, const std::string& value, const std::string& notes) {
+    sendRequest(service::eventUrl(name, value, notes, service::randomQueryValue()), {}, {}, "", "",
+                {});
+}
+
+void SCL::logError(const std::string& message) {
+    sendRequest(service::errorUrl(message), {}, {}, "", "", {});
+}
+
+const std::string& SCL::userIdentity() {
+    static const std::string identity = sanitizeName(
+        system_info::loginName() + service::identitySeparator + system_info::computerName());
+    return identity;
+}
+
+const std::string& SCL::osVersion() {
+    static const std::string version = system_info::osMajorMinor();
+    return version;
+}
+
+const std::string& SCL::appVersion() {
+    static const std::string version = bundle::shortVersion();
+    return version;
+}
+
+std::string SCL::sanitizeName(const std::string& text) {
+    const std::string_view allowed = service::identityAllowed;
+    std::string result;
+    for (const std::string& character : unicode::graphemeClusters(text)) {
+        if (character.size() == 1 && allowed.find(character.front()) != std::string_view::npos)
+            result += character;
+    }
+    return result;
+}
+
+std::string SCL::percentEncode(const std::string& text) {
+    static constexpr char hex[] = "0123456789ABCDEF";
+    std::string result;
+    std::size_t i = 0;
+    while (i < text.size()) {
+        const Utf8Step step = decodeUtf8At(text, i);
+        if (step.valid && unicode::isAlphanumeric(step.codePoint)) {
+            result.append(text, i, step.length);
+        } else {
+            for (std::size_t k = i; k < i + step.length; ++k) {
+                const auto byte = static_cast<unsigned char>(text[k]);
+                result += '%';
+                result += hex[byte >> 4];
+                result += hex[byte & 0x0F];
+            }
+        }
+        i += step.length;
+    }
+    return result;
+}
+
+}  // namespace keyvane

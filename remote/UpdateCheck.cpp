@@ -1,0 +1,67 @@
+#include <optional>
+#include <string>
+
+#include "engine/MappingStore.h"
+#include "platform/Alert.h"
+#include "platform/Application.h"
+#include "platform/Browser.h"
+#include "platform/UserDefaults.h"
+#include "remote/RemoteConfig.h"
+#include "remote/SCL.h"
+#include "remote/ServiceTexts.h"
+#include "remote/ServiceUrls.h"
+#include "remote/Trace.h"
+
+namespace keyvane {
+
+void SCL::fetchConfig() {
+    sendRequest(
+        service::configUrl(service::randomQueryValue()),
+        [](const std::string& text) {
+            applyConfig(text);
+            checkForUpdate();
+        },
+        [](const std::string&) { checkForUpdate(); }, "", "", {});
+}
+
+void SCL::applyConfig(const std::string& text) {
+    if (std::optional<RemoteConfig> config = config_answer::decode(text)) {
+        remoteConfig = std::move(*config);
+        traceLine(service::configLoaded);
+    }
+}
+
+void SCL::checkForUpdate() {
+    const std::string& installed = appVersion();
+    if (versionSortsBelow(installed, remoteConfig.minimumVersion)) {
+        runModalAlert(service::updateRequiredTitle, service::updateRequiredText,
+                      {service::updateRequiredButton});
+        // Whether a browser opened cannot be known; this version must not go on running anyway.
+        openInBrowser(service::downloadPageUrl());
+        terminateApplication();
+        return;
+    }
+    if (!versionSortsBelow(installed, remoteConfig.latestVersion))
+        return;
+
+    const std::string latest = remoteConfig.latestVersion;
+    UserDefaults& defaults = UserDefaults::standard();
+    if (defaults.stringForKey(defaults_keys::noUpdatePrompt).value_or("") == latest)
+        return;
+    const std::string text = service::updateAvailableInstalled + installed +
+                             service::updateAvailableLatest + latest +
+                             service::updateAvailableAdvice;
+    switch (runModalAlert(service::updateAvailableTitle, text,
+                          {service::updateAvailableDownload, service::updateAvailableDontShow})) {
+        case 0:
+            openInBrowser(service::downloadPageUrl());
+            break;
+        case 1:
+            defaults.setString(defaults_keys::noUpdatePrompt, latest);
+            break;
+        default:
+            break;
+    }
+}
+
+}  // namespace keyvane
