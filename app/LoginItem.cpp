@@ -1,0 +1,30 @@
+#include "app/LoginItem.h"
+
+#include <QCoreApplication>
+
+#include "engine/MappingStore.h"
+#include "platform/Alert.h"
+#include "platform/Bundle.h"
+#include "platform/LoginItems.h"
+
+namespace keyvane {
+namespace {
+
+constexpr const char* launcherExecutableName = "keyvane-launcher";
+
+// The helper is installed beside the application, in the build tree and when installed alike.
+std::filesystem::path launcherExecutable() {
+    return std::filesystem::path(QCoreApplication::applicationDirPath().toStdString()) /
+           launcherExecutableName;
+}
+
+}  // namespace
+
+void updateLoginItem() {
+    const bool enabled = MappingStore::loadApplyAtLogin();
+    if (LoginItems::setEnabled(bundle::launcherIdentifier, launcherExecutable(), enabled))
+        return;
+    showAlert(loginItemAlertText, loginItemAlertTitle, [] {});
+}
+
+}  // namespace keyvane

@@ -1,0 +1,12 @@
+#pragma once
+
+namespace keyvane {
+
+inline constexpr const char* loginItemAlertTitle = "Keyvane";
+inline constexpr const char* loginItemAlertText = "Error setting apply at login value";
+
+// Enables or disables the login helper as a login item, as "applyatlogin" says; an alert tells
+// the user when that fails.
+void updateLoginItem();
+
+}  // namespace keyvane

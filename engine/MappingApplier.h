@@ -1,0 +1,48 @@
+#pragma once
+
+#include <string>
+
+namespace keyvane {
+
+// Installs the whole of `keyMappings` with one hidutil command, for every keyboard or for the one
+// whose product id is stored under "keyboardId". Always clears first, so the installed mappings
+// are rebuilt from the list and never patched. Reports its own problems (alerts, event log).
+class MappingApplier {
+  public:
+    static void applyMappings();
+
+    // The command that installs the list, or the empty string when no record is usable.
+    static std::string composeCommand();
+
+    static constexpr const char* clearingCommand =
+        R"(hidutil property --set '{"UserKeyMapping" : []}')";
+    static constexpr const char* allKeyboardsTemplate =
+        R"(hidutil property --set '{"UserKeyMapping" : [$HID]}')";
+    static constexpr const char* oneKeyboardTemplateHead =
+        R"(hidutil property --set '{"UserKeyMapping" : [$HID]}' --matching '{"ProductID": )";
+    static constexpr const char* oneKeyboardTemplateTail = "}'";
+    static constexpr const char* placeholder = "$HID";
+    static constexpr const char* entryHead = R"({"HIDKeyboardModifierMappingSrc" : 0x7000000)";
+    static constexpr const char* entryMiddle = R"(, "HIDKeyboardModifierMappingDst" : 0x7000000)";
+    static constexpr const char* entryTail = "},";
+    static constexpr const char* blankSourceMarker = ": 0x7000000,";
+    static constexpr const char* blankDestinationMarker = ": 0x7000000}";
+    static constexpr const char* successMarker = "UserKeyMapping";
+
+    static constexpr const char* blankIdError =
+        "error applying mapping - originalId or remappedId was blank\n\n";
+    static constexpr const char* blankIdAlertTitle = "Error applying mapping";
+    static constexpr const char* blankIdAlertText =
+        "OriginalId or remappedId was blank, please remove all mappings and re-add them.";
+    static constexpr const char* failedAlertTitle = "Unable to apply keyboard mappings";
+    static constexpr const char* failedAlertText =
+        "Unable to apply keyboard mappings. Most often this is because you are trying to apply "
+        "mappings to an external USB keyboard which is no longer connected. Try applying the "
+        "mappings to all keyboards instead.";
+};
+
+// `value` for use inside a single-quoted shell word: each ' becomes '\'' (close the quote, an
+// escaped quote, reopen), so the value cannot end the word. Values without ' are unchanged.
+std::string insideSingleQuotes(const std::string& value);
+
+}  // namespace keyvane
