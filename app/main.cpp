@@ -1,12 +1,12 @@
-#include <iostream>
+#include <QApplication>
+#include <QMainWindow>
 
-#include "engine/MappingStore.h"
+#include "ui/main/MainVC.h"
 
-// Until the main window exists, the program shows what it would install: the stored mappings.
-int main() {
-    keyvane::MappingStore::loadMappings();
-    std::cout << keyvane::MappingStore::describe(keyvane::keyMappings) << std::endl;
-    std::cout << "keyvane: the main window is not built yet; the stored mappings are listed above."
-              << std::endl;
-    return 0;
+int main(int argc, char** argv) {
+    QApplication application(argc, argv);
+    keyvane::MainVC mainVC;
+    mainVC.viewDidLoad();
+    mainVC.MainWin()->show();
+    return QApplication::exec();
 }

@@ -1,0 +1,199 @@
+#include <gtest/gtest.h>
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLabel>
+#include <QMainWindow>
+#include <QTableView>
+#include <QTimer>
+#include <QToolButton>
+#include <QtTest/QTest>
+#include <filesystem>
+#include <fstream>
+
+#include "app/LoginItem.h"
+#include "engine/MappingStore.h"
+#include "platform/ActivationPolicy.h"
+#include "platform/LoginItems.h"
+#include "platform/UserDefaults.h"
+#include "tests/support/AlertRecorder.h"
+#include "tests/support/FakeHidutil.h"
+#include "ui/main/MainVC.h"
+
+namespace keyvane {
+namespace {
+
+using testing::AlertRecorder;
+using testing::FakeHidutil;
+using Calls = std::vector<std::vector<std::string>>;
+
+KeyMapping record(const std::string& name, const std::string& id) {
+    return {{"original", name}, {"originalId", id}, {"remapped", "Escape"}, {"remappedId", "29"}};
+}
+
+const std::vector<KeyMapping> threeRecords = {record("Caps Lock", "39"), record("a", "04"),
+                                              record("Tab", "2b")};
+
+class MainVCTest : public ::testing::Test {
+  protected:
+    template <typename T>
+    T* outlet(const char* name) {
+        T* widget = vc->MainWin()->findChild<T*>(name);
+        EXPECT_NE(widget, nullptr) << name;
+        return widget;
+    }
+
+    void load() {
+        vc = std::make_unique<MainVC>();
+        vc->viewDidLoad();
+        vc->MainWin()->show();
+    }
+
+    std::vector<std::string> column(int col) {
+        std::vector<std::string> texts;
+        QAbstractItemModel* model = outlet<QTableView>("tableView")->model();
+        for (int row = 0; row < model->rowCount(); ++row)
+            texts.push_back(model->index(row, col).data().toString().toStdString());
+        return texts;
+    }
+
+    // On its box, not in the middle of a row that the layout stretched.
+    static void clickBox(QCheckBox* checkbox) {
+        QTest::mouseClick(checkbox, Qt::LeftButton, {}, QPoint(4, checkbox->height() / 2));
+    }
+
+    void clickSegment(const char* name) {
+        QTest::mouseClick(outlet<QToolButton>(name), Qt::LeftButton);
+    }
+
+    std::string storedList() {
+        std::vector<KeyMapping> saved = keyMappings;
+        MappingStore::loadMappings();
+        std::string description = MappingStore::describe(keyMappings);
+        keyMappings = saved;
+        return description;
+    }
+
+    FakeHidutil hidutil;
+    AlertRecorder alerts;
+    std::unique_ptr<MainVC> vc;
+};
+
+TEST_F(MainVCTest, FirstLaunchShowsTheHintAndOnlyClears) {
+    load();
+    EXPECT_EQ(currentMainVC, vc.get());
+    EXPECT_EQ(column(0), std::vector<std::string>{});
+    EXPECT_TRUE(outlet<QLabel>("startLabel")->isVisible());
+    EXPECT_EQ(hidutil.calls(), (Calls{FakeHidutil::clearingCall(), {"list", "-m", "keyboard"}}));
+    EXPECT_FALSE(outlet<QCheckBox>("applyCheckbox")->isChecked());
+    EXPECT_TRUE(mainWindowShown);
+    EXPECT_EQ(activationPolicy(), ActivationPolicy::Regular);
+
+    vc->MainWin()->close();
+    EXPECT_FALSE(mainWindowShown);
+    EXPECT_EQ(activationPolicy(), ActivationPolicy::Accessory);
+}
+
+TEST_F(MainVCTest, StoredListIsShownInOrderAndRemovalStoresThenInstalls) {
+    keyMappings = threeRecords;
+    MappingStore::saveMappings();
+    MappingStore::saveApplyAtLogin(true);
+    load();
+    EXPECT_EQ(column(0), (std::vector<std::string>{"Caps Lock", "a", "Tab"}));
+    EXPECT_EQ(column(1), (std::vector<std::string>{"Escape", "Escape", "Escape"}));
+    EXPECT_FALSE(outlet<QLabel>("startLabel")->isVisible());
+    EXPECT_TRUE(outlet<QCheckBox>("applyCheckbox")->isChecked());
+
+    hidutil.clearCalls();
+    clickSegment("removeSegment");  // nothing selected: nothing happens
+    EXPECT_TRUE(hidutil.calls().empty());
+    EXPECT_EQ(keyMappings.size(), 3u);
+
+    outlet<QTableView>("tableView")->selectRow(0);
+    clickSegment("removeSegment");
+    EXPECT_EQ(column(0), (std::vector<std::string>{"a", "Tab"}));
+    EXPECT_EQ(storedList(), MappingStore::describe({threeRecords[1], threeRecords[2]}));
+    ASSERT_EQ(hidutil.calls().size(), 2u);
+    EXPECT_EQ(hidutil.calls()[0], FakeHidutil::clearingCall());
+
+    for (int i = 0; i < 2; ++i) {
+        outlet<QTableView>("tableView")->selectRow(0);
+        clickSegment("removeSegment");
+    }
+    EXPECT_TRUE(keyMappings.empty());
+    EXPECT_FALSE(outlet<QLabel>("startLabel")->isVisible());
+}
+
+TEST_F(MainVCTest, RecordWithoutAColumnKeyShowsAnEmptyCell) {
+    keyMappings = {{{"originalId", "39"}, {"remapped", "Escape"}}};
+    MappingStore::saveMappings();
+    load();
+    EXPECT_EQ(column(0), std::vector<std::string>{""});
+    EXPECT_EQ(column(1), std::vector<std::string>{"Escape"});
+}
+
+TEST_F(MainVCTest, ChoosingAKeyboardStoresItsIdAndReinstalls) {
+    hidutil.setOutput("list", "0x5ac 0x27e 0x1 1 6 0x2 USB\n");
+    keyMappings = threeRecords;
+    MappingStore::saveMappings();
+
+    vc = std::make_unique<MainVC>();
+    auto* popup = outlet<QComboBox>("keyboardPopup");
+    popup->addItem("USB", "0x27e");
+    vc->keyboardPopupChanged(popup);  // before the view has loaded: nothing stored
+    EXPECT_FALSE(MappingStore::loadKeyboardId().has_value());
+    popup->clear();
+
+    vc->viewDidLoad();
+    vc->MainWin()->show();
+    hidutil.clearCalls();
+    popup->setFocus();
+    QTest::keyClick(popup, Qt::Key_Down);
+    EXPECT_EQ(MappingStore::loadKeyboardId(), "0x27e");
+    ASSERT_EQ(hidutil.calls().size(), 2u);
+    EXPECT_EQ(hidutil.calls()[1].back(), R"({"ProductID": 0x27e})");
+
+    QTest::keyClick(popup, Qt::Key_Up);
+    EXPECT_EQ(MappingStore::loadKeyboardId(), "0x9999");
+}
+
+TEST_F(MainVCTest, CheckboxStoresTheChoiceBeforeTheLoginItemFollowsIt) {
+    load();
+    auto* checkbox = outlet<QCheckBox>("applyCheckbox");
+    const auto entry = LoginItems::entryPath("app.keyvane.KeyvaneLauncher");
+
+    clickBox(checkbox);
+    EXPECT_TRUE(MappingStore::loadApplyAtLogin());
+    EXPECT_TRUE(std::filesystem::exists(entry));
+    clickBox(checkbox);
+    EXPECT_FALSE(MappingStore::loadApplyAtLogin());
+    EXPECT_FALSE(std::filesystem::exists(entry));
+    EXPECT_TRUE(alerts.drain().empty());
+
+    // An autostart "folder" that is a file cannot take the entry: the choice is kept, the user
+    // told.
+    std::filesystem::remove_all(entry.parent_path());
+    std::ofstream(entry.parent_path()) << "not a folder";
+    clickBox(checkbox);
+    EXPECT_TRUE(MappingStore::loadApplyAtLogin());
+    EXPECT_EQ(alerts.drain(), (std::vector<AlertRecorder::Alert>{
+                                  {"Keyvane", "Error setting apply at login value", {"OK"}}}));
+}
+
+TEST_F(MainVCTest, QuitClearsTheSystemKeepsTheListAndEndsTheApplication) {
+    keyMappings = threeRecords;
+    MappingStore::saveMappings();
+    load();
+    const std::string storedBefore = storedList();
+    hidutil.clearCalls();
+
+    QTimer::singleShot(0,
+                       [this] { QTest::mouseClick(outlet<QWidget>("quitBtn"), Qt::LeftButton); });
+    QTimer::singleShot(20000, [] { QCoreApplication::exit(1); });  // a quit that never happens
+    EXPECT_EQ(QCoreApplication::exec(), 0);
+    EXPECT_EQ(hidutil.calls(), Calls{FakeHidutil::clearingCall()});
+    EXPECT_EQ(storedList(), storedBefore);
+}
+
+}  // namespace
+}  // namespace keyvane

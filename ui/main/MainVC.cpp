@@ -1,0 +1,161 @@
+#include "ui/main/MainVC.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QEvent>
+#include <QHeaderView>
+#include <QMainWindow>
+#include <iostream>
+
+#include "app/LoginItem.h"
+#include "engine/MappingApplier.h"
+#include "engine/MappingStore.h"
+#include "engine/ShellRunner.h"
+#include "platform/ActivationPolicy.h"
+#include "platform/Application.h"
+#include "ui/main/KeyboardList.h"
+#include "ui/main/SegmentedControl.h"
+#include "ui_MainWindow.h"
+
+namespace keyvane {
+
+MainVC* currentMainVC = nullptr;
+bool mainWindowShown = false;
+
+namespace {
+
+const char* const columns[] = {MainVC::originalColumn, MainVC::remappedColumn};
+
+}  // namespace
+
+MainVC::MainVC(QObject* parent)
+    : QAbstractTableModel(parent),
+      window_(std::make_unique<QMainWindow>()),
+      ui_(std::make_unique<Ui::MainWindow>()) {
+    ui_->setupUi(window_.get());
+    ui_->tableView->setModel(this);
+    ui_->startLabel->setAttribute(Qt::WA_TransparentForMouseEvents);
+    window_->installEventFilter(this);
+    connectActions();
+}
+
+MainVC::~MainVC() {
+    if (currentMainVC == this)
+        currentMainVC = nullptr;
+    window_->removeEventFilter(this);
+}
+
+void MainVC::connectActions() {
+    connect(ui_->segmentedBtn1, &SegmentedControl::clicked, this,
+            [this] { segmentedBtnClick(ui_->segmentedBtn1); });
+    connect(ui_->keyboardPopup, &QComboBox::activated, this,
+            [this] { keyboardPopupChanged(ui_->keyboardPopup); });
+    connect(ui_->applyCheckbox, &QCheckBox::clicked, this,
+            [this] { applyCheckboxClicked(ui_->applyCheckbox); });
+    connect(ui_->quitBtn, &QAbstractButton::clicked, this, [this] { quitBtnClicked(); });
+}
+
+void MainVC::viewDidLoad() {
+    currentMainVC = this;
+    MappingStore::loadMappings();
+    std::cout << MappingStore::describe(keyMappings) << std::endl;
+    MappingApplier::applyMappings();
+    reloadTable();
+    fillKeyboardPopup(ui_->keyboardPopup);
+    loaded_ = true;
+    if (MappingStore::loadApplyAtLogin())
+        ui_->applyCheckbox->setChecked(true);
+}
+
+void MainVC::viewWillAppear() {
+    setActivationPolicy(ActivationPolicy::Regular);
+    mainWindowShown = true;
+}
+
+void MainVC::viewDidDisappear() {
+    setActivationPolicy(ActivationPolicy::Accessory);
+    mainWindowShown = false;
+}
+
+bool MainVC::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == window_.get()) {
+        if (event->type() == QEvent::Show)
+            viewWillAppear();
+        if (event->type() == QEvent::Hide)
+            viewDidDisappear();
+    }
+    return QAbstractTableModel::eventFilter(watched, event);
+}
+
+int MainVC::rowCount(const QModelIndex& parent) const {
+    if (parent.isValid() || keyMappings.empty())
+        return 0;
+    ui_->startLabel->hide();
+    return static_cast<int>(keyMappings.size());
+}
+
+int MainVC::columnCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : 2;
+}
+
+QVariant MainVC::data(const QModelIndex& index, int role) const {
+    if (role != Qt::DisplayRole && role != Qt::AccessibleTextRole)
+        return {};
+    if (!index.isValid() || static_cast<std::size_t>(index.row()) >= keyMappings.size())
+        return {};
+    const KeyMapping& record = keyMappings[static_cast<std::size_t>(index.row())];
+    auto value = record.find(columns[index.column()]);
+    return value == record.end() ? QString() : QString::fromStdString(value->second);
+}
+
+QVariant MainVC::headerData(int section, Qt::Orientation orientation, int role) const {
+    if (orientation != Qt::Horizontal || section < 0 || section > 1)
+        return {};
+    if (role == columnIdentifierRole)
+        return QString::fromLatin1(columns[section]);
+    if (role == Qt::DisplayRole)
+        return section == 0 ? tr("Original key") : tr("New key");
+    return {};
+}
+
+void MainVC::reloadTable() {
+    beginResetModel();
+    endResetModel();
+}
+
+void MainVC::segmentedBtnClick(SegmentedControl* sender) {
+    if (sender->indexOfSelectedItem() != 1)
+        return;  // adding opens the capture window
+
+    const QModelIndexList selected = ui_->tableView->selectionModel()->selectedRows();
+    if (selected.isEmpty())
+        return;
+    const int row = selected.first().row();
+    beginRemoveRows({}, row, row);
+    MappingStore::removeMapping(static_cast<std::size_t>(row));
+    endRemoveRows();
+    MappingApplier::applyMappings();
+}
+
+void MainVC::keyboardPopupChanged(QComboBox* sender) {
+    const QString title = sender->currentText();
+    const std::string identifier = sender->currentData().toString().toStdString();
+    std::cout << "keyboard pop-up item: " << title.toStdString() << " (" << identifier << ")"
+              << std::endl;
+    if (!loaded_)
+        return;
+    MappingStore::saveKeyboardId(identifier);
+    MappingApplier::applyMappings();
+}
+
+void MainVC::applyCheckboxClicked(QCheckBox* sender) {
+    MappingStore::saveApplyAtLogin(sender->isChecked());
+    updateLoginItem();
+}
+
+void MainVC::quitBtnClicked() {
+    std::cout << ShellRunner::run(MappingApplier::clearingCommand) << std::endl;
+    terminateApplication();
+}
+
+}  // namespace keyvane

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <QAbstractTableModel>
+#include <memory>
+
+class QCheckBox;
+class QComboBox;
+class QMainWindow;
+
+namespace Ui {
+class MainWindow;
+}
+
+namespace keyvane {
+
+class SegmentedControl;
+
+// The main window: the table of mappings (this controller is its data source), adding and
+// removing mappings, the target keyboard, apply-at-login and quit. Every change is stored first
+// and then the whole list is installed again.
+class MainVC : public QAbstractTableModel {
+    Q_OBJECT
+  public:
+    // Column identifiers are record keys: a cell shows the record's value under its column's key.
+    static constexpr const char* originalColumn = "original";
+    static constexpr const char* remappedColumn = "remapped";
+    static constexpr int columnIdentifierRole = Qt::UserRole;
+
+    explicit MainVC(QObject* parent = nullptr);
+    ~MainVC() override;
+
+    QMainWindow* MainWin() const { return window_.get(); }
+
+    void viewDidLoad();
+    void viewWillAppear();
+    void viewDidDisappear();
+
+    int rowCount(const QModelIndex& parent = {}) const override;
+    int columnCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+
+    void segmentedBtnClick(SegmentedControl* sender);
+    void keyboardPopupChanged(QComboBox* sender);
+    void applyCheckboxClicked(QCheckBox* sender);
+    void quitBtnClicked();
+
+    // Shows `keyMappings` again after records were appended elsewhere.
+    void reloadTable();
+
+  private:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void connectActions();
+
+    std::unique_ptr<QMainWindow> window_;
+    std::unique_ptr<Ui::MainWindow> ui_;
+    bool loaded_ = false;
+};
+
+// The controller whose view loaded last; main thread only.
+extern MainVC* currentMainVC;
+// True while the main window is on screen; main thread only.
+extern bool mainWindowShown;
+
+}  // namespace keyvane
