@@ -1,0 +1,122 @@
+#include "tests/hidutil/MemoryDevices.h"
+
+#include <linux/input-event-codes.h>
+
+#include <cerrno>
+#include <stdexcept>
+
+#include "hidutil/HidKeyCodes.h"
+
+namespace keyvane::testing {
+namespace {
+
+class MemoryDevice : public hidutil::KeyDevice {
+  public:
+    explicit MemoryDevice(std::shared_ptr<MemoryKeyboard> keyboard)
+        : keyboard_(std::move(keyboard)) {}
+
+    const hidutil::DeviceInfo& info() const override { return keyboard_->info; }
+
+    std::error_code readKeymap(std::vector<hidutil::KeymapEntry>& keymap) override {
+        keymap = keyboard_->keymap;
+        return {};
+    }
+
+    std::error_code setKeycode(std::uint32_t scancode, std::uint32_t keycode) override {
+        if (keyboard_->refuses)
+            return std::make_error_code(std::errc::operation_not_permitted);
+        if (keyboard_->changesBeforeCrash >= 0 &&
+            keyboard_->changes >= keyboard_->changesBeforeCrash)
+            return std::make_error_code(std::errc::interrupted);
+        for (auto& entry : keyboard_->keymap)
+            if (entry.scancode == scancode) {
+                entry.keycode = keycode;
+                ++keyboard_->changes;
+                return {};
+            }
+        return std::make_error_code(std::errc::invalid_argument);
+    }
+
+  private:
+    std::shared_ptr<MemoryKeyboard> keyboard_;
+};
+
+std::shared_ptr<MemoryKeyboard> device(unsigned bus, unsigned vendor, unsigned product,
+                                       unsigned number, std::string name) {
+    auto keyboard = std::make_shared<MemoryKeyboard>();
+    auto& info = keyboard->info;
+    info.node = "/dev/input/event" + std::to_string(number);
+    info.name = std::move(name);
+    info.phys = "memory-" + std::to_string(number);
+    info.bus = bus;
+    info.vendor = vendor;
+    info.product = product;
+    info.registryId = 0x100000000 + number;
+    info.stateName = "input" + std::to_string(number);
+    info.identity = "memory " + std::to_string(number);
+    return keyboard;
+}
+
+}  // namespace
+
+unsigned MemoryKeyboard::codeOf(std::uint32_t scancode) const {
+    for (const auto& entry : keymap)
+        if (entry.scancode == scancode)
+            return entry.keycode;
+    throw std::out_of_range("no such scancode");
+}
+
+std::shared_ptr<MemoryKeyboard> hidKeyboard(unsigned product, unsigned number) {
+    auto keyboard = device(hidutil::bus::usb, 0x1d50, product, number, "Memory Keyboard");
+    for (unsigned usage = 0; usage <= lastKeyboardUsage; ++usage)
+        keyboard->keymap.push_back(
+            {0x70000 | usage, static_cast<std::uint32_t>(linuxKeyCodeForUsage(usage))});
+    keyboard->keymap.push_back({0xc00e9, KEY_VOLUMEUP});
+    return keyboard;
+}
+
+std::shared_ptr<MemoryKeyboard> atKeyboard(unsigned number) {
+    auto keyboard = device(hidutil::bus::i8042, 1, 1, number, "AT Translated Set 2 keyboard");
+    // Below 0x59 the scancodes of the XT set are the key codes; a few extended keys follow.
+    for (std::uint32_t scancode = 0; scancode < 256; ++scancode) {
+        std::uint32_t code = scancode < 0x59 ? scancode : 0;
+        switch (scancode) {
+            case 0x80 | 0x1d:
+                code = KEY_RIGHTCTRL;
+                break;
+            case 0x80 | 0x38:
+                code = KEY_RIGHTALT;
+                break;
+            case 0x80 | 0x5b:
+                code = KEY_LEFTMETA;
+                break;
+            case 0x80 | 0x5c:
+                code = KEY_RIGHTMETA;
+                break;
+            case 0x80 | 0x53:
+            case 0x80 | 0x71:  // a second scancode for Delete, as some laptops send
+                code = KEY_DELETE;
+                break;
+        }
+        keyboard->keymap.push_back({scancode, code});
+    }
+    return keyboard;
+}
+
+std::shared_ptr<MemoryKeyboard> hidMouse(unsigned number) {
+    auto mouse = device(hidutil::bus::usb, 0x1d50, 0x99, number, "Memory Mouse");
+    for (std::uint32_t button = 1; button <= 3; ++button)
+        mouse->keymap.push_back({0x90000 | button, BTN_MOUSE + button - 1});
+    return mouse;
+}
+
+hidutil::DeviceScan MemoryDeviceSource::scan() {
+    hidutil::DeviceScan scan;
+    for (const auto& keyboard : keyboards)
+        scan.devices.push_back(std::make_unique<MemoryDevice>(keyboard));
+    for (const auto& node : unopenable)
+        scan.failures.push_back({node, std::make_error_code(std::errc::permission_denied)});
+    return scan;
+}
+
+}  // namespace keyvane::testing

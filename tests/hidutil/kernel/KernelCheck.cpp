@@ -1,0 +1,361 @@
+// Runs inside a virtual machine on a real kernel: makes two HID keyboards through uhid, drives
+// hidutil as the application would, types on the keyboards and reads what their event devices
+// report. Each check prints a marker line on the console, which the host reads.
+#include <fcntl.h>
+#include <linux/input.h>
+#include <linux/uhid.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+constexpr const char* passMarker = "KEYVANE-CHECK PASS ";
+constexpr const char* failMarker = "KEYVANE-CHECK FAIL ";
+constexpr const char* doneMarker = "KEYVANE-KERNEL-TEST DONE ";
+constexpr unsigned testVendor = 0x1d50;
+constexpr unsigned productA = 0x1111;
+constexpr unsigned productB = 0x2222;
+
+// A boot-protocol keyboard whose key array reaches every keyboard usage up to Right GUI.
+constexpr unsigned char reportDescriptor[] = {
+    0x05, 0x01, 0x09, 0x06, 0xa1, 0x01,                          // keyboard application
+    0x05, 0x07, 0x19, 0xe0, 0x29, 0xe7, 0x15, 0x00, 0x25, 0x01,  // modifiers e0..e7
+    0x75, 0x01, 0x95, 0x08, 0x81, 0x02,                          // 8 bits
+    0x95, 0x01, 0x75, 0x08, 0x81, 0x01,                          // reserved byte
+    0x95, 0x06, 0x75, 0x08, 0x15, 0x00, 0x26, 0xe7, 0x00,        // 6 keys, 0..e7
+    0x05, 0x07, 0x19, 0x00, 0x29, 0xe7, 0x81, 0x00,              //
+    0xc0,
+};
+
+int failures = 0;
+std::string hidutil = "/bin/hidutil";
+
+void check(bool ok, const std::string& what) {
+    std::printf("%s%s\n", ok ? passMarker : failMarker, what.c_str());
+    std::fflush(stdout);
+    if (!ok)
+        ++failures;
+}
+
+struct UhidKeyboard {
+    int fd = -1;
+    int event = -1;  // its event device
+    std::string name;
+
+    bool create(unsigned product, unsigned bus, const std::string& deviceName) {
+        name = deviceName;
+        fd = ::open("/dev/uhid", O_RDWR | O_CLOEXEC);
+        if (fd < 0)
+            return false;
+        uhid_event ev{};
+        ev.type = UHID_CREATE2;
+        std::snprintf(reinterpret_cast<char*>(ev.u.create2.name), sizeof ev.u.create2.name, "%s",
+                      name.c_str());
+        std::snprintf(reinterpret_cast<char*>(ev.u.create2.phys), sizeof ev.u.create2.phys,
+                      "keyvane-test/%s", name.c_str());
+        std::memcpy(ev.u.create2.rd_data, reportDescriptor, sizeof reportDescriptor);
+        ev.u.create2.rd_size = sizeof reportDescriptor;
+        ev.u.create2.bus = static_cast<__u16>(bus);
+        ev.u.create2.vendor = testVendor;
+        ev.u.create2.product = product;
+        return ::write(fd, &ev, sizeof ev) == static_cast<ssize_t>(sizeof ev);
+    }
+
+    // Answers what the kernel asks of the device (nothing needs an answer for a keyboard).
+    void drain() const {
+        pollfd p{fd, POLLIN, 0};
+        while (::poll(&p, 1, 0) > 0) {
+            uhid_event ev{};
+            if (::read(fd, &ev, sizeof ev) <= 0)
+                break;
+        }
+    }
+
+    void report(unsigned char modifiers, unsigned char key) const {
+        uhid_event ev{};
+        ev.type = UHID_INPUT2;
+        ev.u.input2.size = 8;
+        ev.u.input2.data[0] = modifiers;
+        ev.u.input2.data[2] = key;
+        if (::write(fd, &ev, sizeof ev) < 0)
+            std::perror("uhid input");
+        drain();
+    }
+
+    // Presses and releases a usage (a modifier usage through the modifier bits).
+    void tap(unsigned usage) const {
+        if (usage >= 0xe0)
+            report(static_cast<unsigned char>(1u << (usage - 0xe0)), 0);
+        else
+            report(0, static_cast<unsigned char>(usage));
+        report(0, 0);
+    }
+
+    // The key codes of the key presses that tapping usage gives, read up to a sentinel key.
+    std::vector<int> pressesOf(unsigned usage) const {
+        constexpr unsigned sentinelUsage = 0x45;  // F12, never remapped here
+        input_event ev{};
+        while (::read(event, &ev, sizeof ev) > 0) {
+        }
+        tap(usage);
+        tap(sentinelUsage);
+        std::vector<int> presses;
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+        while (std::chrono::steady_clock::now() < deadline) {
+            pollfd p{event, POLLIN, 200};
+            if (::poll(&p, 1, 200) <= 0)
+                continue;
+            while (::read(event, &ev, sizeof ev) == static_cast<ssize_t>(sizeof ev)) {
+                if (ev.type != EV_KEY || ev.value != 1)
+                    continue;
+                if (ev.code == KEY_F12)
+                    return presses;
+                presses.push_back(ev.code);
+            }
+        }
+        presses.push_back(-1);  // the sentinel never came
+        return presses;
+    }
+};
+
+std::string eventNodeNamed(const std::string& name) {
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        for (const auto& entry : std::filesystem::directory_iterator("/dev/input")) {
+            if (entry.path().filename().string().rfind("event", 0) != 0)
+                continue;
+            const int fd = ::open(entry.path().c_str(), O_RDONLY | O_CLOEXEC);
+            char found[256] = {};
+            if (fd >= 0 && ::ioctl(fd, EVIOCGNAME(sizeof found - 1), found) >= 0 && name == found) {
+                ::close(fd);
+                return entry.path().string();
+            }
+            if (fd >= 0)
+                ::close(fd);
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+    return {};
+}
+
+struct Result {
+    int status = -1;
+    std::string out;
+};
+
+Result run(std::vector<std::string> args) {
+    args.insert(args.begin(), hidutil);
+    int pipeFds[2];
+    if (::pipe(pipeFds) != 0)
+        return {};
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::dup2(pipeFds[1], 1);
+        ::close(pipeFds[0]);
+        std::vector<char*> argv;
+        for (auto& arg : args)
+            argv.push_back(arg.data());
+        argv.push_back(nullptr);
+        ::execv(argv[0], argv.data());
+        ::_exit(127);
+    }
+    ::close(pipeFds[1]);
+    Result result;
+    char buffer[4096];
+    for (ssize_t n; (n = ::read(pipeFds[0], buffer, sizeof buffer)) > 0;)
+        result.out.append(buffer, static_cast<std::size_t>(n));
+    ::close(pipeFds[0]);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    std::printf("$ hidutil");
+    for (std::size_t i = 1; i < args.size(); ++i)
+        std::printf(" '%s'", args[i].c_str());
+    std::printf("\n%s[exit %d]\n", result.out.c_str(), result.status);
+    std::fflush(stdout);
+    return result;
+}
+
+std::string mapping(std::initializer_list<std::pair<const char*, const char*>> entries) {
+    std::string text = R"({"UserKeyMapping" : [)";
+    bool first = true;
+    for (const auto& [src, dst] : entries) {
+        text += std::string(first ? "" : ",") + R"({"HIDKeyboardModifierMappingSrc" : 0x7000000)" +
+                src + R"(, "HIDKeyboardModifierMappingDst" : 0x7000000)" + dst + "}";
+        first = false;
+    }
+    return text + "]}";
+}
+
+std::vector<std::pair<unsigned, unsigned>> keymapOf(const std::string& node) {
+    std::vector<std::pair<unsigned, unsigned>> keymap;
+    const int fd = ::open(node.c_str(), O_RDONLY | O_CLOEXEC);
+    for (unsigned index = 0; fd >= 0; ++index) {
+        input_keymap_entry entry{};
+        entry.flags = INPUT_KEYMAP_BY_INDEX;
+        entry.index = index;
+        if (::ioctl(fd, EVIOCGKEYCODE_V2, &entry) != 0)
+            break;
+        unsigned scancode = 0;
+        std::memcpy(&scancode, entry.scancode, std::min<std::size_t>(entry.len, sizeof scancode));
+        keymap.emplace_back(scancode, entry.keycode);
+    }
+    if (fd >= 0)
+        ::close(fd);
+    return keymap;
+}
+
+unsigned codeAt(const std::vector<std::pair<unsigned, unsigned>>& keymap, unsigned scancode) {
+    for (const auto& [s, code] : keymap)
+        if (s == scancode)
+            return code;
+    return ~0u;
+}
+
+std::string text(const std::vector<int>& codes) {
+    std::string out;
+    for (int code : codes)
+        out += (out.empty() ? "" : ",") + std::to_string(code);
+    return "[" + out + "]";
+}
+
+// The lines of a listing the application keeps, as (product id field, transport field).
+std::vector<std::pair<std::string, std::string>> listedKeyboards(std::string listing) {
+    std::vector<std::pair<std::string, std::string>> found;
+    std::size_t start = 0;
+    while (start < listing.size()) {
+        std::size_t end = listing.find('\n', start);
+        if (end == std::string::npos)
+            end = listing.size();
+        std::string line = listing.substr(start, end - start);
+        start = end + 1;
+        if (line.rfind("0x", 0) != 0 || line.find(" 0x0 ") != std::string::npos)
+            continue;
+        // One left-to-right pass per run length, as the application does.
+        for (const std::string spaces : {"    ", "   ", "  "}) {
+            std::string collapsed;
+            for (std::size_t i = 0; i < line.size();) {
+                const bool run = line.compare(i, spaces.size(), spaces) == 0;
+                collapsed += run ? ' ' : line[i];
+                i += run ? spaces.size() : 1;
+            }
+            line = collapsed;
+        }
+        std::vector<std::string> fields;
+        std::size_t from = 0;
+        for (std::size_t space; (space = line.find(' ', from)) != std::string::npos;
+             from = space + 1)
+            fields.push_back(line.substr(from, space - from));
+        if (fields.size() >= 7)
+            found.emplace_back(fields[1], fields[6]);
+    }
+    return found;
+}
+
+bool listed(const std::vector<std::pair<std::string, std::string>>& keyboards,
+            const std::string& product, const std::string& transport) {
+    for (const auto& keyboard : keyboards)
+        if (keyboard.first == product && keyboard.second == transport)
+            return true;
+    return false;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc > 1)
+        hidutil = argv[1];
+    UhidKeyboard a, b;
+    check(a.create(productA, BUS_USB, "Keyvane Test Keyboard A"), "uhid keyboard A created");
+    check(b.create(productB, BUS_BLUETOOTH, "Keyvane Test Keyboard B"), "uhid keyboard B created");
+    const std::string nodeA = eventNodeNamed(a.name), nodeB = eventNodeNamed(b.name);
+    const std::string nodeAt = eventNodeNamed("AT Translated Set 2 keyboard");
+    check(!nodeA.empty() && !nodeB.empty(),
+          "event devices of both keyboards: " + nodeA + " " + nodeB);
+    check(!nodeAt.empty(), "the AT keyboard is present: " + nodeAt);
+    if (nodeA.empty() || nodeB.empty() || nodeAt.empty()) {
+        std::printf("%sfailed\n", doneMarker);
+        return 1;
+    }
+    a.event = ::open(nodeA.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    b.event = ::open(nodeB.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    const auto atDefault = keymapOf(nodeAt);
+    const auto hidDefault = keymapOf(nodeA);
+    const std::vector<const UhidKeyboard*> both = {&a, &b};
+
+    // Listing: both test keyboards and the AT keyboard, as the application reads the lines.
+    const Result listing = run({"list", "-m", "keyboard"});
+    const auto keyboards = listedKeyboards(listing.out);
+    check(listing.status == 0 && listing.out.rfind("Services:\n", 0) == 0, "list -m keyboard runs");
+    check(listed(keyboards, "0x1111", "USB"), "keyboard A listed with product 0x1111, USB");
+    check(listed(keyboards, "0x2222", "Bluetooth"),
+          "keyboard B listed with product 0x2222, Bluetooth");
+    check(listed(keyboards, "0x1", "Internal"), "AT keyboard listed as Internal");
+
+    // The application's two-record example on all keyboards.
+    const Result example = run({"property", "--set", mapping({{"39", "29"}, {"e3", "e7"}})});
+    check(example.status == 0 && example.out.find("UserKeyMapping") != std::string::npos,
+          "two-record example installed");
+    for (const UhidKeyboard* keyboard : both) {
+        const auto caps = keyboard->pressesOf(0x39);
+        check(caps == std::vector<int>{KEY_ESC},
+              keyboard->name + ": Caps Lock gives Escape " + text(caps));
+        check(keyboard->pressesOf(0xe3) == std::vector<int>{KEY_RIGHTMETA},
+              keyboard->name + ": Command gives Right Command");
+        check(keyboard->pressesOf(0x04) == std::vector<int>{KEY_A}, keyboard->name + ": a stays a");
+    }
+    auto atNow = keymapOf(nodeAt);
+    check(codeAt(atNow, 0x3a) == KEY_ESC, "AT keyboard: Caps Lock scancode gives Escape");
+    check(codeAt(atNow, 0xdb) == KEY_RIGHTMETA,
+          "AT keyboard: left Windows scancode gives Right Meta");
+
+    // One keyboard by product id, after clearing, as the application does.
+    run({"property", "--set", mapping({})});
+    const Result matched = run(
+        {"property", "--set", mapping({{"39", "29"}}), "--matching", R"({"ProductID": 0x1111})"});
+    check(matched.status == 0 && matched.out.find("UserKeyMapping") != std::string::npos,
+          "--matching installed on product 0x1111");
+    check(a.pressesOf(0x39) == std::vector<int>{KEY_ESC}, "keyboard A: Caps Lock gives Escape");
+    check(b.pressesOf(0x39) == std::vector<int>{KEY_CAPSLOCK}, "keyboard B: Caps Lock unchanged");
+    check(codeAt(keymapOf(nodeAt), 0x3a) == KEY_CAPSLOCK, "AT keyboard: Caps Lock unchanged");
+    const Result nowhere = run(
+        {"property", "--set", mapping({{"39", "29"}}), "--matching", R"({"ProductID": 0x3333})"});
+    check(nowhere.status != 0 && nowhere.out.find("UserKeyMapping") == std::string::npos,
+          "--matching an absent product fails without the success text");
+
+    // "Disable key" on all keyboards.
+    run({"property", "--set", mapping({})});
+    const Result disabled = run({"property", "--set", mapping({{"04", "00"}})});
+    check(disabled.status == 0, "disable key installed");
+    for (const UhidKeyboard* keyboard : both)
+        check(keyboard->pressesOf(0x04).empty(), keyboard->name + ": a gives nothing");
+    check(codeAt(keymapOf(nodeAt), 0x1e) == 0, "AT keyboard: a gives nothing");
+    const Result stillListed = run({"list", "-m", "keyboard"});
+    check(listed(listedKeyboards(stillListed.out), "0x1111", "USB"),
+          "a keyboard without its a key is still listed");
+
+    // Clearing restores every default keymap.
+    const Result cleared = run({"property", "--set", mapping({})});
+    check(cleared.status == 0 && cleared.out == "UserKeyMapping:(\n)\n", "clearing command echoes");
+    for (const UhidKeyboard* keyboard : both) {
+        check(keyboard->pressesOf(0x39) == std::vector<int>{KEY_CAPSLOCK},
+              keyboard->name + ": Caps Lock is Caps Lock again");
+        check(keyboard->pressesOf(0x04) == std::vector<int>{KEY_A},
+              keyboard->name + ": a is a again");
+    }
+    check(keymapOf(nodeA) == hidDefault, "keyboard A: whole keymap back to the default");
+    check(keymapOf(nodeAt) == atDefault, "AT keyboard: whole keymap back to the default");
+
+    std::printf("%s%s\n", doneMarker, failures == 0 ? "ok" : "failed");
+    std::fflush(stdout);
+    return failures == 0 ? 0 : 1;
+}
