@@ -1,0 +1,104 @@
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QTest>
+#include <QThread>
+#include <QTimer>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/Alert.h"
+#include "platform/MainQueue.h"
+#include "tests/support/AlertAnswerer.h"
+
+namespace keyvane {
+namespace {
+
+TEST(MainQueue, RunsTasksOneAtATimeInTheOrderEachThreadEnqueuedThemOnTheMainThread) {
+    constexpr int threads = 4;
+    constexpr int perThread = 200;
+    std::vector<std::vector<int>> seen(threads);
+    int running = 0;
+    int overlapping = 0;
+    int offMainThread = 0;
+    std::vector<std::thread> senders;
+    for (int t = 0; t < threads; ++t) {
+        senders.emplace_back([&, t] {
+            for (int i = 0; i < perThread; ++i) {
+                MainQueue::async([&, t, i] {
+                    if (++running != 1)
+                        ++overlapping;
+                    if (QThread::currentThread() != qApp->thread())
+                        ++offMainThread;
+                    seen[t].push_back(i);
+                    --running;
+                });
+            }
+        });
+    }
+    for (std::thread& sender : senders)
+        sender.join();
+    ASSERT_TRUE(QTest::qWaitFor([&] {
+        std::size_t total = 0;
+        for (const auto& list : seen)
+            total += list.size();
+        return total == threads * perThread;
+    }));
+    for (const auto& list : seen) {
+        for (int i = 0; i < perThread; ++i)
+            ASSERT_EQ(list[i], i);
+    }
+    EXPECT_EQ(overlapping, 0);
+    EXPECT_EQ(offMainThread, 0);
+}
+
+TEST(MainQueue, ATaskThatShowsAModalAlertHoldsLaterTasksUntilTheAlertIsClosed) {
+    testing::AlertAnswerer answerer;  // no answer yet: the alert stays open
+    std::vector<std::string> log;
+    showAlert("The text below the title", "The title", [&] { log.push_back("then"); });
+    EXPECT_TRUE(log.empty()) << "showAlert waits for nobody";
+    MainQueue::async([&] { log.push_back("later task"); });
+
+    // While the alert is open the application keeps serving its event loop (timers fire), but
+    // the queue does not move. Once a hundred timer turns have passed, the alert is answered.
+    int turns = 0;
+    bool laterTaskRanWhileOpen = false;
+    QTimer watcher;
+    QObject::connect(&watcher, &QTimer::timeout, [&] {
+        if (!answerer.alertOpen())
+            return;
+        laterTaskRanWhileOpen |= !log.empty();
+        if (++turns == 100) {
+            MainQueue::async([&] { log.push_back("task enqueued while open"); });
+            answerer.answerNext("OK");
+        }
+    });
+    watcher.start(1);
+
+    ASSERT_TRUE(QTest::qWaitFor([&] { return log.size() == 3; }, 30000));
+    EXPECT_FALSE(laterTaskRanWhileOpen);
+    EXPECT_EQ(log, (std::vector<std::string>{"then", "later task", "task enqueued while open"}));
+    ASSERT_EQ(answerer.seen().size(), 1u);
+    const auto& alert = answerer.seen().front();
+    EXPECT_EQ(alert.text, "The title");
+    EXPECT_EQ(alert.informativeText, "The text below the title");
+    EXPECT_EQ(alert.buttons, QStringList{"OK"});
+    EXPECT_EQ(alert.defaultButton, "OK");
+}
+
+TEST(MainQueue, AlertsQueuedTogetherAreShownOneAfterTheOther) {
+    testing::AlertAnswerer answerer({"OK", "OK"});
+    std::vector<std::string> log;
+    showAlert("first text", "First", [&] { log.push_back("first closed"); });
+    showAlert("second text", "Second", [&] { log.push_back("second closed"); });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return log.size() == 2; }, 30000));
+    EXPECT_EQ(log, (std::vector<std::string>{"first closed", "second closed"}));
+    ASSERT_EQ(answerer.seen().size(), 2u);
+    EXPECT_EQ(answerer.seen()[0].text, "First");
+    EXPECT_EQ(answerer.seen()[1].text, "Second");
+}
+
+}  // namespace
+}  // namespace keyvane

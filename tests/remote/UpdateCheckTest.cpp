@@ -1,0 +1,287 @@
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QByteArray>
+#include <QRegularExpression>
+#include <QTcpServer>
+#include <QTest>
+#include <QTimer>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "platform/MainQueue.h"
+#include "platform/UserDefaults.h"
+#include "remote/RemoteConfig.h"
+#include "remote/SCL.h"
+#include "tests/support/AlertAnswerer.h"
+#include "tests/support/HttpsTestServer.h"
+#include "tests/support/OpenedUrls.h"
+
+namespace keyvane {
+namespace {
+
+const QString requiredText =
+    "This version is significantly outdated and will no longer work. Please relaunch the app "
+    "after downloading the latest version.";
+const QString advice =
+    "\n\nIt is recommended that you update the app for stability and performance.";
+
+std::string reversedCodePoints(const std::string& text) {
+    std::u32string points = QString::fromStdString(text).toStdU32String();
+    return QString::fromStdU32String({points.rbegin(), points.rend()}).toStdString();
+}
+
+// The web service's side of the answer format: reverse, base64, reverse, "=" written as "fau".
+std::string encodedAnswer(const std::string& plain) {
+    const QByteArray base64 = QByteArray::fromStdString(reversedCodePoints(plain)).toBase64();
+    return QString::fromStdString(reversedCodePoints(base64.toStdString()))
+        .replace("=", "fau")
+        .toStdString();
+}
+
+TEST(ConfigAnswer, AcceptsExactlyFourLinesBeginningWithConfigAndNothingElse) {
+    const auto decode = [](const std::string& plain) {
+        return config_answer::decode(encodedAnswer(plain));
+    };
+    EXPECT_EQ(decode("config\nno\n1.1\n1.4"), (RemoteConfig{"config", "no", "1.1", "1.4"}));
+    EXPECT_EQ(decode("config\n\n\n"), (RemoteConfig{"config", "", "", ""}));
+    // Combining marks and characters beyond the first plane survive the round trip.
+    EXPECT_EQ(decode("config\nyes \xF0\x9F\x98\x80\n1.e\xCC\x81\n 2 "),
+              (RemoteConfig{"config", "yes \xF0\x9F\x98\x80", "1.e\xCC\x81", " 2 "}));
+
+    for (const std::string plain : {"config\nno\n1.1\n1.4\n", "Config\nno\n1.1\n1.4",
+                                    "config \nno\n1.1\n1.4", "config\nno\n1.1", "", "config"})
+        EXPECT_FALSE(decode(plain)) << plain;
+
+    const std::string good = encodedAnswer("config\nno\n1.1\n1.4");
+    for (const std::string& body : {good + "\n", "\n" + good, good.substr(1), good + "!",
+                                    std::string("not base64 at all"), std::string()})
+        EXPECT_FALSE(config_answer::decode(body)) << body;
+    // Bytes that are not UTF-8, properly encoded.
+    const std::string invalidUtf8 = QByteArray(
+                                        "\xFF\xFE"
+                                        "config")
+                                        .toBase64()
+                                        .replace("=", "fau")
+                                        .toStdString();
+    EXPECT_EQ(config_answer::decodedText(reversedCodePoints(invalidUtf8)), "");
+}
+
+TEST(ConfigAnswer, TheLettersFauInsideTheBase64TextAreTakenForPadding) {
+    // Base64 of ASCII never holds "uaf"; the Thai digit seven after an é makes it appear, so
+    // the reversed text holds "fau" in its middle before any padding is written so.
+    const std::string plain = "config\n\xC3\xA9\xE0\xB9\xA7\n1.1\n1.4";
+    const std::string rawBase64 = reversedCodePoints(
+        QByteArray::fromStdString(reversedCodePoints(plain)).toBase64().toStdString());
+    ASSERT_NE(rawBase64.find("fau"), std::string::npos);
+    EXPECT_FALSE(config_answer::decode(encodedAnswer(plain)));
+}
+
+TEST(ConfigAnswer, ApplyingReplacesAllFourValuesOnlyWhenAccepted) {
+    remoteConfig = RemoteConfig{};
+    ::testing::internal::CaptureStdout();
+    SCL::applyConfig(encodedAnswer("Config\nyes\n2.0\n2.0"));
+    SCL::applyConfig("garbage");
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(remoteConfig, (RemoteConfig{"config", "no", "1.1", "1.1"}));
+
+    ::testing::internal::CaptureStdout();
+    SCL::applyConfig(encodedAnswer("config\nyes\n1.0\n1.9"));
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "config loaded\n");
+    EXPECT_EQ(remoteConfig, (RemoteConfig{"config", "yes", "1.0", "1.9"}));
+    remoteConfig = RemoteConfig{};
+}
+
+TEST(VersionOrder, ComparesCanonicalTextsCodePointByCodePoint) {
+    struct Row {
+        std::string version, other;
+        bool below;
+    };
+    const std::vector<Row> rows = {
+        {"1.1", "1.1.1", true},
+        {"1.1", "1.2", true},
+        {"1.10", "1.9", true},
+        {"10.0", "9.0", true},
+        {"1.1", "1.1", false},
+        {"1.2", "1.1", false},
+        {"1.9", "1.10", false},
+        {"", "1.1", true},
+        {"1.0", "", false},
+        {"1.Z", "1.a", true},
+        {"1.2.0", "1.10", false},
+        {"1.2.0", "1.3", true},
+        // é written as e + combining acute equals the precomposed é, which sorts above f.
+        {"1.e\xCC\x81", "1.\xC3\xA9", false},
+        {"1.\xC3\xA9", "1.e\xCC\x81", false},
+        {"1.e\xCC\x81", "1.f", false},
+        {"1.f", "1.e\xCC\x81", true},
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(versionSortsBelow(row.version, row.other), row.below)
+            << row.version << " < " << row.other;
+}
+
+class UpdateCheck : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        // As in the application: closing an alert must not end the event loop.
+        QApplication::setQuitOnLastWindowClosed(false);
+        qputenv("KEYVANE_SERVICE_HOST", "updates.example");
+        remoteConfig = RemoteConfig{};
+    }
+    void TearDown() override { remoteConfig = RemoteConfig{}; }
+
+    // Runs `work` as a main-queue task inside the application's event loop. Returns 0 when the
+    // work ended the application, 1 when the loop kept running afterwards.
+    static int runInEventLoop(std::function<void()> work) {
+        QTimer ticks;
+        int turns = 0;
+        QObject::connect(&ticks, &QTimer::timeout, [&] {
+            // Several turns of the loop: an application that was told to end has none left.
+            if (++turns == 5)
+                QCoreApplication::exit(1);
+        });
+        MainQueue::async([&] {
+            work();
+            ticks.start(0);
+        });
+        QTimer::singleShot(60000, [] { QCoreApplication::exit(99); });
+        return QApplication::exec();
+    }
+
+    static int check() {
+        return runInEventLoop([] { SCL::checkForUpdate(); });
+    }
+
+    testing::AlertAnswerer answerer;
+    testing::OpenedUrls browser;
+};
+
+TEST_F(UpdateCheck, AnInstalledVersionBelowTheMinimumIsToldToUpdateAndTheApplicationEnds) {
+    remoteConfig.minimumVersion = "1.3";
+    remoteConfig.latestVersion = "1.3";
+    // The choice not to be reminded of a version never silences this alert.
+    UserDefaults::standard().setString("noupdateprompt", "1.3");
+    answerer.answerNext("Visit download page");
+
+    EXPECT_EQ(check(), 0);
+    ASSERT_EQ(answerer.seen().size(), 1u);
+    const auto& alert = answerer.seen().front();
+    EXPECT_EQ(alert.text, "App update required");
+    EXPECT_EQ(alert.informativeText, requiredText);
+    EXPECT_EQ(alert.buttons, QStringList{"Visit download page"});
+    EXPECT_EQ(alert.defaultButton, "Visit download page");
+    EXPECT_EQ(browser.urls(), QStringList{"https://updates.example/keyvane/"});
+}
+
+TEST_F(UpdateCheck, AnAvailableUpdateIsOfferedUntilTheUserDeclinesThatVersion) {
+    remoteConfig.latestVersion = "1.4";
+    answerer.answerNext("Download now");
+    EXPECT_EQ(check(), 1);
+    ASSERT_EQ(answerer.seen().size(), 1u);
+    const auto& alert = answerer.seen().front();
+    EXPECT_EQ(alert.text, "App update available");
+    EXPECT_EQ(alert.informativeText, "Currently installed: 1.2.0\nLatest version:1.4" + advice);
+    EXPECT_EQ(alert.buttons, (QStringList{"Download now", "Don't show again for this version"}));
+    EXPECT_EQ(alert.defaultButton, "Download now");
+    EXPECT_EQ(browser.urls(), QStringList{"https://updates.example/keyvane/"});
+    EXPECT_FALSE(UserDefaults::standard().stringForKey("noupdateprompt"));
+
+    // Closed without a choice: nothing happens.
+    answerer.answerNext("");
+    EXPECT_EQ(check(), 1);
+    EXPECT_EQ(answerer.seen().size(), 2u);
+    EXPECT_FALSE(UserDefaults::standard().stringForKey("noupdateprompt"));
+
+    answerer.answerNext("Don't show again for this version");
+    EXPECT_EQ(check(), 1);
+    EXPECT_EQ(answerer.seen().size(), 3u);
+    EXPECT_EQ(UserDefaults::standard().stringForKey("noupdateprompt"), "1.4");
+    EXPECT_EQ(browser.urls().size(), 1);
+
+    // The same latest version again: silence. A newer one: asked again.
+    EXPECT_EQ(check(), 1);
+    EXPECT_EQ(answerer.seen().size(), 3u);
+    remoteConfig.latestVersion = "1.5";
+    answerer.answerNext("Don't show again for this version");
+    EXPECT_EQ(check(), 1);
+    ASSERT_EQ(answerer.seen().size(), 4u);
+    EXPECT_EQ(answerer.seen().back().informativeText,
+              "Currently installed: 1.2.0\nLatest version:1.5" + advice);
+    EXPECT_EQ(UserDefaults::standard().stringForKey("noupdateprompt"), "1.5");
+}
+
+TEST_F(UpdateCheck, VersionsThatDoNotSortAboveTheInstalledOneShowNothing) {
+    const std::vector<std::pair<std::string, std::string>> rows = {
+        {"1.1", "1.1"},      // the defaults
+        {"1.2.0", "1.2.0"},  // equal to both
+        {"1.10", "1.10"},    // larger as numbers, smaller as text
+        {"", ""},            // an accepted answer with empty lines
+        {"1.2", "1.2"},      // a prefix of the installed version
+    };
+    for (const auto& [minimum, latest] : rows) {
+        remoteConfig.minimumVersion = minimum;
+        remoteConfig.latestVersion = latest;
+        EXPECT_EQ(check(), 1) << minimum << " " << latest;
+    }
+    EXPECT_TRUE(answerer.seen().empty());
+    EXPECT_TRUE(browser.urls().empty());
+}
+
+class FetchConfig : public UpdateCheck {
+  protected:
+    void SetUp() override {
+        UpdateCheck::SetUp();
+        server.useForThisProcess();
+    }
+    testing::HttpsTestServer server;
+};
+
+TEST_F(FetchConfig, AnAcceptedAnswerIsCheckedAtOnce) {
+    server.answerWith(200, QByteArray::fromStdString(encodedAnswer("config\nno\n1.1\n1.4")));
+    answerer.answerNext("Don't show again for this version");
+    SCL::fetchConfig();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return answerer.seen().size() == 1; }, 20000));
+    EXPECT_EQ(answerer.seen().front().text, "App update available");
+    EXPECT_EQ(remoteConfig, (RemoteConfig{"config", "no", "1.1", "1.4"}));
+
+    ASSERT_EQ(server.requests().size(), 1u);
+    const auto& request = server.requests().front();
+    EXPECT_EQ(request.method, "GET");
+    std::string user;
+    for (const char c : SCL::userIdentity())
+        user += c == ' ' ? std::string("%20") : std::string(1, c);
+    const QRegularExpression expected("^" +
+                                      QRegularExpression::escape(QString::fromStdString(
+                                          "/configapp/keyvane.php?user=" + user + "&ran=")) +
+                                      "(0|[1-9][0-9]{0,8})$");
+    EXPECT_TRUE(expected.match(QString::fromLatin1(request.target)).hasMatch())
+        << request.target.toStdString();
+}
+
+TEST_F(FetchConfig, WithoutAUsableAnswerTheCheckRunsOnceWithWhatItHas) {
+    // Stand-in for the values of an earlier answer, so that the check shows whether it ran.
+    remoteConfig.latestVersion = "9";
+    server.answerWith(500, "config\nno\n1.1\n1.1");
+    answerer.answerNext("Don't show again for this version");
+    SCL::fetchConfig();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return answerer.seen().size() == 1; }, 20000));
+    EXPECT_EQ(remoteConfig.latestVersion, "9");
+
+    QTcpServer closed;
+    ASSERT_TRUE(closed.listen(QHostAddress::LocalHost, 0));
+    qputenv("KEYVANE_SERVICE_HOST", "127.0.0.1:" + QByteArray::number(closed.serverPort()));
+    closed.close();
+    remoteConfig.latestVersion = "10";
+    answerer.answerNext("Download now");
+    SCL::fetchConfig();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return answerer.seen().size() == 2; }, 20000));
+    QTest::qWait(300);
+    EXPECT_EQ(answerer.seen().size(), 2u);
+    EXPECT_EQ(answerer.seen().back().informativeText,
+              "Currently installed: 1.2.0\nLatest version:10" + advice);
+}
+
+}  // namespace
+}  // namespace keyvane

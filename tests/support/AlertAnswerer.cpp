@@ -1,0 +1,63 @@
+#include "tests/support/AlertAnswerer.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QMessageBox>
+#include <QPointer>
+#include <QPushButton>
+
+namespace keyvane::testing {
+namespace {
+
+QMessageBox* openAlert() {
+    for (QWidget* widget : QApplication::topLevelWidgets()) {
+        if (auto* box = qobject_cast<QMessageBox*>(widget); box && box->isVisible())
+            return box;
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+AlertAnswerer::AlertAnswerer(std::deque<QString> answers) : answers_(std::move(answers)) {
+    QObject::connect(&timer_, &QTimer::timeout, [this] { look(); });
+    timer_.start(10);
+}
+
+bool AlertAnswerer::alertOpen() const {
+    return openAlert() != nullptr;
+}
+
+void AlertAnswerer::look() {
+    QMessageBox* box = openAlert();
+    if (!box || box->property("keyvaneAnswered").toBool() || answers_.empty())
+        return;
+    Seen seen{box->text(), box->informativeText(), {}, {}};
+    for (QAbstractButton* button : box->buttons())
+        seen.buttons.push_back(button->text());
+    if (box->defaultButton())
+        seen.defaultButton = box->defaultButton()->text();
+    seen_.push_back(seen);
+
+    const QString answer = answers_.front();
+    answers_.pop_front();
+    box->setProperty("keyvaneAnswered", true);
+    // Click from a fresh turn of the event loop, as a person would, not from inside this timer.
+    QPointer<QMessageBox> target(box);
+    QTimer::singleShot(0, box, [target, answer] {
+        if (!target)
+            return;
+        if (answer.isEmpty()) {
+            target->reject();
+            return;
+        }
+        for (QAbstractButton* button : target->buttons()) {
+            if (button->text() == answer) {
+                button->click();
+                return;
+            }
+        }
+    });
+}
+
+}  // namespace keyvane::testing
