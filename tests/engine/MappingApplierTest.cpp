@@ -1,11 +1,14 @@
 #include <gtest/gtest.h>
 
+#include <QUrl>
+#include <algorithm>
 #include <filesystem>
 
 #include "engine/MappingApplier.h"
 #include "engine/MappingStore.h"
 #include "tests/support/AlertRecorder.h"
 #include "tests/support/FakeHidutil.h"
+#include "tests/support/HttpsTestServer.h"
 
 namespace keyvane {
 namespace {
@@ -126,6 +129,30 @@ TEST_F(MappingApplierTest, SingleQuoteInStoredValuesCannotRunShellCode) {
     // Values without a quote give the same bytes as before.
     EXPECT_EQ(insideSingleQuotes("0x27e"), "0x27e");
     EXPECT_EQ(insideSingleQuotes("a'b"), R"(a'\''b)");
+}
+
+TEST_F(MappingApplierTest, ReportsTheRunAndBlankIdsToTheWebService) {
+    testing::HttpsTestServer server;
+    server.useForThisProcess();
+    keyMappings = {record("39", "")};
+    MappingApplier::applyMappings();
+    alerts.drain();
+    ASSERT_TRUE(server.waitForRequests(4));
+
+    // Compared decoded: on the wire, escapes of unreserved characters ("%2D") are normalised.
+    std::vector<std::string> targets;
+    for (const auto& request : server.requests()) {
+        std::string target = QUrl::fromPercentEncoding(request.target).toStdString();
+        targets.push_back(target.substr(0, std::min(target.find("&notes="), target.find("\n\n"))));
+    }
+    std::sort(targets.begin(), targets.end());
+    EXPECT_EQ(targets,
+              (std::vector<std::string>{
+                  "/logistics/keyvanelog.php?err=error applying mapping - originalId or remappedId "
+                  "was blank",
+                  "/logistics/ln.php?cat=keyvane&evtname=applymapping&evtval=startcmd",
+                  "/logistics/ln.php?cat=keyvane&evtname=sh&evtval=cmd",
+                  "/logistics/ln.php?cat=keyvane&evtname=sh&evtval=result"}));
 }
 
 }  // namespace
