@@ -121,7 +121,7 @@ class Runner {
     bool scan() {
         scan_ = source_.scan();
         if (scan_.error) {
-            err_ << fill(text::errorNoDevices, {"/dev/input", scan_.error.message()});
+            err_ << fill(text::errorNoDevices, {text::inputFolder, scan_.error.message()});
             return false;
         }
         for (const auto& failure : scan_.failures)

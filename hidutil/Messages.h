@@ -96,9 +96,10 @@ inline constexpr std::string_view errorUnknownGetKey =
     "hidutil: cannot get {}: UserKeyMapping is the only property hidutil knows\n";
 inline constexpr std::string_view errorNoMatch = "hidutil: no keyboard matches {}\n";
 inline constexpr std::string_view errorOpen =
-    "hidutil: cannot open {}: {}. Changing keys needs read and write access to /dev/input/event*:\n"
-    "hidutil: add yourself to the group 'input' (sudo usermod -aG input $USER), then log in "
-    "again.\n";
+    "hidutil: cannot open {}: {}. Listing and changing keyboards needs read and write access to\n"
+    "hidutil: /dev/input/event*: add yourself to the group 'input' (sudo usermod -aG input "
+    "$USER),\n"
+    "hidutil: then log in again.\n";
 inline constexpr std::string_view errorDevice = "hidutil: cannot change the keys of {} ({}): {}\n";
 inline constexpr std::string_view errorNoDevices = "hidutil: cannot read {}: {}\n";
 inline constexpr std::string_view errorState = "hidutil: cannot keep the original keys in {}: {}\n";
@@ -120,6 +121,23 @@ inline constexpr std::string_view servicesHeading = "Services:\n";
 inline constexpr std::string_view devicesHeading = "Devices:\n";
 inline constexpr std::string_view nullText = "(null)";
 inline constexpr std::string_view hexFormat = "0x{}";
+inline constexpr std::string_view builtInYes = "1";
+inline constexpr std::string_view builtInNo = "0";
+inline constexpr const char* serviceColumns[] = {
+    "VendorID",  "ProductID", "LocationID", "UsagePage", "Usage",   "RegistryID",
+    "Transport", "Class",     "Product",    "UserClass", "Built-In"};
+inline constexpr const char* deviceColumns[] = {"VendorID",  "ProductID", "LocationID",
+                                                "Transport", "Product",   "Built-In"};
+inline constexpr std::string_view keyboardClass = "KeyvaneEvdevKeyboard";
+inline constexpr std::string_view otherClass = "KeyvaneEvdevService";
+
+// Transports by bus type.
+inline constexpr std::string_view transportUsb = "USB";
+inline constexpr std::string_view transportBluetooth = "Bluetooth";
+inline constexpr std::string_view transportVirtual = "Virtual";
+inline constexpr std::string_view transportInternal = "Internal";
+inline constexpr std::string_view transportOther = "Other";
+inline constexpr std::string_view inputFolder = "/dev/input";
 
 }  // namespace text
 

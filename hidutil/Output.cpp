@@ -1,6 +1,7 @@
 #include "hidutil/Output.h"
 
 #include <algorithm>
+#include <iterator>
 #include <set>
 #include <tuple>
 
@@ -9,8 +10,6 @@
 namespace keyvane::hidutil {
 namespace {
 
-constexpr const char* className = "KeyvaneEvdevKeyboard";
-constexpr const char* otherClassName = "KeyvaneEvdevService";
 constexpr unsigned desktopPage = 1;
 constexpr unsigned keyboardUsage = 6;
 
@@ -90,19 +89,19 @@ std::string formatMatchedEcho(const std::vector<std::uint64_t>& registryIds,
 std::string transportName(unsigned busType) {
     switch (busType) {
         case bus::usb:
-            return "USB";
+            return std::string(text::transportUsb);
         case bus::bluetooth:
-            return "Bluetooth";
+            return std::string(text::transportBluetooth);
         case bus::virtualBus:
-            return "Virtual";
+            return std::string(text::transportVirtual);
         case bus::i8042:
         case bus::i2c:
         case bus::host:
         case bus::spi:
         case bus::hil:
-            return "Internal";
+            return std::string(text::transportInternal);
         default:
-            return "Other";
+            return std::string(text::transportOther);
     }
 }
 
@@ -115,33 +114,34 @@ ServiceRow describeService(const DeviceInfo& device, bool keyboard) {
     row.usage = keyboard ? keyboardUsage : 0;
     row.registryId = device.registryId;
     row.transport = transportName(device.bus);
-    row.className = keyboard ? className : otherClassName;
+    row.className = std::string(keyboard ? text::keyboardClass : text::otherClass);
     row.product = device.name.empty() ? std::string(text::nullText) : device.name;
-    row.builtIn = row.transport == "Internal";
+    row.builtIn = row.transport == text::transportInternal;
     return row;
 }
 
 std::string formatServiceTable(const std::vector<ServiceRow>& rows) {
-    Table table{{"VendorID", "ProductID", "LocationID", "UsagePage", "Usage", "RegistryID",
-                 "Transport", "Class", "Product", "UserClass", "Built-In"}};
+    Table table{
+        std::vector<std::string>(std::begin(text::serviceColumns), std::end(text::serviceColumns))};
     for (const ServiceRow& row : rows)
         table.push_back({hexNumber(row.vendorId), hexNumber(row.productId),
                          hexNumber(row.locationId), std::to_string(row.usagePage),
                          std::to_string(row.usage), hexNumber(row.registryId), row.transport,
                          row.className, row.product, std::string(text::nullText),
-                         row.builtIn ? "1" : "0"});
+                         std::string(row.builtIn ? text::builtInYes : text::builtInNo)});
     return std::string(text::servicesHeading) + formatTable(table);
 }
 
 std::string formatDeviceTable(const std::vector<ServiceRow>& rows) {
-    Table table{{"VendorID", "ProductID", "LocationID", "Transport", "Product", "Built-In"}};
+    Table table{
+        std::vector<std::string>(std::begin(text::deviceColumns), std::end(text::deviceColumns))};
     std::set<std::tuple<unsigned, unsigned, std::uint32_t, std::string>> seen;
     for (const ServiceRow& row : rows) {
         if (!seen.insert({row.vendorId, row.productId, row.locationId, row.product}).second)
             continue;
         table.push_back({hexNumber(row.vendorId), hexNumber(row.productId),
                          hexNumber(row.locationId), row.transport, row.product,
-                         row.builtIn ? "1" : "0"});
+                         std::string(row.builtIn ? text::builtInYes : text::builtInNo)});
     }
     return std::string(text::devicesHeading) + formatTable(table);
 }
