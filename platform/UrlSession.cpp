@@ -40,6 +40,13 @@ bool isHttpStatus(QNetworkReply::NetworkError error) {
     }
 }
 
+// Names under "invalid." never resolve (RFC 6761): the default service host is one of them.
+bool isReservedInvalid(const QString& host) {
+    const QString name = host.toLower();
+    return name == "invalid" || name == "invalid." || name.endsWith(".invalid") ||
+           name.endsWith(".invalid.");
+}
+
 QSslConfiguration sslConfiguration() {
     QSslConfiguration ssl = QSslConfiguration::defaultConfiguration();
     const QByteArray extraFile = qgetenv("SSL_CERT_FILE");
@@ -89,6 +96,14 @@ class Exchange : public QObject {
           completion_(std::move(completion)) {}
 
     void begin() {
+        const QUrl url(QString::fromStdString(request_.url));
+        if (isReservedInvalid(url.host())) {
+            // Answered here, without a look-up: even a query for the name would leave the machine.
+            QTimer::singleShot(0, this, [this, host = url.host().toStdString()] {
+                deliver(failure("Host " + host + " not found", "HostNotFoundError"));
+            });
+            return;
+        }
         auto* manager = new QNetworkAccessManager(this);
         const QNetworkRequest request = networkRequest(request_);
         const QByteArray body = QByteArray::fromStdString(request_.body);
@@ -130,7 +145,6 @@ class Exchange : public QObject {
         idle_.stop();
         total_.stop();
 
-        UrlOutcome outcome;
         const QNetworkReply::NetworkError error = reply_->error();
         const bool answered =
             !timedOut_ && isHttpStatus(error) &&
@@ -138,17 +152,26 @@ class Exchange : public QObject {
              reply_->attribute(QNetworkRequest::HttpStatusCodeAttribute).isValid());
         if (answered) {
             const QByteArray bytes = reply_->readAll();
+            UrlOutcome outcome;
             outcome.body.emplace(bytes.begin(), bytes.end());
+            deliver(std::move(outcome));
+        } else if (timedOut_) {
+            deliver(failure(timedOutDescription, "TimeoutError"));
         } else {
-            outcome.failed = true;
-            outcome.errorDescription =
-                timedOut_ ? std::string(timedOutDescription) : reply_->errorString().toStdString();
             const char* kind = QMetaEnum::fromType<QNetworkReply::NetworkError>().valueToKey(error);
-            outcome.errorDetail = std::string(timedOut_ ? "TimeoutError"
-                                              : kind    ? kind
-                                                        : "Error") +
-                                  " (" + outcome.errorDescription + ") for " + request_.url;
+            deliver(failure(reply_->errorString().toStdString(), kind ? kind : "Error"));
         }
+    }
+
+    UrlOutcome failure(const std::string& description, const std::string& kind) const {
+        UrlOutcome outcome;
+        outcome.failed = true;
+        outcome.errorDescription = description;
+        outcome.errorDetail = kind + " (" + description + ") for " + request_.url;
+        return outcome;
+    }
+
+    void deliver(UrlOutcome outcome) {
         auto completion = std::move(completion_);
         deleteLater();
         completion(std::move(outcome));

@@ -39,7 +39,8 @@ struct UrlOutcome {
 
 // HTTPS exchanges, each in a session of its own that is torn down when the answer is in. Nothing
 // is answered from a cache and nothing (cookies, connections, credentials) is kept between
-// exchanges. Certificates are always verified: against the system's authorities and, when the
+// exchanges. Hosts under the reserved top-level name "invalid" fail at once, without a look-up.
+// Certificates are always verified: against the system's authorities and, when the
 // environment variable SSL_CERT_FILE names a PEM file, also against the certificates in it.
 class UrlSession {
   public:

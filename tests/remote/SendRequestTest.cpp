@@ -181,7 +181,7 @@ TEST_F(SendRequest, AServerThatNeverAnswersEndsInOneFailureWhileTheMainQueueKeep
     EXPECT_EQ(outcome.failure, "The request timed out.");
 }
 
-TEST_F(SendRequest, ARefusedConnectionAndAnUntrustedCertificateAreFailures) {
+TEST_F(SendRequest, ConnectionsThatCannotBeMadeAreFailures) {
     QTcpServer closed;
     ASSERT_TRUE(closed.listen(QHostAddress::LocalHost, 0));
     const quint16 port = closed.serverPort();
@@ -200,6 +200,18 @@ TEST_F(SendRequest, ARefusedConnectionAndAnUntrustedCertificateAreFailures) {
     EXPECT_EQ(untrusted.calls, std::vector<std::string>{"failure"});
     EXPECT_NE(untrusted.failure.find("SSL"), std::string::npos) << untrusted.failure;
     EXPECT_TRUE(stranger.requests().empty());
+
+    // The built-in service host is reserved never to resolve; nothing is even looked up.
+    Outcome placeholder;
+    send(placeholder, "https://keyvane-service.invalid/logistics/ln.php?cat=keyvane");
+    ASSERT_TRUE(waitForOutcome(placeholder));
+    EXPECT_EQ(placeholder.calls, std::vector<std::string>{"failure"});
+    EXPECT_EQ(placeholder.failure, "Host keyvane-service.invalid not found");
+
+    Outcome unparsable;
+    send(unparsable, "https://exa mple.test/");
+    ASSERT_TRUE(waitForOutcome(unparsable));
+    EXPECT_EQ(unparsable.calls, std::vector<std::string>{"failure"});
 }
 
 // The session's own limits, shortened: a server that keeps sending a byte now and then never
