@@ -126,6 +126,8 @@ class Runner {
         }
         for (const auto& failure : scan_.failures)
             err_ << fill(text::errorOpen, {failure.node, failure.error.message()});
+        if (!scan_.failures.empty())
+            err_ << text::errorNeedsInputGroup;
         RecordStore store(folder_.value_or(std::filesystem::path()));
         for (const auto& device : scan_.devices) {
             Service service;
@@ -171,6 +173,12 @@ class Runner {
             return exitFailure;
         }
         RecordStore store(*folder_);
+        // Two runs at once would each remember the other's changes as originals.
+        const auto lock = store.lock();
+        if (!lock) {
+            err_ << fill(text::errorState, {store.folder().string(), lock.error.message()});
+            return exitFailure;
+        }
         std::vector<std::uint64_t> changed;
         for (Service* target : targets) {
             const DeviceInfo& info = target->device->info();

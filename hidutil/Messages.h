@@ -95,11 +95,11 @@ inline constexpr std::string_view whatMatching = "--matching";
 inline constexpr std::string_view errorUnknownGetKey =
     "hidutil: cannot get {}: UserKeyMapping is the only property hidutil knows\n";
 inline constexpr std::string_view errorNoMatch = "hidutil: no keyboard matches {}\n";
-inline constexpr std::string_view errorOpen =
-    "hidutil: cannot open {}: {}. Listing and changing keyboards needs read and write access to\n"
-    "hidutil: /dev/input/event*: add yourself to the group 'input' (sudo usermod -aG input "
-    "$USER),\n"
-    "hidutil: then log in again.\n";
+inline constexpr std::string_view errorOpen = "hidutil: cannot open {}: {}\n";
+inline constexpr std::string_view errorNeedsInputGroup =
+    "hidutil: listing and changing keyboards needs read and write access to /dev/input/event*:\n"
+    "hidutil: add yourself to the group 'input' (sudo usermod -aG input $USER), then log in "
+    "again.\n";
 inline constexpr std::string_view errorDevice = "hidutil: cannot change the keys of {} ({}): {}\n";
 inline constexpr std::string_view errorNoDevices = "hidutil: cannot read {}: {}\n";
 inline constexpr std::string_view errorState = "hidutil: cannot keep the original keys in {}: {}\n";

@@ -1,6 +1,7 @@
 #include "hidutil/RecordStore.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -19,6 +20,7 @@ constexpr const char* originalWord = "original";
 constexpr const char* mappingWord = "mapping";
 constexpr const char* allKeyboardsFile = "all-keyboards";
 constexpr const char* temporarySuffix = ".new";
+constexpr const char* lockFile = "lock";
 
 std::optional<std::uint64_t> readHex(const std::string& word) {
     if (word.size() < 3 || word.size() > 18 || word.compare(0, 2, "0x") != 0)
@@ -84,6 +86,28 @@ std::optional<std::filesystem::path> RecordStore::defaultFolder() {
     if (!runtime || !*runtime)
         return std::nullopt;
     return std::filesystem::path(runtime) / folderName;
+}
+
+RecordStore::Lock::~Lock() {
+    if (fd_ >= 0)
+        ::close(fd_);
+}
+
+RecordStore::Lock RecordStore::lock() const {
+    const auto fail = [] { return Lock(-1, std::error_code(errno, std::generic_category())); };
+    if (::mkdir(folder_.c_str(), 0700) != 0 && errno != EEXIST)
+        return fail();
+    const int fd = ::open((folder_ / lockFile).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (fd < 0)
+        return fail();
+    while (::flock(fd, LOCK_EX) != 0) {
+        if (errno != EINTR) {
+            auto failed = fail();
+            ::close(fd);
+            return failed;
+        }
+    }
+    return Lock(fd, {});
 }
 
 std::optional<DeviceRecord> RecordStore::load(const DeviceInfo& device) const {

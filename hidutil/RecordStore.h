@@ -32,6 +32,24 @@ class RecordStore {
 
     const std::filesystem::path& folder() const { return folder_; }
 
+    // Held while one run reads and changes keymaps and records; released when destroyed.
+    class Lock {
+      public:
+        Lock(int fd, std::error_code error) : error(error), fd_(fd) {}
+        ~Lock();
+        Lock(Lock&& other) noexcept : error(other.error), fd_(other.fd_) { other.fd_ = -1; }
+        Lock(const Lock&) = delete;
+        Lock& operator=(const Lock&) = delete;
+        Lock& operator=(Lock&&) = delete;
+        explicit operator bool() const { return fd_ >= 0; }
+
+        std::error_code error;  // why the lock could not be taken
+
+      private:
+        int fd_;
+    };
+    Lock lock() const;
+
     std::optional<DeviceRecord> load(const DeviceInfo& device) const;
     // An empty record removes the file.
     std::error_code save(const DeviceInfo& device, const DeviceRecord& record) const;

@@ -228,11 +228,11 @@ TEST_F(Install, ADeviceThatRefusesOrCannotBeOpenedFailsTheInstallLoudly) {
     EXPECT_EQ(unopenable.status, exitFailure);
     EXPECT_EQ(unopenable.out, "");
     EXPECT_EQ(unopenable.err,
-              "hidutil: cannot open /dev/input/event9: Permission denied. Listing and changing "
-              "keyboards needs read and write access to\n"
-              "hidutil: /dev/input/event*: add yourself to the group 'input' (sudo usermod -aG "
-              "input $USER),\n"
-              "hidutil: then log in again.\n");
+              "hidutil: cannot open /dev/input/event9: Permission denied\n"
+              "hidutil: listing and changing keyboards needs read and write access to "
+              "/dev/input/event*:\n"
+              "hidutil: add yourself to the group 'input' (sudo usermod -aG input $USER), then log "
+              "in again.\n");
     EXPECT_EQ(fine->codeOf(0x70039), KEY_CAPSLOCK);  // the others are still restored
 
     const Outcome noFolder = [&] {
