@@ -129,14 +129,6 @@ TEST(ServiceUrls, AreTheFixedPrefixesFollowedByEncodedValuesInTheirOrder) {
               std::string("https://") + BUILT_IN_SERVICE_HOST + "/keyvane/");
 }
 
-TEST(IdentityValues, DescribeThisUserMachineAndBuild) {
-    EXPECT_EQ(SCL::appVersion(), "1.2.0");
-    EXPECT_EQ(SCL::osVersion(), system_info::osMajorMinor());
-    EXPECT_EQ(SCL::userIdentity(),
-              SCL::sanitizeName(system_info::loginName() + " - " + system_info::computerName()));
-    EXPECT_NE(SCL::userIdentity().find(" - "), std::string::npos);
-}
-
 class Reporting : public ::testing::Test {
   protected:
     void SetUp() override { server.useForThisProcess(); }
