@@ -1,0 +1,43 @@
+#include <gtest/gtest.h>
+#include <linux/input-event-codes.h>
+
+#include <string>
+
+#include "engine/KeyTable.h"
+#include "engine/LinuxKeyCodes.h"
+#include "hidutil/HidKeyCodes.h"
+
+namespace keyvane {
+namespace {
+
+TEST(LinuxKeyCodes, EveryKeyboardKeyOfTheTableComesBackFromItsKernelKeyCode) {
+    int keyboardKeys = 0;
+    for (const KeyTable::SortedEntry& entry : KeyTable::sortedEntries()) {
+        const unsigned long keyId = std::stoul(entry.keyId);
+        if (keyId >= 799)
+            continue;  // pseudo keys and separators have no key to press
+        ++keyboardKeys;
+        const int linuxKeyCode = linuxKeyCodeForUsage(std::stoul(entry.usage, nullptr, 16));
+        ASSERT_NE(linuxKeyCode, 0) << entry.name;
+        EXPECT_EQ(virtualKeyCodeForLinuxKeyCode(linuxKeyCode), keyId) << entry.name;
+    }
+    EXPECT_EQ(keyboardKeys, 104);
+}
+
+TEST(LinuxKeyCodes, KnownKeysModifiersAndKeysWithoutAnEntry) {
+    EXPECT_EQ(virtualKeyCodeForLinuxKeyCode(KEY_CAPSLOCK), 57);
+    EXPECT_EQ(virtualKeyCodeForLinuxKeyCode(KEY_ESC), 53);
+    EXPECT_EQ(virtualKeyCodeForLinuxKeyCode(KEY_LEFTMETA), 55);
+    EXPECT_EQ(virtualKeyCodeForLinuxKeyCode(KEY_102ND), 10);
+    for (int none : {0, KEY_F13, KEY_FN, KEY_MUTE, 10000, -8})
+        EXPECT_EQ(virtualKeyCodeForLinuxKeyCode(none), std::nullopt) << none;
+
+    for (int modifier : {KEY_LEFTSHIFT, KEY_RIGHTSHIFT, KEY_LEFTCTRL, KEY_RIGHTCTRL, KEY_LEFTALT,
+                         KEY_RIGHTALT, KEY_LEFTMETA, KEY_RIGHTMETA, KEY_CAPSLOCK})
+        EXPECT_TRUE(isModifierLinuxKeyCode(modifier)) << modifier;
+    for (int ordinary : {KEY_A, KEY_ESC, KEY_TAB, KEY_F13})
+        EXPECT_FALSE(isModifierLinuxKeyCode(ordinary)) << ordinary;
+}
+
+}  // namespace
+}  // namespace keyvane
