@@ -2,6 +2,7 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDialog>
 #include <QLabel>
 #include <QMainWindow>
 #include <QTableView>
@@ -18,6 +19,7 @@
 #include "platform/UserDefaults.h"
 #include "tests/support/AlertRecorder.h"
 #include "tests/support/FakeHidutil.h"
+#include "ui/capture/KeyboardVC.h"
 #include "ui/main/MainVC.h"
 
 namespace keyvane {
@@ -60,6 +62,13 @@ class MainVCTest : public ::testing::Test {
     // On its box, not in the middle of a row that the layout stretched.
     static void clickBox(QCheckBox* checkbox) {
         QTest::mouseClick(checkbox, Qt::LeftButton, {}, QPoint(4, checkbox->height() / 2));
+    }
+
+    // What the window manager does when a dialog closes.
+    void activateMainWindow() {
+        vc->MainWin()->activateWindow();
+        ASSERT_TRUE(
+            QTest::qWaitFor([this] { return QApplication::activeWindow() == vc->MainWin(); }));
     }
 
     void clickSegment(const char* name) {
@@ -122,6 +131,33 @@ TEST_F(MainVCTest, StoredListIsShownInOrderAndRemovalStoresThenInstalls) {
     }
     EXPECT_TRUE(keyMappings.empty());
     EXPECT_FALSE(outlet<QLabel>("startLabel")->isVisible());
+}
+
+TEST_F(MainVCTest, AddPresentsTheCaptureWindowModallyAndTheKeyboardReachesBothSegments) {
+    keyMappings = threeRecords;
+    MappingStore::saveMappings();
+    load();
+    hidutil.clearCalls();
+    clickSegment("addSegment");
+    KeyboardVC* capture = vc->presentedKeyboardVC();
+    ASSERT_NE(capture, nullptr);
+    EXPECT_EQ(currentKeyboardVC, capture);
+    EXPECT_TRUE(capture->window()->isVisible());
+    EXPECT_TRUE(capture->window()->isModal());
+    EXPECT_EQ(capture->window()->parentWidget(), vc->MainWin());
+    EXPECT_EQ(hidutil.calls(), Calls{FakeHidutil::clearingCall()});  // keys arrive unmapped
+    capture->cancelClick();
+
+    activateMainWindow();
+    QTest::keyClick(vc->MainWin(), Qt::Key_N, Qt::ControlModifier);
+    EXPECT_NE(vc->presentedKeyboardVC(), capture);
+    EXPECT_EQ(currentKeyboardVC, vc->presentedKeyboardVC());
+    vc->presentedKeyboardVC()->cancelClick();
+
+    activateMainWindow();
+    outlet<QTableView>("tableView")->selectRow(1);
+    QTest::keyClick(outlet<QTableView>("tableView"), Qt::Key_Delete);
+    EXPECT_EQ(column(0), (std::vector<std::string>{"Caps Lock", "Tab"}));
 }
 
 TEST_F(MainVCTest, RecordWithoutAColumnKeyShowsAnEmptyCell) {

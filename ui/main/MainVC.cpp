@@ -2,9 +2,11 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDialog>
 #include <QEvent>
 #include <QHeaderView>
 #include <QMainWindow>
+#include <QShortcut>
 #include <iostream>
 
 #include "app/LoginItem.h"
@@ -13,6 +15,7 @@
 #include "engine/ShellRunner.h"
 #include "platform/ActivationPolicy.h"
 #include "platform/Application.h"
+#include "ui/capture/KeyboardVC.h"
 #include "ui/main/KeyboardList.h"
 #include "ui/main/SegmentedControl.h"
 #include "ui_MainWindow.h"
@@ -34,6 +37,7 @@ MainVC::MainVC(QObject* parent)
       ui_(std::make_unique<Ui::MainWindow>()) {
     ui_->setupUi(window_.get());
     ui_->tableView->setModel(this);
+    ui_->tableView->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
     ui_->startLabel->setAttribute(Qt::WA_TransparentForMouseEvents);
     window_->installEventFilter(this);
     connectActions();
@@ -53,6 +57,14 @@ void MainVC::connectActions() {
     connect(ui_->applyCheckbox, &QCheckBox::clicked, this,
             [this] { applyCheckboxClicked(ui_->applyCheckbox); });
     connect(ui_->quitBtn, &QAbstractButton::clicked, this, [this] { quitBtnClicked(); });
+
+    // The keyboard's way to the add and remove segments, and to closing the window.
+    const auto addShortcut = [this](QKeySequence keys, auto action) {
+        connect(new QShortcut(keys, window_.get()), &QShortcut::activated, this, action);
+    };
+    addShortcut(QKeySequence::New, [this] { ui_->segmentedBtn1->click(0); });
+    addShortcut(QKeySequence::Delete, [this] { ui_->segmentedBtn1->click(1); });
+    addShortcut(QKeySequence::Close, [this] { window_->close(); });
 }
 
 void MainVC::viewDidLoad() {
@@ -124,8 +136,10 @@ void MainVC::reloadTable() {
 }
 
 void MainVC::segmentedBtnClick(SegmentedControl* sender) {
-    if (sender->indexOfSelectedItem() != 1)
-        return;  // adding opens the capture window
+    if (sender->indexOfSelectedItem() != 1) {
+        presentKeyboardVC();
+        return;
+    }
 
     const QModelIndexList selected = ui_->tableView->selectionModel()->selectedRows();
     if (selected.isEmpty())
@@ -135,6 +149,12 @@ void MainVC::segmentedBtnClick(SegmentedControl* sender) {
     MappingStore::removeMapping(static_cast<std::size_t>(row));
     endRemoveRows();
     MappingApplier::applyMappings();
+}
+
+void MainVC::presentKeyboardVC() {
+    keyboardVC_ = std::make_unique<KeyboardVC>(window_.get());
+    keyboardVC_->viewDidLoad();
+    keyboardVC_->window()->show();
 }
 
 void MainVC::keyboardPopupChanged(QComboBox* sender) {

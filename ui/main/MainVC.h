@@ -13,6 +13,7 @@ class MainWindow;
 
 namespace keyvane {
 
+class KeyboardVC;
 class SegmentedControl;
 
 // The main window: the table of mappings (this controller is its data source), adding and
@@ -45,15 +46,19 @@ class MainVC : public QAbstractTableModel {
     void applyCheckboxClicked(QCheckBox* sender);
     void quitBtnClicked();
 
+    KeyboardVC* presentedKeyboardVC() const { return keyboardVC_.get(); }
+
     // Shows `keyMappings` again after records were appended elsewhere.
     void reloadTable();
 
   private:
     bool eventFilter(QObject* watched, QEvent* event) override;
     void connectActions();
+    void presentKeyboardVC();
 
     std::unique_ptr<QMainWindow> window_;
     std::unique_ptr<Ui::MainWindow> ui_;
+    std::unique_ptr<KeyboardVC> keyboardVC_;  // the last capture window presented
     bool loaded_ = false;
 };
 

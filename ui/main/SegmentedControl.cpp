@@ -9,9 +9,9 @@ SegmentedControl::SegmentedControl(QWidget* parent) : QWidget(parent) {
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
-    addSegment(QStringLiteral("+"), QStringLiteral("addSegment"), tr("Add a mapping"));
+    addSegment(QStringLiteral("+"), QStringLiteral("addSegment"), tr("Add a mapping (Ctrl+N)"));
     addSegment(QStringLiteral("\u2212"), QStringLiteral("removeSegment"),
-               tr("Remove the selected mapping"));
+               tr("Remove the selected mapping (Delete)"));
     setFocusPolicy(Qt::NoFocus);  // the segments themselves take focus
 }
 
@@ -25,12 +25,14 @@ QToolButton* SegmentedControl::addSegment(const QString& text, const QString& na
     button->setAccessibleName(toolTip);
     button->setMinimumSize(32, 26);
     button->setFocusPolicy(Qt::StrongFocus);
-    connect(button, &QToolButton::clicked, this, [this, index] {
-        selected_ = index;
-        emit clicked();
-    });
+    connect(button, &QToolButton::clicked, this, [this, index] { click(index); });
     layout()->addWidget(button);
     return button;
+}
+
+void SegmentedControl::click(int segment) {
+    selected_ = segment;
+    emit clicked();
 }
 
 }  // namespace keyvane

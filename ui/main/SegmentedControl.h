@@ -14,6 +14,8 @@ class SegmentedControl : public QWidget {
 
     // The segment of the last click, or -1 before any.
     int indexOfSelectedItem() const { return selected_; }
+    // Acts as a click on `segment` (for keyboard shortcuts).
+    void click(int segment);
 
   signals:
     void clicked();

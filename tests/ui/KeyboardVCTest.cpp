@@ -1,0 +1,180 @@
+#include <gtest/gtest.h>
+
+#include <QComboBox>
+#include <QDialog>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QListView>
+#include <QPushButton>
+#include <QtTest/QTest>
+
+#include "engine/MappingStore.h"
+#include "tests/support/FakeHidutil.h"
+#include "ui/capture/KeyboardVC.h"
+#include "ui/capture/KeyboardWView.h"
+#include "ui/main/MainVC.h"
+
+namespace keyvane {
+namespace {
+
+using testing::FakeHidutil;
+using Calls = std::vector<std::vector<std::string>>;
+
+// Linux key codes, as X11 delivers them (plus 8) in the native scan code.
+constexpr int keyA = 30, keyS = 31, keyEscape = 1, keyTab = 15, keyCapsLock = 58, keyLeftShift = 42,
+              keyF13 = 183;
+
+class KeyboardVCTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        mainVC.viewDidLoad();
+        hidutil.clearCalls();
+        vc.viewDidLoad();
+        vc.window()->show();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(vc.window()));
+    }
+    void TearDown() override { keyMappings.clear(); }
+
+    template <typename T>
+    T* outlet(const char* name) {
+        T* widget = vc.window()->findChild<T*>(name);
+        EXPECT_NE(widget, nullptr) << name;
+        return widget;
+    }
+
+    void send(QEvent::Type type, int linuxKeyCode, bool autoRepeat = false) {
+        QKeyEvent event(type, Qt::Key_unknown, Qt::NoModifier, quint32(linuxKeyCode + 8), 0, 0,
+                        QString(), autoRepeat);
+        QApplication::sendEvent(QApplication::focusWidget(), &event);
+    }
+    void press(int linuxKeyCode, bool autoRepeat = false) {
+        send(QEvent::KeyPress, linuxKeyCode, autoRepeat);
+    }
+    void release(int linuxKeyCode) { send(QEvent::KeyRelease, linuxKeyCode); }
+
+    void pick(const char* name) {
+        auto* popup = outlet<QComboBox>("keyPopup");
+        const int row = popup->findText(name);
+        ASSERT_GE(row, 0) << name;
+        popup->setCurrentIndex(row);
+        emit popup->activated(row);
+    }
+
+    bool pickable(const char* name) {
+        auto* popup = outlet<QComboBox>("keyPopup");
+        return !qobject_cast<QListView*>(popup->view())->isRowHidden(popup->findText(name));
+    }
+
+    std::string text(const char* label) { return outlet<QLabel>(label)->text().toStdString(); }
+    bool applyEnabled() { return outlet<QPushButton>("applyBtn")->isEnabled(); }
+
+    FakeHidutil hidutil;
+    MainVC mainVC;
+    KeyboardVC vc;
+};
+
+TEST_F(KeyboardVCTest, OpensClearedFocusedTitledAndSized) {
+    EXPECT_EQ(currentKeyboardVC, &vc);
+    EXPECT_EQ(hidutil.calls(), Calls{FakeHidutil::clearingCall()});
+    EXPECT_EQ(vc.window()->windowTitle().toStdString(), "Remap a key");
+    EXPECT_EQ(vc.window()->size(), QSize(511, 138));
+    EXPECT_EQ(QApplication::focusWidget(), outlet<KeyboardWView>("keyboardWView"));
+    EXPECT_FALSE(applyEnabled());
+}
+
+TEST_F(KeyboardVCTest, ModifierReleaseIsAbsorbedAndTheNextKeyBecomesTheNewKey) {
+    press(keyLeftShift);
+    EXPECT_EQ(text("srcKeyLbl"), "Shift");
+    EXPECT_EQ(text("instructionLbl"),
+              "Press the new key to remap the original key into (or pick from the below list)");
+    release(keyLeftShift);
+    EXPECT_FALSE(applyEnabled());
+    press(keyEscape);
+    EXPECT_EQ(text("destKeyLbl"), "Escape");
+    EXPECT_TRUE(applyEnabled());
+    EXPECT_FALSE(outlet<QLabel>("instructionLbl")->isVisible());
+    release(keyEscape);  // ordinary keys count only when pressed
+    EXPECT_EQ(text("destKeyLbl"), "Escape");
+}
+
+TEST_F(KeyboardVCTest, RepeatsUnknownKeysAndLaterKeysFollowTheSteps) {
+    press(keyF13);  // no entry in the key table
+    EXPECT_EQ(text("srcKeyLbl"), "Original key");
+    press(keyA);
+    press(keyA, true);
+    press(keyA, true);
+    EXPECT_EQ(text("srcKeyLbl"), "a");
+    EXPECT_FALSE(applyEnabled());
+    press(keyS);
+    press(keyTab);  // a third key replaces the new key; Tab does not move focus
+    press(keyTab, true);
+    EXPECT_EQ(text("srcKeyLbl"), "a");
+    EXPECT_EQ(text("destKeyLbl"), "Tab");
+    EXPECT_EQ(QApplication::focusWidget(), outlet<KeyboardWView>("keyboardWView"));
+    press(keyA);  // the original again: nothing changes
+    EXPECT_EQ(text("destKeyLbl"), "Tab");
+}
+
+TEST_F(KeyboardVCTest, PickerOffersKeysWithoutCodesAndDisableKeyOnlyForTheNewKey) {
+    EXPECT_FALSE(pickable("Disable key"));
+    pick("----------");
+    EXPECT_EQ(text("srcKeyLbl"), "Original key");
+    pick("Paste");
+    EXPECT_EQ(text("srcKeyLbl"), "Paste");
+    EXPECT_TRUE(pickable("Disable key"));
+    pick("Paste");
+    EXPECT_FALSE(applyEnabled());
+    pick("Disable key");
+    EXPECT_EQ(text("destKeyLbl"), "Disable key");
+
+    vc.applyClick();
+    ASSERT_EQ(keyMappings.size(), 1u);
+    EXPECT_EQ(keyMappings[0], (KeyMapping{{"original", "Paste"},
+                                          {"originalId", "7d"},
+                                          {"remapped", "Disable key"},
+                                          {"remappedId", "00"}}));
+}
+
+TEST_F(KeyboardVCTest, ApplyStoresTheRecordAndInstallsCapsLockToEscape) {
+    press(keyCapsLock);
+    release(keyCapsLock);
+    press(keyEscape);
+    hidutil.clearCalls();
+    QTest::mouseClick(outlet<QPushButton>("applyBtn"), Qt::LeftButton);
+
+    const KeyMapping expected = {{"original", "Caps Lock"},
+                                 {"originalId", "39"},
+                                 {"remapped", "Escape"},
+                                 {"remappedId", "29"}};
+    keyMappings.clear();
+    MappingStore::loadMappings();
+    EXPECT_EQ(keyMappings, std::vector<KeyMapping>{expected});
+    EXPECT_EQ(
+        hidutil.calls(),
+        (Calls{
+            FakeHidutil::clearingCall(),
+            FakeHidutil::installCall(
+                R"({"UserKeyMapping" : [{"HIDKeyboardModifierMappingSrc" : 0x700000039, "HIDKeyboardModifierMappingDst" : 0x700000029}]})")}));
+    EXPECT_EQ(mainVC.rowCount(), 1);
+    EXPECT_EQ(currentKeyboardVC, nullptr);
+    EXPECT_FALSE(vc.window()->isVisible());
+}
+
+TEST_F(KeyboardVCTest, CancelLeavesTheListStoredAndTheSystemCleared) {
+    keyMappings = {
+        {{"original", "a"}, {"originalId", "04"}, {"remapped", "b"}, {"remappedId", "05"}}};
+    MappingStore::saveMappings();
+    press(keyCapsLock);
+    press(keyEscape);
+    QTest::mouseClick(outlet<QPushButton>("cancelBtn"), Qt::LeftButton);
+
+    EXPECT_EQ(hidutil.calls(), Calls{FakeHidutil::clearingCall()});
+    keyMappings.clear();
+    MappingStore::loadMappings();
+    EXPECT_EQ(keyMappings.size(), 1u);
+    EXPECT_EQ(currentKeyboardVC, nullptr);
+    EXPECT_FALSE(vc.window()->isVisible());
+}
+
+}  // namespace
+}  // namespace keyvane

@@ -1,0 +1,154 @@
+#include "ui/capture/KeyboardVC.h"
+
+#include <QComboBox>
+#include <QDialog>
+#include <QEvent>
+#include <QListView>
+#include <QStandardItemModel>
+#include <charconv>
+#include <iostream>
+
+#include "engine/KeyTable.h"
+#include "engine/MappingApplier.h"
+#include "engine/MappingStore.h"
+#include "engine/ShellRunner.h"
+#include "remote/SCL.h"
+#include "ui/capture/KeyboardWView.h"
+#include "ui/main/MainVC.h"
+#include "ui_KeyboardW.h"
+
+namespace keyvane {
+
+KeyboardVC* currentKeyboardVC = nullptr;
+
+namespace {
+
+// Shows the window's appearance to the controller once, when it first comes on screen.
+class AppearanceWatcher : public QObject {
+  public:
+    AppearanceWatcher(QDialog* window, KeyboardVC* controller)
+        : QObject(controller), controller_(controller) {
+        window->installEventFilter(this);
+    }
+
+  private:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() == QEvent::Show)
+            controller_->viewDidAppear();
+        return QObject::eventFilter(watched, event);
+    }
+    KeyboardVC* controller_;
+};
+
+}  // namespace
+
+KeyboardVC::KeyboardVC(QWidget* presenter)
+    : window_(std::make_unique<QDialog>(presenter)), ui_(std::make_unique<Ui::KeyboardW>()) {
+    ui_->setupUi(window_.get());
+    window_->setWindowModality(Qt::ApplicationModal);
+    window_->setFocusProxy(ui_->keyboardWView);
+    // The instruction goes away once both keys are known; the keys must not jump when it does.
+    QSizePolicy instructionPolicy = ui_->instructionLbl->sizePolicy();
+    instructionPolicy.setRetainSizeWhenHidden(true);
+    ui_->instructionLbl->setSizePolicy(instructionPolicy);
+    new AppearanceWatcher(window_.get(), this);
+    connect(ui_->applyBtn, &QPushButton::clicked, this, &KeyboardVC::applyClick);
+    connect(ui_->cancelBtn, &QPushButton::clicked, this, &KeyboardVC::cancelClick);
+    connect(ui_->keyPopup, &QComboBox::activated, this, [this] { keyPopupChanged(ui_->keyPopup); });
+}
+
+KeyboardVC::~KeyboardVC() {
+    if (currentKeyboardVC == this)
+        currentKeyboardVC = nullptr;
+}
+
+void KeyboardVC::viewDidLoad() {
+    currentKeyboardVC = this;
+    window_->resize(preferredWidth, preferredHeight);
+    std::cout << ShellRunner::run(MappingApplier::clearingCommand) << std::endl;
+    fillKeyPopup();
+}
+
+void KeyboardVC::viewDidAppear() {
+    window_->setWindowTitle(windowTitle);
+    ui_->keyboardWView->setFocus();
+}
+
+void KeyboardVC::fillKeyPopup() {
+    QComboBox* popup = ui_->keyPopup;
+    auto* model = qobject_cast<QStandardItemModel*>(popup->model());
+    for (const KeyTable::SortedEntry& entry : KeyTable::sortedEntries()) {
+        popup->addItem(QString::fromStdString(entry.name), QString::fromStdString(entry.keyId));
+        const int row = popup->count() - 1;
+        if (entry.name == KeyTable::separatorName)
+            model->item(row)->setEnabled(false);
+        if (entry.name == KeyTable::disableKeyName) {
+            qobject_cast<QListView*>(popup->view())->setRowHidden(row, true);
+            disableMenuItem_ = row;
+        }
+    }
+    popup->setPlaceholderText(tr("Pick a key…"));
+    popup->setCurrentIndex(-1);
+}
+
+void KeyboardVC::keyPopupChanged(QComboBox* sender) {
+    const int row = sender->currentIndex();
+    if (row < 0 || sender->itemText(row).toStdString() == KeyTable::separatorName)
+        return;
+    const std::string keyId = sender->itemData(row).toString().toStdString();
+    std::cout << "picked: " << sender->itemText(row).toStdString() << " (" << keyId << ")"
+              << std::endl;
+    std::uint16_t keyCode = 0;
+    auto [end, error] = std::from_chars(keyId.data(), keyId.data() + keyId.size(), keyCode);
+    if (error != std::errc() || end != keyId.data() + keyId.size())
+        return;
+    handleKeyEvent({keyCode, "picked key " + keyId});
+}
+
+void KeyboardVC::handleKeyEvent(const KeyEvent& event) {
+    std::cout << event.description << std::endl;
+    const KeyTable::Entry* entry = KeyTable::lookup(std::to_string(event.keyCode));
+    if (!entry)
+        return;
+
+    const QString name = QString::fromStdString(entry->name);
+    if (step_ == 0) {
+        ui_->srcKeyLbl->setText(name);
+        originalId_ = entry->usage;
+        step_ = 1;
+        ui_->instructionLbl->setText(newKeyInstruction);
+        qobject_cast<QListView*>(ui_->keyPopup->view())->setRowHidden(disableMenuItem_, false);
+        return;
+    }
+    if (entry->usage == originalId_)
+        return;  // the original's release, repeats or second press
+    ui_->destKeyLbl->setText(name);
+    remappedId_ = entry->usage;
+    ui_->applyBtn->setEnabled(true);
+    ui_->instructionLbl->hide();
+}
+
+void KeyboardVC::applyClick() {
+    const std::string original = ui_->srcKeyLbl->text().toStdString();
+    const std::string remapped = ui_->destKeyLbl->text().toStdString();
+    MappingStore::appendMapping({{"original", original},
+                                 {"originalId", originalId_},
+                                 {"remapped", remapped},
+                                 {"remappedId", remappedId_}});
+    SCL::logEvent("addkey", original, remapped);
+    if (currentMainVC)
+        currentMainVC->reloadTable();
+    MappingApplier::applyMappings();
+    closeWindow();
+}
+
+void KeyboardVC::cancelClick() {
+    closeWindow();
+}
+
+void KeyboardVC::closeWindow() {
+    currentKeyboardVC = nullptr;
+    window_->close();
+}
+
+}  // namespace keyvane

@@ -1,0 +1,65 @@
+#include "ui/capture/KeyboardWView.h"
+
+#include <QKeyEvent>
+#include <iostream>
+#include <sstream>
+
+#include "engine/LinuxKeyCodes.h"
+#include "ui/capture/KeyboardVC.h"
+
+namespace keyvane {
+namespace {
+
+// X11 and Wayland report the kernel's key code plus 8 as the native scan code.
+constexpr int nativeScanCodeOffset = 8;
+
+std::string describe(const QKeyEvent* event, int linuxKeyCode) {
+    std::ostringstream text;
+    text << (event->type() == QEvent::KeyPress ? "key press" : "key release")
+         << (event->isAutoRepeat() ? " (repeat)" : "") << ": linux key code " << linuxKeyCode
+         << ", text \"" << event->text().toStdString() << "\"";
+    return text.str();
+}
+
+}  // namespace
+
+KeyboardWView::KeyboardWView(QWidget* parent) : QWidget(parent) {
+    setFocusPolicy(Qt::StrongFocus);
+}
+
+bool KeyboardWView::event(QEvent* event) {
+    if (event->type() == QEvent::ShortcutOverride) {
+        event->accept();  // the key is captured, not a shortcut
+        return true;
+    }
+    return QWidget::event(event);
+}
+
+bool KeyboardWView::focusNextPrevChild(bool) {
+    return false;
+}
+
+void KeyboardWView::keyPressEvent(QKeyEvent* event) {
+    forward(event);
+}
+
+void KeyboardWView::keyReleaseEvent(QKeyEvent* event) {
+    const int linuxKeyCode = static_cast<int>(event->nativeScanCode()) - nativeScanCodeOffset;
+    if (isModifierLinuxKeyCode(linuxKeyCode) && !event->isAutoRepeat())
+        forward(event);
+    event->accept();
+}
+
+void KeyboardWView::forward(QKeyEvent* event) {
+    event->accept();
+    const int linuxKeyCode = static_cast<int>(event->nativeScanCode()) - nativeScanCodeOffset;
+    const std::string description = describe(event, linuxKeyCode);
+    if (event->type() == QEvent::KeyPress)
+        std::cout << description << std::endl;
+    // Keys without a virtual key code have no entry in the key table either: nothing to capture.
+    std::optional<std::uint16_t> keyCode = virtualKeyCodeForLinuxKeyCode(linuxKeyCode);
+    if (currentKeyboardVC && keyCode)
+        currentKeyboardVC->handleKeyEvent({*keyCode, description});
+}
+
+}  // namespace keyvane

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QWidget>
+
+namespace keyvane {
+
+// The part of the capture window that holds keyboard focus and hands every key to the capture
+// controller: ordinary keys when pressed (repeats included), modifier keys when pressed and when
+// released. Nothing is passed on, so no key moves focus, closes the window or triggers a shortcut.
+class KeyboardWView : public QWidget {
+    Q_OBJECT
+  public:
+    explicit KeyboardWView(QWidget* parent = nullptr);
+
+  protected:
+    bool event(QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void keyReleaseEvent(QKeyEvent* event) override;
+    bool focusNextPrevChild(bool next) override;
+
+  private:
+    void forward(QKeyEvent* event);
+};
+
+}  // namespace keyvane
