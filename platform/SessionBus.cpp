@@ -1,0 +1,31 @@
+#include "platform/SessionBus.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+
+namespace keyvane::session_bus {
+
+bool available() {
+    return QDBusConnection::sessionBus().isConnected();
+}
+
+bool claimName(const std::string& identifier) {
+    QDBusConnectionInterface* bus = QDBusConnection::sessionBus().interface();
+    if (!bus)
+        return false;
+    // Without queueing, a name that is taken stays with its owner and the call fails at once.
+    const QDBusReply<QDBusConnectionInterface::RegisterServiceReply> reply = bus->registerService(
+        QString::fromStdString(identifier), QDBusConnectionInterface::DontQueueService,
+        QDBusConnectionInterface::DontAllowReplacement);
+    return reply.isValid() && reply.value() == QDBusConnectionInterface::ServiceRegistered;
+}
+
+bool isRunning(const std::string& identifier) {
+    QDBusConnectionInterface* bus = QDBusConnection::sessionBus().interface();
+    if (!bus)
+        return false;
+    const QDBusReply<bool> reply = bus->isServiceRegistered(QString::fromStdString(identifier));
+    return reply.isValid() && reply.value();
+}
+
+}  // namespace keyvane::session_bus

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QObject>
+#include <string>
+
+namespace keyvane {
+
+// One copy of the application per desktop session. The first copy owns the application's bundle
+// identifier on the session bus and answers "Reopen" calls there; a copy started later finds the
+// name taken, asks the first one to reopen, and ends.
+class SingleInstance : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "app.keyvane.Application")
+  public:
+    static constexpr const char* path = "/app/keyvane/Application";
+    static constexpr const char* interface = "app.keyvane.Application";
+
+    enum class Claim {
+        First,           // this process is the one copy; reopen requests reach it
+        AlreadyRunning,  // another process holds the name
+        NoBus,           // no session bus: nobody can tell, so this process goes on alone
+    };
+
+    explicit SingleInstance(QObject* parent = nullptr);
+
+    Claim claim(const std::string& identifier);
+
+    // Asks the copy that holds `identifier` to bring its window back. False, with the reason in
+    // `error`, when it does not answer.
+    static bool askToReopen(const std::string& identifier, std::string& error);
+
+  public slots:
+    // The bus method that a later copy calls.
+    Q_SCRIPTABLE void Reopen();
+
+  signals:
+    void reopenRequested();
+};
+
+}  // namespace keyvane
