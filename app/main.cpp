@@ -1,7 +1,8 @@
 #include <QApplication>
-#include <QMainWindow>
+#include <QIcon>
 
-#include "ui/main/MainVC.h"
+#include "app/Launch.h"
+#include "platform/Bundle.h"
 
 namespace {
 
@@ -18,9 +19,20 @@ void appendProgramFolderToPath() {
 
 int main(int argc, char** argv) {
     QApplication application(argc, argv);
+    QApplication::setApplicationName("Keyvane");
+    QApplication::setDesktopFileName(keyvane::bundle::appIdentifier);
+    QApplication::setWindowIcon(QIcon::fromTheme(keyvane::bundle::appIdentifier));
     appendProgramFolderToPath();
-    keyvane::MainVC mainVC;
-    mainVC.viewDidLoad();
-    mainVC.MainWin()->show();
-    return QApplication::exec();
+
+    keyvane::Launch launch;
+    switch (launch.start()) {
+        case keyvane::Launch::Outcome::HandedToRunningCopy:
+            return 0;
+        case keyvane::Launch::Outcome::RunningCopyDidNotAnswer:
+            return 1;
+        case keyvane::Launch::Outcome::Running:
+            break;
+    }
+    QApplication::exec();
+    return 0;
 }

@@ -1,0 +1,104 @@
+#include "app/AppDelegate.h"
+
+#include <QApplication>
+#include <QDialog>
+#include <QMainWindow>
+#include <QTimer>
+#include <iostream>
+
+#include "engine/MappingApplier.h"
+#include "engine/MappingStore.h"
+#include "platform/ActivationPolicy.h"
+#include "platform/Bundle.h"
+#include "platform/DistributedNotificationCenter.h"
+#include "platform/MainQueue.h"
+#include "platform/SessionBus.h"
+#include "platform/UserDefaults.h"
+#include "remote/SCL.h"
+#include "ui/capture/KeyboardVC.h"
+#include "ui/main/MainVC.h"
+
+namespace keyvane {
+
+QTimer* reapplyTimer = nullptr;
+
+namespace {
+
+// While the capture window is open the user's keys must arrive unmapped.
+bool captureWindowOpen() {
+    return currentKeyboardVC && currentKeyboardVC->window()->isVisible();
+}
+
+}  // namespace
+
+AppDelegate::AppDelegate(LifecycleSettings settings) : settings_(std::move(settings)) {}
+
+void AppDelegate::applicationDidFinishLaunching() {
+    if (!isLoginLaunch()) {
+        showMainWindow();
+    } else {
+        DistributedNotificationCenter::post(bundle::killLauncherNotification,
+                                            bundle::appIdentifier);
+        MappingStore::loadMappings();
+        MappingApplier::applyMappings();
+        setActivationPolicy(ActivationPolicy::Accessory);
+    }
+    SCL::fetchConfig();
+    countLaunch();
+    window_->setWindowTitle(window_->windowTitle() + " " +
+                            QString::fromStdString(SCL::appVersion()));
+    startReapplyTimer();
+    watchForKeyboards();
+}
+
+bool AppDelegate::applicationShouldHandleReopen(bool) {
+    showMainWindow();
+    return true;
+}
+
+bool AppDelegate::isLoginLaunch() const {
+    return session_bus::isRunning(bundle::launcherIdentifier);
+}
+
+void AppDelegate::showMainWindow() {
+    QMainWindow* window = currentMainVC->MainWin();
+    window->show();
+    window->raise();
+    window->activateWindow();
+}
+
+void AppDelegate::countLaunch() {
+    UserDefaults& defaults = UserDefaults::standard();
+    if (defaults.integerForKey(defaults_keys::launchCount) == 0)
+        SCL::logEvent("First launch", "", "");
+    defaults.setInteger(defaults_keys::launchCount,
+                        defaults.integerForKey(defaults_keys::launchCount) + 1);
+}
+
+void AppDelegate::startReapplyTimer() {
+    delete reapplyTimer;
+    reapplyTimer = new QTimer(QCoreApplication::instance());
+    reapplyTimer->setInterval(settings_.reapplyInterval);
+    connect(reapplyTimer, &QTimer::timeout, [] {
+        MainQueue::async([] {
+            if (!mainWindowShown)
+                MappingApplier::applyMappings();
+        });
+    });
+    reapplyTimer->start();
+}
+
+// A keyboard that appears gets the kernel's default keymap; waiting for the timer would leave it
+// unmapped for up to half an hour.
+void AppDelegate::watchForKeyboards() {
+    keyboards_ = new InputDeviceWatcher(settings_.inputDeviceFolder,
+                                        InputDeviceWatcher::defaultSysfsRoot, this);
+    connect(keyboards_, &InputDeviceWatcher::keyboardAppeared, this, [] {
+        MainQueue::async([] {
+            if (!captureWindowOpen())
+                MappingApplier::applyMappings();
+        });
+    });
+}
+
+}  // namespace keyvane

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <QMainWindow>
+#include <QObject>
+#include <QPointer>
+#include <chrono>
+#include <filesystem>
+
+#include "platform/InputDeviceWatcher.h"
+
+class QTimer;
+
+namespace keyvane {
+
+// How often the mappings are installed again while the window is hidden, and where new keyboards
+// appear; tests shorten the one and point the other at a folder of their own.
+struct LifecycleSettings {
+    std::chrono::milliseconds reapplyInterval = std::chrono::seconds(1800);
+    std::filesystem::path inputDeviceFolder = InputDeviceWatcher::defaultFolder;
+};
+
+// The application's answers to its lifecycle: the launch sequence (a normal launch shows the main
+// window; a launch by the login helper tells the helper to quit, installs the mappings and stays in
+// the background), reopening, and keeping the mappings installed while it runs: every 30 minutes
+// while the window is hidden, and whenever a keyboard is plugged in.
+class AppDelegate : public QObject {
+    Q_OBJECT
+  public:
+    explicit AppDelegate(LifecycleSettings settings = LifecycleSettings());
+
+    QMainWindow* window() const { return window_; }
+    void setWindow(QMainWindow* window) { window_ = window; }
+
+    // Runs once, after the main window's view has loaded.
+    void applicationDidFinishLaunching();
+    // Brings the main window back, whatever `hasVisibleWindows` says.
+    bool applicationShouldHandleReopen(bool hasVisibleWindows);
+    bool applicationShouldTerminateAfterLastWindowClosed() const { return false; }
+
+  private:
+    bool isLoginLaunch() const;
+    void showMainWindow();
+    void countLaunch();
+    void startReapplyTimer();
+    void watchForKeyboards();
+
+    LifecycleSettings settings_;
+    QPointer<QMainWindow> window_;
+    InputDeviceWatcher* keyboards_ = nullptr;
+};
+
+// The timer that installs the mappings again while the main window is hidden; main thread only.
+extern QTimer* reapplyTimer;
+
+}  // namespace keyvane

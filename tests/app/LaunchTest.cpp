@@ -1,0 +1,209 @@
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QMainWindow>
+#include <QProcess>
+#include <QTest>
+#include <QTimer>
+#include <filesystem>
+#include <fstream>
+
+#include "app/AppDelegate.h"
+#include "app/Launch.h"
+#include "engine/MappingStore.h"
+#include "platform/ActivationPolicy.h"
+#include "platform/UserDefaults.h"
+#include "remote/SCL.h"
+#include "tests/support/AlertRecorder.h"
+#include "tests/support/FakeHidutil.h"
+#include "tests/support/HttpsTestServer.h"
+#include "tests/support/PrivateSessionBus.h"
+#include "ui/main/MainVC.h"
+
+namespace keyvane {
+namespace {
+
+using testing::FakeHidutil;
+using Calls = std::vector<std::vector<std::string>>;
+using namespace std::chrono_literals;
+
+const std::string capsLockToEscape =
+    R"({"UserKeyMapping" : [{"HIDKeyboardModifierMappingSrc" : 0x700000039, "HIDKeyboardModifierMappingDst" : 0x700000029}]})";
+const std::vector<std::string> listCall = {"list", "-m", "keyboard"};
+
+// A second client of the bus, standing in for other programs of the session: it can hold the
+// login helper's name and hears the notifications posted on the bus.
+class OtherProgram : public QObject {
+    Q_OBJECT
+  public:
+    OtherProgram()
+        : bus_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, "other-program")) {
+        bus_.connect({}, "/app/keyvane/DistributedNotificationCenter",
+                     "app.keyvane.DistributedNotificationCenter", "Notification", this,
+                     SLOT(heard(QString, QString)));
+    }
+    ~OtherProgram() override { QDBusConnection::disconnectFromBus("other-program"); }
+
+    void holdName(const char* name) { bus_.interface()->registerService(name); }
+    std::vector<std::pair<std::string, std::string>> notifications;
+
+  public slots:
+    void heard(const QString& name, const QString& object) {
+        notifications.emplace_back(name.toStdString(), object.toStdString());
+    }
+
+  private:
+    QDBusConnection bus_;
+};
+
+class LaunchTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        server.useForThisProcess();
+        std::filesystem::create_directories(inputFolder);
+        keyMappings = {{{"original", "Caps Lock"},
+                        {"originalId", "39"},
+                        {"remapped", "Escape"},
+                        {"remappedId", "29"}}};
+        MappingStore::saveMappings();
+        keyMappings.clear();
+    }
+
+    std::unique_ptr<Launch> launch(std::chrono::milliseconds reapplyInterval = 1800s) {
+        auto started = std::make_unique<Launch>(LifecycleSettings{reapplyInterval, inputFolder});
+        EXPECT_EQ(started->start(), Launch::Outcome::Running);
+        return started;
+    }
+
+    // Lets the event loop run, so that anything that was going to happen has happened.
+    static void settle(std::chrono::milliseconds time = 300ms) { QTest::qWait(int(time.count())); }
+
+    // How many event reports named `name` (as encoded) the web service received.
+    int reportsOf(const QByteArray& name) {
+        int count = 0;
+        for (const auto& request : server.requests())
+            count += request.target.contains("evtname=" + name + "&");
+        return count;
+    }
+
+    testing::PrivateSessionBus bus;
+    testing::HttpsTestServer server;
+    FakeHidutil hidutil;
+    testing::AlertRecorder alerts;
+    OtherProgram other;
+    std::filesystem::path inputFolder = std::filesystem::path(getenv("HOME")) / "input";
+};
+
+TEST_F(LaunchTest, NormalLaunchShowsTheWindowInstallsOnceAndCountsTheLaunch) {
+    auto app = launch();
+    settle();
+    QMainWindow* window = app->mainVC().MainWin();
+    EXPECT_TRUE(window->isVisible());
+    EXPECT_TRUE(mainWindowShown);
+    EXPECT_EQ(activationPolicy(), ActivationPolicy::Regular);
+    EXPECT_EQ(window->windowTitle().toStdString(), "Keyvane " + SCL::appVersion());
+    EXPECT_EQ(hidutil.calls(), (Calls{FakeHidutil::clearingCall(),
+                                      FakeHidutil::installCall(capsLockToEscape), listCall}));
+    EXPECT_TRUE(other.notifications.empty());
+    EXPECT_EQ(UserDefaults::standard().integerForKey("launchcount"), 1);
+    ASSERT_TRUE(server.waitForRequests(5));  // the three installation reports, config, launch
+    EXPECT_EQ(reportsOf("First%20launch"), 1);
+    EXPECT_TRUE(alerts.drain().empty());
+
+    // Closing the window leaves the application running in the background.
+    window->close();
+    EXPECT_FALSE(mainWindowShown);
+    EXPECT_EQ(activationPolicy(), ActivationPolicy::Accessory);
+    QTimer::singleShot(300, [] { QCoreApplication::exit(7); });
+    EXPECT_EQ(QCoreApplication::exec(), 7);
+
+    // A second launch is no first launch; its title has the version once.
+    const std::size_t reportsSoFar = server.requests().size();
+    app.reset();
+    app = launch();
+    EXPECT_EQ(app->mainVC().MainWin()->windowTitle().toStdString(), "Keyvane " + SCL::appVersion());
+    EXPECT_EQ(UserDefaults::standard().integerForKey("launchcount"), 2);
+    ASSERT_TRUE(server.waitForRequests(reportsSoFar + 4));
+    settle();
+    EXPECT_EQ(reportsOf("First%20launch"), 1);
+}
+
+TEST_F(LaunchTest, LoginLaunchTellsTheHelperToQuitInstallsTwiceAndStaysHidden) {
+    other.holdName("app.keyvane.KeyvaneLauncher");
+    auto app = launch();
+    settle();
+    EXPECT_FALSE(app->mainVC().MainWin()->isVisible());
+    EXPECT_FALSE(mainWindowShown);
+    EXPECT_EQ(activationPolicy(), ActivationPolicy::Accessory);
+    EXPECT_EQ(other.notifications, (std::vector<std::pair<std::string, std::string>>{
+                                       {"killLauncher", "app.keyvane.Keyvane"}}));
+    EXPECT_EQ(
+        hidutil.calls(),
+        (Calls{FakeHidutil::clearingCall(), FakeHidutil::installCall(capsLockToEscape), listCall,
+               FakeHidutil::clearingCall(), FakeHidutil::installCall(capsLockToEscape)}));
+    EXPECT_EQ(app->mainVC().MainWin()->windowTitle().toStdString(), "Keyvane " + SCL::appVersion());
+}
+
+TEST_F(LaunchTest, LoginLaunchWithAStoredListOfTheWrongShapeInstallsNothing) {
+    UserDefaults::standard().setString("keydata2", "not a list");
+    other.holdName("app.keyvane.KeyvaneLauncher");
+    auto app = launch();
+    settle();
+    EXPECT_EQ(hidutil.calls(),
+              (Calls{FakeHidutil::clearingCall(), listCall, FakeHidutil::clearingCall()}));
+    EXPECT_TRUE(alerts.drain().empty());
+}
+
+TEST_F(LaunchTest, ASecondStartReopensTheWindowOfTheRunningCopyAndEnds) {
+    auto app = launch();
+    QMainWindow* window = app->mainVC().MainWin();
+    window->close();
+
+    QProcess second;
+    second.setProcessChannelMode(QProcess::ForwardedChannels);
+    second.start(KEYVANE_PATH, {});
+    ASSERT_TRUE(QTest::qWaitFor([&] { return second.state() == QProcess::NotRunning; }, 20000));
+    EXPECT_EQ(second.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(second.exitCode(), 0);
+    EXPECT_TRUE(window->isVisible());
+    EXPECT_TRUE(mainWindowShown);
+    EXPECT_EQ(activationPolicy(), ActivationPolicy::Regular);
+    // The second process never got as far as installing anything.
+    EXPECT_EQ(hidutil.calls().size(), 3u);
+}
+
+TEST_F(LaunchTest, TheTimerInstallsOnlyWhileTheWindowIsHidden) {
+    auto app = launch(100ms);
+    hidutil.clearCalls();
+    settle(600ms);
+    EXPECT_TRUE(hidutil.calls().empty());
+
+    app->mainVC().MainWin()->close();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return hidutil.calls().size() >= 4; }, 20000));
+    EXPECT_EQ(hidutil.calls()[0], FakeHidutil::clearingCall());
+    EXPECT_EQ(hidutil.calls()[1], FakeHidutil::installCall(capsLockToEscape));
+
+    app->delegate().applicationShouldHandleReopen(false);
+    settle();
+    hidutil.clearCalls();
+    settle(600ms);
+    EXPECT_TRUE(hidutil.calls().empty());
+}
+
+TEST_F(LaunchTest, ABurstOfNewInputDevicesInstallsTheMappingsOnce) {
+    auto app = launch();
+    hidutil.clearCalls();
+    for (const char* node : {"event4711", "event4712", "event4713"})
+        std::ofstream(inputFolder / node) << "";
+    ASSERT_TRUE(QTest::qWaitFor([&] { return hidutil.calls().size() >= 2; }, 20000));
+    settle(1500ms);
+    EXPECT_EQ(hidutil.calls(),
+              (Calls{FakeHidutil::clearingCall(), FakeHidutil::installCall(capsLockToEscape)}));
+}
+
+}  // namespace
+}  // namespace keyvane
+
+#include "LaunchTest.moc"

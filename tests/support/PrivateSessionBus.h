@@ -1,0 +1,27 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+
+namespace keyvane::testing {
+
+// A session bus of its own (a dbus-daemon started for the object's life) that this process and
+// the programs it starts use, so that names claimed in one test never meet another test or the
+// desktop session of the person running the tests. Create it before anything reaches the bus.
+class PrivateSessionBus {
+  public:
+    PrivateSessionBus();
+    ~PrivateSessionBus();
+    PrivateSessionBus(const PrivateSessionBus&) = delete;
+    PrivateSessionBus& operator=(const PrivateSessionBus&) = delete;
+
+    const std::string& address() const { return address_; }
+
+  private:
+    std::string address_;
+    std::string savedAddress_;
+    pid_t daemon_ = -1;
+};
+
+}  // namespace keyvane::testing
