@@ -1,0 +1,99 @@
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QProcess>
+#include <QTest>
+#include <filesystem>
+#include <fstream>
+
+#include "tests/support/FakeHidutil.h"
+#include "tests/support/HttpsTestServer.h"
+#include "tests/support/PrivateSessionBus.h"
+
+namespace keyvane {
+namespace {
+
+using testing::FakeHidutil;
+using Calls = std::vector<std::vector<std::string>>;
+namespace fs = std::filesystem;
+
+struct Finished {
+    int exitCode = -1;
+    std::string errors;
+};
+
+Finished runToEnd(const QString& program, const QStringList& arguments = {}) {
+    QProcess process;
+    process.start(program, arguments);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 30000))
+        << program.toStdString() << " did not end";
+    return {process.exitCode(), process.readAllStandardError().toStdString()};
+}
+
+bool isRunning(const char* name) {
+    return QDBusConnection::sessionBus().interface()->isServiceRegistered(name).value();
+}
+
+class LauncherTest : public ::testing::Test {
+  protected:
+    // keyvane-launcher in a folder of its own, beside a stand-in keyvane that notes each start.
+    QString launcherBesideStandIn() {
+        const fs::path folder = fs::path(getenv("HOME")) / "bin";
+        fs::create_directories(folder);
+        fs::copy_file(LAUNCHER_PATH, folder / "keyvane-launcher");
+        std::ofstream(folder / "keyvane") << "#!/bin/sh\necho started >> " << standInStarts << "\n";
+        fs::permissions(folder / "keyvane", fs::perms::owner_all);
+        return QString::fromStdString((folder / "keyvane-launcher").string());
+    }
+    bool standInStarted() const { return fs::exists(standInStarts); }
+
+    testing::PrivateSessionBus bus;
+    fs::path standInStarts = fs::path(getenv("HOME")) / "stand-in-starts";
+};
+
+TEST_F(LauncherTest, StartsKeyvaneForALoginLaunchAndQuitsWhenToldTo) {
+    FakeHidutil hidutil;
+    testing::HttpsTestServer server;
+    server.useForThisProcess();
+
+    const Finished launcher = runToEnd(LAUNCHER_PATH);
+    EXPECT_EQ(launcher.exitCode, 0) << launcher.errors;
+    EXPECT_TRUE(isRunning("app.keyvane.Keyvane"));
+    EXPECT_FALSE(isRunning("app.keyvane.KeyvaneLauncher"));
+
+    // Installed when its view loaded and again for the login launch.
+    ASSERT_TRUE(QTest::qWaitFor([&] { return hidutil.calls().size() >= 3; }, 20000));
+    EXPECT_EQ(hidutil.calls(), (Calls{FakeHidutil::clearingCall(),
+                                      {"list", "-m", "keyboard"},
+                                      FakeHidutil::clearingCall()}));
+
+    const uint pid = QDBusConnection::sessionBus().interface()->servicePid("app.keyvane.Keyvane");
+    ASSERT_GT(pid, 0u);
+    ::kill(static_cast<pid_t>(pid), SIGTERM);
+    EXPECT_TRUE(QTest::qWaitFor([] { return !isRunning("app.keyvane.Keyvane"); }, 20000));
+}
+
+TEST_F(LauncherTest, GivesUpWhenKeyvaneNeverReportsItsStart) {
+    const Finished launcher = runToEnd(launcherBesideStandIn(), {"--wait", "1"});
+    EXPECT_EQ(launcher.exitCode, 1);
+    EXPECT_NE(launcher.errors.find("did not report its start within 1 s"), std::string::npos)
+        << launcher.errors;
+    EXPECT_TRUE(standInStarted());
+}
+
+TEST_F(LauncherTest, StartsNothingWhenKeyvaneOrAnotherLauncherAlreadyRuns) {
+    const QString launcher = launcherBesideStandIn();
+    for (const char* holder : {"app.keyvane.Keyvane", "app.keyvane.KeyvaneLauncher"}) {
+        QDBusConnection::sessionBus().interface()->registerService(holder);
+        const Finished run = runToEnd(launcher);
+        EXPECT_EQ(run.exitCode, 0) << holder << ": " << run.errors;
+        QDBusConnection::sessionBus().interface()->unregisterService(holder);
+    }
+    EXPECT_FALSE(standInStarted());
+    EXPECT_EQ(runToEnd(launcher, {"--wait"}).exitCode, 2);
+}
+
+}  // namespace
+}  // namespace keyvane
