@@ -174,6 +174,19 @@ TEST_F(LaunchTest, ASecondStartReopensTheWindowOfTheRunningCopyAndEnds) {
     EXPECT_EQ(hidutil.calls().size(), 3u);
 }
 
+TEST(LaunchWithoutBus, StartsAsANormalLaunchAndSaysSo) {
+    ::setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/keyvane-test-bus", 1);
+    FakeHidutil hidutil;
+    ::testing::internal::CaptureStderr();
+    Launch app(LifecycleSettings{1800s, "/nonexistent"});
+    EXPECT_EQ(app.start(), Launch::Outcome::Running);
+    const std::string errors = ::testing::internal::GetCapturedStderr();
+    EXPECT_NE(errors.find("no session bus; starting as a normal launch"), std::string::npos)
+        << errors;
+    EXPECT_TRUE(app.mainVC().MainWin()->isVisible());
+    EXPECT_EQ(hidutil.calls().size(), 2u);  // cleared (nothing stored) and listed
+}
+
 TEST_F(LaunchTest, TheTimerInstallsOnlyWhileTheWindowIsHidden) {
     auto app = launch(100ms);
     hidutil.clearCalls();
