@@ -129,28 +129,5 @@ TEST_F(InputDeviceWatcherTest, AMissingFolderIsNotWatchedAndSaysSoOnce) {
     EXPECT_EQ(std::count(error.begin(), error.end(), '\n'), 1);
 }
 
-TEST_F(InputDeviceWatcherTest, AFolderThatGoesAwayIsNoLongerWatched) {
-    ::testing::internal::CaptureStderr();
-    fs::remove(devices);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return !watcher->isWatching(); }, 5000));
-    EXPECT_THAT(::testing::internal::GetCapturedStderr(), ::testing::HasSubstr("removed"));
-}
-
-int inotifyDescriptors() {
-    int count = 0;
-    for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
-        std::error_code ec;
-        count += fs::read_symlink(entry, ec) == "anon_inode:inotify";
-    }
-    return count;
-}
-
-TEST_F(InputDeviceWatcherTest, TheDescriptorClosesWithTheWatcher) {
-    const int withWatcher = inotifyDescriptors();
-    spy.reset();
-    watcher.reset();
-    EXPECT_EQ(inotifyDescriptors(), withWatcher - 1);
-}
-
 }  // namespace
 }  // namespace keyvane
