@@ -33,7 +33,7 @@ KeyMapping record(const std::string& name, const std::string& id) {
     return {{"original", name}, {"originalId", id}, {"remapped", "Escape"}, {"remappedId", "29"}};
 }
 
-const std::vector<KeyMapping> threeRecords = {record("Caps Lock", "39"), record("a", "04"),
+const std::vector<KeyMapping> threeRecords = {record("Caps Lock", "39"), record("Command", "e3"),
                                               record("Tab", "2b")};
 
 class MainVCTest : public ::testing::Test {
@@ -108,8 +108,11 @@ TEST_F(MainVCTest, StoredListIsShownInOrderAndRemovalStoresThenInstalls) {
     MappingStore::saveMappings();
     MappingStore::saveApplyAtLogin(true);
     load();
-    EXPECT_EQ(column(0), (std::vector<std::string>{"Caps Lock", "a", "Tab"}));
+    EXPECT_EQ(column(0), (std::vector<std::string>{"Caps Lock", "Command", "Tab"}));
     EXPECT_EQ(column(1), (std::vector<std::string>{"Escape", "Escape", "Escape"}));
+    QAbstractItemModel* model = outlet<QTableView>("tableView")->model();
+    EXPECT_FALSE(model->index(0, 0).data(Qt::ToolTipRole).isValid());
+    EXPECT_EQ(model->index(1, 0).data(Qt::ToolTipRole).toString(), "Left Super (Windows logo) key");
     EXPECT_FALSE(outlet<QLabel>("startLabel")->isVisible());
     EXPECT_TRUE(outlet<QCheckBox>("applyCheckbox")->isChecked());
 
@@ -120,7 +123,7 @@ TEST_F(MainVCTest, StoredListIsShownInOrderAndRemovalStoresThenInstalls) {
 
     outlet<QTableView>("tableView")->selectRow(0);
     clickSegment("removeSegment");
-    EXPECT_EQ(column(0), (std::vector<std::string>{"a", "Tab"}));
+    EXPECT_EQ(column(0), (std::vector<std::string>{"Command", "Tab"}));
     EXPECT_EQ(storedList(), MappingStore::describe({threeRecords[1], threeRecords[2]}));
     ASSERT_EQ(hidutil.calls().size(), 2u);
     EXPECT_EQ(hidutil.calls()[0], FakeHidutil::clearingCall());

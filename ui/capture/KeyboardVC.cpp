@@ -13,6 +13,7 @@
 #include "engine/MappingStore.h"
 #include "engine/ShellRunner.h"
 #include "remote/SCL.h"
+#include "ui/KeyNames.h"
 #include "ui/capture/KeyboardWView.h"
 #include "ui/main/MainVC.h"
 #include "ui_KeyboardW.h"
@@ -80,6 +81,8 @@ void KeyboardVC::fillKeyPopup() {
     for (const KeyTable::SortedEntry& entry : KeyTable::sortedEntries()) {
         popup->addItem(QString::fromStdString(entry.name), QString::fromStdString(entry.keyId));
         const int row = popup->count() - 1;
+        if (!pcKeyName(entry.name).empty())
+            popup->setItemData(row, QString::fromUtf8(pcKeyName(entry.name)), Qt::ToolTipRole);
         if (entry.name == KeyTable::separatorName)
             model->item(row)->setEnabled(false);
         if (entry.name == KeyTable::disableKeyName) {

@@ -15,6 +15,7 @@
 #include "engine/ShellRunner.h"
 #include "platform/ActivationPolicy.h"
 #include "platform/Application.h"
+#include "ui/KeyNames.h"
 #include "ui/capture/KeyboardVC.h"
 #include "ui/main/KeyboardList.h"
 #include "ui/main/SegmentedControl.h"
@@ -111,13 +112,16 @@ int MainVC::columnCount(const QModelIndex& parent) const {
 }
 
 QVariant MainVC::data(const QModelIndex& index, int role) const {
-    if (role != Qt::DisplayRole && role != Qt::AccessibleTextRole)
+    if (role != Qt::DisplayRole && role != Qt::AccessibleTextRole && role != Qt::ToolTipRole)
         return {};
     if (!index.isValid() || static_cast<std::size_t>(index.row()) >= keyMappings.size())
         return {};
     const KeyMapping& record = keyMappings[static_cast<std::size_t>(index.row())];
     auto value = record.find(columns[index.column()]);
-    return value == record.end() ? QString() : QString::fromStdString(value->second);
+    const std::string text = value == record.end() ? std::string() : value->second;
+    if (role == Qt::ToolTipRole)
+        return pcKeyName(text).empty() ? QVariant() : QString::fromUtf8(pcKeyName(text));
+    return QString::fromStdString(text);
 }
 
 QVariant MainVC::headerData(int section, Qt::Orientation orientation, int role) const {
