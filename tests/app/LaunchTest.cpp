@@ -16,7 +16,7 @@
 #include "platform/ActivationPolicy.h"
 #include "platform/UserDefaults.h"
 #include "remote/SCL.h"
-#include "tests/support/AlertRecorder.h"
+#include "tests/support/AlertAnswerer.h"
 #include "tests/support/FakeHidutil.h"
 #include "tests/support/HttpsTestServer.h"
 #include "tests/support/PrivateSessionBus.h"
@@ -91,7 +91,7 @@ class LaunchTest : public ::testing::Test {
     testing::PrivateSessionBus bus;
     testing::HttpsTestServer server;
     FakeHidutil hidutil;
-    testing::AlertRecorder alerts;
+    testing::AlertAnswerer alerts{{}, testing::AlertAnswerer::WhenUnscripted::PressDefault};
     OtherProgram other;
     std::filesystem::path inputFolder = std::filesystem::path(getenv("HOME")) / "input";
 };

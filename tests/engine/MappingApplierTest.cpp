@@ -6,14 +6,14 @@
 
 #include "engine/MappingApplier.h"
 #include "engine/MappingStore.h"
-#include "tests/support/AlertRecorder.h"
+#include "tests/support/AlertAnswerer.h"
 #include "tests/support/FakeHidutil.h"
 #include "tests/support/HttpsTestServer.h"
 
 namespace keyvane {
 namespace {
 
-using testing::AlertRecorder;
+using testing::AlertAnswerer;
 using testing::FakeHidutil;
 using Calls = std::vector<std::vector<std::string>>;
 
@@ -21,16 +21,18 @@ KeyMapping record(const std::string& from, const std::string& to) {
     return {{"original", "from"}, {"originalId", from}, {"remapped", "to"}, {"remappedId", to}};
 }
 
-const AlertRecorder::Alert blankIdAlert{
+const AlertAnswerer::Seen blankIdAlert{
     "Error applying mapping",
     "OriginalId or remappedId was blank, please remove all mappings and re-add them.",
-    {"OK"}};
-const AlertRecorder::Alert failedAlert{
+    {"OK"},
+    "OK"};
+const AlertAnswerer::Seen failedAlert{
     "Unable to apply keyboard mappings",
     "Unable to apply keyboard mappings. Most often this is because you are trying to apply "
     "mappings to an external USB keyboard which is no longer connected. Try applying the mappings "
     "to all keyboards instead.",
-    {"OK"}};
+    {"OK"},
+    "OK"};
 
 const std::string twoRecordProperty =
     R"({"UserKeyMapping" : [{"HIDKeyboardModifierMappingSrc" : 0x700000039, "HIDKeyboardModifierMappingDst" : 0x700000029},{"HIDKeyboardModifierMappingSrc" : 0x7000000e3, "HIDKeyboardModifierMappingDst" : 0x7000000e7}]})";
@@ -38,7 +40,7 @@ const std::string twoRecordProperty =
 class MappingApplierTest : public ::testing::Test {
   protected:
     FakeHidutil hidutil;
-    AlertRecorder alerts;
+    AlertAnswerer alerts{{}, AlertAnswerer::WhenUnscripted::PressDefault};
 };
 
 TEST_F(MappingApplierTest, NothingUsableRunsOnlyTheClearingCommand) {
@@ -94,13 +96,13 @@ TEST_F(MappingApplierTest, BlankIdsAreReportedAndTheCommandStillRuns) {
         hidutil.calls()[1][2].find(
             R"({"HIDKeyboardModifierMappingSrc" : 0x7000000, "HIDKeyboardModifierMappingDst" : 0x700000029})"),
         std::string::npos);
-    EXPECT_EQ(alerts.drain(), std::vector<AlertRecorder::Alert>{blankIdAlert});
+    EXPECT_EQ(alerts.drain(), std::vector<AlertAnswerer::Seen>{blankIdAlert});
 
     hidutil.clearCalls();
     keyMappings = {record("39", "")};
     MappingApplier::applyMappings();
     EXPECT_EQ(hidutil.calls().size(), 2u);
-    EXPECT_EQ(alerts.drain(), std::vector<AlertRecorder::Alert>{blankIdAlert});
+    EXPECT_EQ(alerts.drain(), std::vector<AlertAnswerer::Seen>{blankIdAlert});
 }
 
 TEST_F(MappingApplierTest, OutputWithoutUserKeyMappingShowsTheFailureAlert) {
@@ -108,7 +110,7 @@ TEST_F(MappingApplierTest, OutputWithoutUserKeyMappingShowsTheFailureAlert) {
     for (const char* output : {"", "RegistryID  Key                   Value\n", "userkeymapping"}) {
         hidutil.setOutput("property", output);
         MappingApplier::applyMappings();
-        EXPECT_EQ(alerts.drain(), std::vector<AlertRecorder::Alert>{failedAlert}) << output;
+        EXPECT_EQ(alerts.drain(), std::vector<AlertAnswerer::Seen>{failedAlert}) << output;
     }
 }
 

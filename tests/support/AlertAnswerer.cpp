@@ -1,10 +1,15 @@
 #include "tests/support/AlertAnswerer.h"
 
+#include <gtest/gtest.h>
+
 #include <QAbstractButton>
 #include <QApplication>
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
+#include <QtTest/QTest>
+
+#include "platform/MainQueue.h"
 
 namespace keyvane::testing {
 namespace {
@@ -19,7 +24,8 @@ QMessageBox* openAlert() {
 
 }  // namespace
 
-AlertAnswerer::AlertAnswerer(std::deque<QString> answers) : answers_(std::move(answers)) {
+AlertAnswerer::AlertAnswerer(std::deque<QString> answers, WhenUnscripted whenUnscripted)
+    : answers_(std::move(answers)), whenUnscripted_(whenUnscripted) {
     QObject::connect(&timer_, &QTimer::timeout, [this] { look(); });
     timer_.start(10);
 }
@@ -30,7 +36,9 @@ bool AlertAnswerer::alertOpen() const {
 
 void AlertAnswerer::look() {
     QMessageBox* box = openAlert();
-    if (!box || box->property("keyvaneAnswered").toBool() || answers_.empty())
+    if (!box || box->property("keyvaneAnswered").toBool())
+        return;
+    if (answers_.empty() && whenUnscripted_ == WhenUnscripted::LeaveOpen)
         return;
     Seen seen{box->text(), box->informativeText(), {}, {}};
     for (QAbstractButton* button : box->buttons())
@@ -39,8 +47,11 @@ void AlertAnswerer::look() {
         seen.defaultButton = box->defaultButton()->text();
     seen_.push_back(seen);
 
-    const QString answer = answers_.front();
-    answers_.pop_front();
+    QString answer = seen.defaultButton;
+    if (!answers_.empty()) {
+        answer = answers_.front();
+        answers_.pop_front();
+    }
     box->setProperty("keyvaneAnswered", true);
     // Click from a fresh turn of the event loop, as a person would, not from inside this timer.
     QPointer<QMessageBox> target(box);
@@ -58,6 +69,15 @@ void AlertAnswerer::look() {
             }
         }
     });
+}
+
+std::vector<AlertAnswerer::Seen> AlertAnswerer::drain() {
+    bool done = false;
+    MainQueue::async([&done] { done = true; });
+    EXPECT_TRUE(QTest::qWaitFor([&done] { return done; }, 20000)) << "the main queue is stuck";
+    std::vector<Seen> since(seen_.begin() + static_cast<std::ptrdiff_t>(drained_), seen_.end());
+    drained_ = seen_.size();
+    return since;
 }
 
 }  // namespace keyvane::testing

@@ -17,7 +17,7 @@
 #include "platform/ActivationPolicy.h"
 #include "platform/LoginItems.h"
 #include "platform/UserDefaults.h"
-#include "tests/support/AlertRecorder.h"
+#include "tests/support/AlertAnswerer.h"
 #include "tests/support/FakeHidutil.h"
 #include "ui/capture/KeyboardVC.h"
 #include "ui/main/MainVC.h"
@@ -25,7 +25,7 @@
 namespace keyvane {
 namespace {
 
-using testing::AlertRecorder;
+using testing::AlertAnswerer;
 using testing::FakeHidutil;
 using Calls = std::vector<std::vector<std::string>>;
 
@@ -84,7 +84,7 @@ class MainVCTest : public ::testing::Test {
     }
 
     FakeHidutil hidutil;
-    AlertRecorder alerts;
+    AlertAnswerer alerts{{}, AlertAnswerer::WhenUnscripted::PressDefault};
     std::unique_ptr<MainVC> vc;
 };
 
@@ -215,8 +215,9 @@ TEST_F(MainVCTest, CheckboxStoresTheChoiceBeforeTheLoginItemFollowsIt) {
     std::ofstream(entry.parent_path()) << "not a folder";
     clickBox(checkbox);
     EXPECT_TRUE(MappingStore::loadApplyAtLogin());
-    EXPECT_EQ(alerts.drain(), (std::vector<AlertRecorder::Alert>{
-                                  {"Keyvane", "Error setting apply at login value", {"OK"}}}));
+    EXPECT_EQ(alerts.drain(),
+              (std::vector<AlertAnswerer::Seen>{
+                  {"Keyvane", "Error setting apply at login value", {"OK"}, "OK"}}));
 }
 
 TEST_F(MainVCTest, QuitClearsTheSystemKeepsTheListAndEndsTheApplication) {
