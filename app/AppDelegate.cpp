@@ -91,9 +91,9 @@ void AppDelegate::startReapplyTimer() {
 // A keyboard that appears gets the kernel's default keymap; waiting for the timer would leave it
 // unmapped for up to half an hour.
 void AppDelegate::watchForKeyboards() {
-    keyboards_ = new InputDeviceWatcher(settings_.inputDeviceFolder,
-                                        InputDeviceWatcher::defaultSysfsRoot, this);
-    connect(keyboards_, &InputDeviceWatcher::keyboardAppeared, this, [] {
+    auto* keyboards = new InputDeviceWatcher(settings_.inputDeviceFolder,
+                                             InputDeviceWatcher::defaultSysfsRoot, this);
+    connect(keyboards, &InputDeviceWatcher::keyboardAppeared, this, [] {
         MainQueue::async([] {
             if (!captureWindowOpen())
                 MappingApplier::applyMappings();

@@ -46,7 +46,6 @@ class AppDelegate : public QObject {
 
     LifecycleSettings settings_;
     QPointer<QMainWindow> window_;
-    InputDeviceWatcher* keyboards_ = nullptr;
 };
 
 // The timer that installs the mappings again while the main window is hidden; main thread only.

@@ -11,7 +11,10 @@ namespace keyvane {
 namespace {
 
 // X11 and Wayland report the kernel's key code plus 8 as the native scan code.
-constexpr int nativeScanCodeOffset = 8;
+int linuxKeyCodeOf(const QKeyEvent* event) {
+    constexpr int nativeScanCodeOffset = 8;
+    return static_cast<int>(event->nativeScanCode()) - nativeScanCodeOffset;
+}
 
 std::string describe(const QKeyEvent* event, int linuxKeyCode) {
     std::ostringstream text;
@@ -44,15 +47,14 @@ void KeyboardWView::keyPressEvent(QKeyEvent* event) {
 }
 
 void KeyboardWView::keyReleaseEvent(QKeyEvent* event) {
-    const int linuxKeyCode = static_cast<int>(event->nativeScanCode()) - nativeScanCodeOffset;
-    if (isModifierLinuxKeyCode(linuxKeyCode) && !event->isAutoRepeat())
+    if (isModifierLinuxKeyCode(linuxKeyCodeOf(event)) && !event->isAutoRepeat())
         forward(event);
     event->accept();
 }
 
 void KeyboardWView::forward(QKeyEvent* event) {
     event->accept();
-    const int linuxKeyCode = static_cast<int>(event->nativeScanCode()) - nativeScanCodeOffset;
+    const int linuxKeyCode = linuxKeyCodeOf(event);
     const std::string description = describe(event, linuxKeyCode);
     if (event->type() == QEvent::KeyPress)
         std::cout << description << std::endl;
