@@ -8,13 +8,18 @@
 namespace keyvane {
 namespace {
 
-// A desktop entry's Exec value: one quoted argument, with the characters that the format reserves
-// inside quotes escaped.
+// A desktop entry's Exec value holding one argument. Inside the double quotes, ", `, $ and \ take
+// a backslash; the entry's string escaping then doubles every backslash; a literal % is %%. So a
+// folder such as "/opt/100% $HOME" starts exactly that program and nothing the shell makes of it.
 std::string quotedExecArgument(const std::string& argument) {
     std::string quoted = "\"";
     for (char c : argument) {
-        if (c == '"' || c == '`' || c == '$' || c == '\\')
-            quoted += '\\';
+        if (c == '"' || c == '`' || c == '$')
+            quoted += "\\\\";
+        else if (c == '\\')
+            quoted += "\\\\\\";
+        else if (c == '%')
+            quoted += '%';
         quoted += c;
     }
     return quoted + "\"";
