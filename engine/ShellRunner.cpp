@@ -6,8 +6,11 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <condition_variable>
 #include <cstring>
+#include <deque>
 #include <iostream>
+#include <mutex>
 #include <thread>
 
 extern char** environ;
@@ -28,20 +31,45 @@ std::string readToEnd(int fd) {
     }
 }
 
-// The exit status is not wanted, but the child must not linger as a zombie. A command may close
-// its output and go on running; its reaping then must not hold up the caller.
-void reap(pid_t child) {
-    pid_t done;
-    do {
-        done = ::waitpid(child, nullptr, WNOHANG);
-    } while (done < 0 && errno == EINTR);
-    if (done != 0)
-        return;
-    std::thread([child] {
-        while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+// The exit status is not wanted, but the child must not linger as a zombie. At the end of its
+// output a command has usually not exited yet, and it may go on running for as long as it likes,
+// so children are reaped by one thread that lives as long as the process, never by the caller.
+class Reaper {
+  public:
+    static void reap(pid_t child) {
+        static Reaper* const reaper = new Reaper;  // never destroyed: children may outlive main
+        reaper->add(child);
+    }
+
+  private:
+    Reaper() {
+        std::thread([this] { run(); }).detach();
+    }
+
+    void add(pid_t child) {
+        {
+            std::lock_guard lock(mutex_);
+            children_.push_back(child);
         }
-    }).detach();
-}
+        added_.notify_one();
+    }
+
+    [[noreturn]] void run() {
+        for (;;) {
+            std::unique_lock lock(mutex_);
+            added_.wait(lock, [this] { return !children_.empty(); });
+            const pid_t child = children_.front();
+            children_.pop_front();
+            lock.unlock();
+            while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+            }
+        }
+    }
+
+    std::mutex mutex_;
+    std::condition_variable added_;
+    std::deque<pid_t> children_;
+};
 
 std::size_t validSequenceLength(const std::string& s, std::size_t i) {
     const auto byte = [&](std::size_t k) { return static_cast<unsigned char>(s[k]); };
@@ -126,7 +154,7 @@ std::string ShellRunner::run(const std::string& commandLine) {
     }
     std::string output = readToEnd(pipeFds[0]);
     ::close(pipeFds[0]);
-    reap(child);
+    Reaper::reap(child);
     return decodeUtf8Lossily(std::move(output));
 }
 
