@@ -188,6 +188,9 @@ TEST(Arguments, AnythingButTheKnownCommandLinesGivesTheUsage) {
     EXPECT_EQ(help.status, exitSuccess);
     EXPECT_EQ(help.out.rfind("usage: hidutil", 0), 0u);
     EXPECT_NE(help.out.find("group 'input'"), std::string::npos);
+    EXPECT_NE(help.out.find("~/.local/state/keyvane/"), std::string::npos);
+    EXPECT_NE(help.out.find("  hidutil property --set '{\"UserKeyMapping\" : []}'\n"),
+              std::string::npos);
     EXPECT_EQ(help.err, "");
 }
 
