@@ -11,6 +11,7 @@
 #include "platform/ActivationPolicy.h"
 #include "platform/Bundle.h"
 #include "platform/DistributedNotificationCenter.h"
+#include "platform/InputDeviceWatcher.h"
 #include "platform/MainQueue.h"
 #include "platform/SessionBus.h"
 #include "platform/UserDefaults.h"
@@ -88,12 +89,12 @@ void AppDelegate::startReapplyTimer() {
     reapplyTimer->start();
 }
 
-// A keyboard that appears gets the kernel's default keymap; waiting for the timer would leave it
-// unmapped for up to half an hour.
+// A keyboard that appears gets the kernel's default keymap, and udev's hwdb rewrites keys of a
+// keyboard it handles again; waiting for the timer would leave them unmapped for up to half an
+// hour.
 void AppDelegate::watchForKeyboards() {
-    auto* keyboards = new InputDeviceWatcher(settings_.inputDeviceFolder,
-                                             InputDeviceWatcher::defaultSysfsRoot, this);
-    connect(keyboards, &InputDeviceWatcher::keyboardAppeared, this, [] {
+    auto* keyboards = new InputDeviceWatcher(settings_.inputDeviceMonitor(), this);
+    connect(keyboards, &InputDeviceWatcher::keyboardsChanged, this, [] {
         MainQueue::async([] {
             if (!captureWindowOpen())
                 MappingApplier::applyMappings();

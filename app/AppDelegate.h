@@ -4,25 +4,27 @@
 #include <QObject>
 #include <QPointer>
 #include <chrono>
-#include <filesystem>
+#include <functional>
+#include <memory>
 
-#include "platform/InputDeviceWatcher.h"
+#include "platform/InputDeviceMonitor.h"
 
 class QTimer;
 
 namespace keyvane {
 
-// How often the mappings are installed again while the window is hidden, and where new keyboards
-// appear; tests shorten the one and point the other at a folder of their own.
+// How often the mappings are installed again while the window is hidden, and what tells of
+// keyboards plugged in or changed; tests shorten the one and feed the other themselves.
 struct LifecycleSettings {
     std::chrono::milliseconds reapplyInterval = std::chrono::seconds(1800);
-    std::filesystem::path inputDeviceFolder = InputDeviceWatcher::defaultFolder;
+    std::function<std::unique_ptr<InputDeviceMonitor>()> inputDeviceMonitor =
+        systemInputDeviceMonitor;
 };
 
 // The application's answers to its lifecycle: the launch sequence (a normal launch shows the main
 // window; a launch by the login helper tells the helper to quit, installs the mappings and stays in
 // the background), reopening, and keeping the mappings installed while it runs: every 30 minutes
-// while the window is hidden, and whenever a keyboard is plugged in.
+// while the window is hidden, and whenever a keyboard is plugged in or udev resets its keymap.
 class AppDelegate : public QObject {
     Q_OBJECT
   public:

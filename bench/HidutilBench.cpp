@@ -1,5 +1,7 @@
 // Cost of hidutil: installing 1, 10 and 100 mappings on keyboards in memory (reading the text, the
-// keymaps, writing the records), and starting the program, next to /bin/true.
+// keymaps, writing the records); what the application runs at every installation (clear, then
+// install) on 1, 2 and 8 keyboards, with and without reading every change back, and the ratio; and
+// starting the program, next to /bin/true.
 //   build/bin/hidutil_bench
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
@@ -7,7 +9,9 @@
 #include <stdlib.h>
 #include <sys/wait.h>
 
+#include <cstdio>
 #include <filesystem>
+#include <map>
 #include <sstream>
 #include <string>
 
@@ -38,24 +42,24 @@ std::string mappingText(int count) {
     return text + "]}";
 }
 
-// The records live in XDG_RUNTIME_DIR, a tmpfs on a desktop; where /dev/shm exists the benchmark
-// uses it too, so that it measures hidutil rather than the build machine's disk flushes.
-class RuntimeDirOnTmpfs {
+// The records live in XDG_STATE_HOME, on a disk whose flushes would swamp everything else; where
+// /dev/shm exists the benchmarks put them there, so that they measure hidutil, unless told not to.
+class StateOnTmpfs {
   public:
-    RuntimeDirOnTmpfs() {
+    StateOnTmpfs() {
         std::string pattern = "/dev/shm/keyvane-bench-XXXXXX";
         if (::mkdtemp(pattern.data())) {
             folder_ = pattern;
-            ::setenv("XDG_RUNTIME_DIR", folder_.c_str(), 1);
+            ::setenv("XDG_STATE_HOME", folder_.c_str(), 1);
         }
     }
-    ~RuntimeDirOnTmpfs() {
+    ~StateOnTmpfs() {
         std::error_code ignored;
         if (!folder_.empty())
             std::filesystem::remove_all(folder_, ignored);
     }
-    RuntimeDirOnTmpfs(const RuntimeDirOnTmpfs&) = delete;
-    RuntimeDirOnTmpfs& operator=(const RuntimeDirOnTmpfs&) = delete;
+    StateOnTmpfs(const StateOnTmpfs&) = delete;
+    StateOnTmpfs& operator=(const StateOnTmpfs&) = delete;
 
   private:
     std::filesystem::path folder_;
@@ -64,7 +68,7 @@ class RuntimeDirOnTmpfs {
 // A laptop with an external keyboard: one AT and one USB keyboard.
 void BM_PropertySet(benchmark::State& state) {
     testing::TemporaryHome home;
-    RuntimeDirOnTmpfs runtime;
+    StateOnTmpfs records;
     testing::MemoryDeviceSource devices;
     devices.keyboards = {testing::atKeyboard(0), testing::hidKeyboard(0x27e, 5)};
     const auto folder = hidutil::RecordStore::defaultFolder();
@@ -83,19 +87,35 @@ void BM_PropertySet(benchmark::State& state) {
 }
 BENCHMARK(BM_PropertySet)->Arg(1)->Arg(10)->Arg(100)->Unit(benchmark::kMicrosecond);
 
-// The clearing command the application runs before every install.
-void BM_PropertySetClear(benchmark::State& state) {
+// What the application runs at every installation, Caps Lock -> Escape and nine letters, on several
+// keyboards: the clearing command, then the list. Records on tmpfs, or on the disk of $TMPDIR.
+void BM_ApplyMappings(benchmark::State& state) {
     testing::TemporaryHome home;
-    RuntimeDirOnTmpfs runtime;
+    std::optional<StateOnTmpfs> records;
+    if (state.range(2))
+        records.emplace();
     testing::MemoryDeviceSource devices;
-    devices.keyboards = {testing::atKeyboard(0), testing::hidKeyboard(0x27e, 5)};
+    for (unsigned n = 0; n < state.range(0); ++n)
+        devices.keyboards.push_back(testing::hidKeyboard(0x27e, 5 + n));
+    const auto readBack = state.range(1) ? hidutil::ReadBack::Yes : hidutil::ReadBack::No;
     const auto folder = hidutil::RecordStore::defaultFolder();
+    std::string list = mappingText(9);
+    list.insert(list.size() - 2, R"(,{"HIDKeyboardModifierMappingSrc" : 0x700000039, )"
+                                 R"("HIDKeyboardModifierMappingDst" : 0x700000029})");
     for (auto _ : state) {
-        std::ostringstream out, err;
-        hidutil::runCommand({"property", "--set", clearText}, devices, folder, out, err);
+        for (const std::string& text : {clearText, list}) {
+            std::ostringstream out, err;
+            if (hidutil::runCommand({"property", "--set", text}, devices, folder, out, err,
+                                    readBack) != hidutil::exitSuccess)
+                state.SkipWithError(err.str().c_str());
+        }
     }
 }
-BENCHMARK(BM_PropertySetClear)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_ApplyMappings)
+    ->ArgNames({"keyboards", "readback", "tmpfs"})
+    ->ArgsProduct({{1, 2, 8}, {1, 0}, {1}})
+    ->Args({2, 1, 0})
+    ->Unit(benchmark::kMicrosecond);
 
 void spawnAndWait(const char* path, std::vector<std::string> args) {
     std::vector<char*> argv;
@@ -127,12 +147,51 @@ BENCHMARK(BM_ProcessHidutilHelp)->Unit(benchmark::kMicrosecond);
 // The clearing command on this machine's own event devices (none in a container or CI).
 void BM_ProcessHidutilClear(benchmark::State& state) {
     testing::TemporaryHome home;
-    RuntimeDirOnTmpfs runtime;
+    StateOnTmpfs records;
     for (auto _ : state)
         spawnAndWait(HIDUTIL_PATH, {"hidutil", "property", "--set", clearText});
 }
 BENCHMARK(BM_ProcessHidutilClear)->Unit(benchmark::kMicrosecond);
 
+// The console output, then what reading every change back costs: the time with it over the time
+// without, for each number of keyboards measured.
+class ReadBackRatio : public benchmark::ConsoleReporter {
+  public:
+    void ReportRuns(const std::vector<Run>& runs) override {
+        ConsoleReporter::ReportRuns(runs);
+        for (const Run& run : runs)
+            times_[run.benchmark_name()] = run.GetAdjustedRealTime();
+    }
+    void Finalize() override {
+        ConsoleReporter::Finalize();
+        for (int keyboards : {1, 2, 8}) {
+            const std::string name = "BM_ApplyMappings/keyboards:" + std::to_string(keyboards);
+            const double with = timeOf(name + "/readback:1/tmpfs:1");
+            const double without = timeOf(name + "/readback:0/tmpfs:1");
+            if (with > 0 && without > 0)
+                std::printf("read-back on %d keyboard(s): %.3f times the time without\n", keyboards,
+                            with / without);
+        }
+    }
+
+  private:
+    // The median where repetitions were asked for.
+    double timeOf(const std::string& name) const {
+        for (const std::string& key : {name + "_median", name})
+            if (auto found = times_.find(key); found != times_.end())
+                return found->second;
+        return 0;
+    }
+
+    std::map<std::string, double> times_;
+};
+
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+    benchmark::Initialize(&argc, argv);
+    ReadBackRatio reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    benchmark::Shutdown();
+    return 0;
+}

@@ -1,5 +1,6 @@
 #include "hidutil/Command.h"
 
+#include "hidutil/Installer.h"
 #include "hidutil/Keymap.h"
 #include "hidutil/Messages.h"
 #include "hidutil/Output.h"
@@ -79,9 +80,13 @@ void reportTextError(std::ostream& err, std::string_view what, const TextError& 
     err << fill(text::errorText, {what, positionText(error.position), error.expected});
 }
 
+bool isPermission(const std::error_code& error) {
+    return error == std::errc::permission_denied || error == std::errc::operation_not_permitted;
+}
+
 // A device as hidutil sees it: what it is, and whether its original keymap makes it a keyboard.
 struct Service {
-    KeyDevice* device = nullptr;
+    Target target;
     ServiceRow row;
     bool keyboard = false;
 };
@@ -89,8 +94,8 @@ struct Service {
 class Runner {
   public:
     Runner(DeviceSource& source, const std::optional<std::filesystem::path>& folder,
-           std::ostream& out, std::ostream& err)
-        : source_(source), folder_(folder), out_(out), err_(err) {}
+           ReadBack readBack, std::ostream& out, std::ostream& err)
+        : source_(source), folder_(folder), readBack_(readBack), out_(out), err_(err) {}
 
     int run(const Options& options) {
         switch (options.action) {
@@ -117,32 +122,52 @@ class Runner {
         return matching.value;
     }
 
-    // Scans the devices; false (after saying why) when some cannot be opened.
+    // Scans the devices and reads each keymap and record once; false (after saying why) when a
+    // device that may be a keyboard cannot be opened. Nodes whose device is gone, and others that
+    // are no keyboard, are only noted.
     bool scan() {
         scan_ = source_.scan();
         if (scan_.error) {
             err_ << fill(text::errorNoDevices, {text::inputFolder, scan_.error.message()});
             return false;
         }
-        for (const auto& failure : scan_.failures)
-            err_ << fill(text::errorOpen, {failure.node, failure.error.message()});
-        if (!scan_.failures.empty())
-            err_ << text::errorNeedsInputGroup;
-        RecordStore store(folder_.value_or(std::filesystem::path()));
-        for (const auto& device : scan_.devices) {
-            Service service;
-            service.device = device.get();
-            std::vector<KeymapEntry> keymap;
-            if (!device->readKeymap(keymap)) {
-                std::optional<DeviceRecord> record;
-                if (folder_)
-                    record = store.load(device->info());
-                service.keyboard = isKeyboard(originalKeymap(keymap, record ? &*record : nullptr));
+        bool ok = true, permission = false;
+        for (const auto& unopened : scan_.unopened) {
+            const auto& [node, error, maybeKeyboard] = unopened;
+            if (deviceIsGone(error)) {
+                err_ << fill(text::noteNodeGone, {node, error.message()});
+            } else if (!maybeKeyboard) {
+                err_ << fill(text::noteNotKeyboard, {node, error.message()});
+            } else {
+                err_ << fill(text::errorOpen, {node, error.message()});
+                ok = false;
+                permission = permission || isPermission(error);
             }
-            service.row = describeService(device->info(), service.keyboard);
-            services_.push_back(std::move(service));
         }
-        return scan_.failures.empty();
+        if (permission)
+            err_ << text::errorNeedsInputGroup;
+        if (folder_ && !scan_.bootId.empty())
+            store_.emplace(*folder_, scan_.bootId);
+        for (const auto& device : scan_.devices)
+            services_.push_back(describe(*device));
+        return ok;
+    }
+
+    Service describe(KeyDevice& device) {
+        Service service;
+        service.target.device = &device;
+        std::vector<KeymapEntry> keymap;
+        if (!device.readKeymap(keymap)) {
+            service.target.current = toKeymap(keymap);
+            if (store_ && !device.info().instance.empty())
+                service.target.recordError =
+                    store_->load(device.info().instance, service.target.record);
+            const auto& record = service.target.record;
+            service.keyboard =
+                isKeyboard(originalKeymap(service.target.current, record ? &*record : nullptr));
+        }
+        service.row = describeService(device.info(), service.keyboard);
+        return service;
     }
 
     std::vector<Service*> keyboardsMatching(const Matching& matching) {
@@ -166,45 +191,41 @@ class Runner {
             err_ << text::errorNoStateDir;
             return exitFailure;
         }
+        // Two runs at once would each remember the other's changes as originals.
+        const FolderLock lock(*folder_);
+        if (!lock) {
+            err_ << fill(text::errorState, {folder_->string(), lock.error.message()});
+            return exitFailure;
+        }
+        const std::vector<Mapping> usable = usableMappings(*mappings.value, err_);
         bool ok = scan();
-        const auto targets = keyboardsMatching(*matching);
+        if (scan_.error)
+            return exitFailure;
+        if (!store_) {
+            err_ << text::errorBootId;
+            return exitFailure;
+        }
+        store_->removeStale(scan_.present);
+        std::vector<const Target*> targets;
+        for (const Service* service : keyboardsMatching(*matching))
+            targets.push_back(&service->target);
         if (options.matching && targets.empty()) {
             err_ << fill(text::errorNoMatch, {*options.matching});
             return exitFailure;
         }
-        RecordStore store(*folder_);
-        // Two runs at once would each remember the other's changes as originals.
-        const auto lock = store.lock();
-        if (!lock) {
-            err_ << fill(text::errorState, {store.folder().string(), lock.error.message()});
-            return exitFailure;
-        }
-        std::vector<std::uint64_t> changed;
-        for (Service* target : targets) {
-            const DeviceInfo& info = target->device->info();
-            if (auto failure = installMappings(*target->device, *mappings.value, store)) {
-                if (failure.step == InstallFailure::Step::Remember)
-                    err_ << fill(text::errorState,
-                                 {store.folder().string(), failure.error.message()});
-                else
-                    err_ << fill(text::errorDevice,
-                                 {info.node, info.name, failure.error.message()});
-                ok = false;
-                continue;
-            }
-            changed.push_back(info.registryId);
-        }
-        if (!ok)
+        Installer installer(*store_, err_, readBack_);
+        const auto installed = installer.install(targets, *mappings.value, usable);
+        if (!ok || installer.failed())
             return exitFailure;
         if (options.matching) {
-            out_ << formatMatchedEcho(changed, std::vector(changed.size(), *mappings.value));
-        } else {
-            if (auto error = store.saveAllKeyboards(*mappings.value)) {
-                err_ << fill(text::errorState, {store.folder().string(), error.message()});
-                return exitFailure;
-            }
-            out_ << formatEcho(*mappings.value);
+            out_ << formatMatchedEcho(installed, std::vector(installed.size(), *mappings.value));
+            return exitSuccess;
         }
+        if (auto error = store_->saveAllKeyboards(*mappings.value)) {
+            err_ << fill(text::errorState, {folder_->string(), error.message()});
+            return exitFailure;
+        }
+        out_ << formatEcho(*mappings.value);
         return exitSuccess;
     }
 
@@ -216,14 +237,12 @@ class Runner {
         const auto matching = readMatchingOption(options);
         if (!matching)
             return exitFailure;
+        const bool ok = scan();
         if (!options.matching) {
-            std::optional<std::vector<Mapping>> mappings;
-            if (folder_)
-                mappings = RecordStore(*folder_).loadAllKeyboards();
+            const auto mappings = store_ ? store_->loadAllKeyboards() : std::nullopt;
             out_ << (mappings ? formatMappingList(*mappings) : std::string(text::listNull));
             return exitSuccess;
         }
-        const bool ok = scan();
         const auto targets = keyboardsMatching(*matching);
         if (targets.empty()) {
             err_ << fill(text::errorNoMatch, {*options.matching});
@@ -231,11 +250,9 @@ class Runner {
         }
         std::vector<std::uint64_t> ids;
         std::vector<std::vector<Mapping>> values;
-        for (Service* target : targets) {
-            std::optional<DeviceRecord> record;
-            if (folder_)
-                record = RecordStore(*folder_).load(target->device->info());
-            ids.push_back(target->device->info().registryId);
+        for (const Service* service : targets) {
+            const auto& record = service->target.record;
+            ids.push_back(service->target.device->info().registryId);
             values.push_back(record ? record->mappings : std::vector<Mapping>{});
         }
         out_ << formatMatchedEcho(ids, values);
@@ -259,9 +276,11 @@ class Runner {
 
     DeviceSource& source_;
     const std::optional<std::filesystem::path>& folder_;
+    ReadBack readBack_;
     std::ostream& out_;
     std::ostream& err_;
     DeviceScan scan_;
+    std::optional<RecordStore> store_;
     std::vector<Service> services_;
 };
 
@@ -269,13 +288,13 @@ class Runner {
 
 int runCommand(const std::vector<std::string>& args, DeviceSource& devices,
                const std::optional<std::filesystem::path>& recordFolder, std::ostream& out,
-               std::ostream& err) {
+               std::ostream& err, ReadBack readBack) {
     const auto options = readOptions(args);
     if (!options) {
         err << text::usage;
         return exitUsage;
     }
-    return Runner(devices, recordFolder, out, err).run(*options);
+    return Runner(devices, recordFolder, readBack, out, err).run(*options);
 }
 
 }  // namespace keyvane::hidutil

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "hidutil/Device.h"
+#include "hidutil/Installer.h"
 
 namespace keyvane::hidutil {
 
@@ -15,9 +16,10 @@ inline constexpr int exitFailure = 1;
 inline constexpr int exitUsage = 2;
 
 // What "hidutil ARGS..." does (args without the program name), against the given devices. Without
-// a record folder the original keys cannot be remembered, so nothing is changed.
+// a record folder the original keys cannot be remembered, so nothing is changed. Only a benchmark
+// leaves out reading the changes back, to weigh what that costs.
 int runCommand(const std::vector<std::string>& args, DeviceSource& devices,
                const std::optional<std::filesystem::path>& recordFolder, std::ostream& out,
-               std::ostream& err);
+               std::ostream& err, ReadBack readBack = ReadBack::Yes);
 
 }  // namespace keyvane::hidutil

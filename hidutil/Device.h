@@ -2,6 +2,8 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <set>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -17,10 +19,11 @@ struct DeviceInfo {
     unsigned vendor = 0;
     unsigned product = 0;
     std::uint64_t registryId = 0;  // unique among the devices present
-    // The remembered original key codes belong to the device with this state name and identity;
-    // a record whose identity differs was left by an earlier device with the same name.
-    std::string stateName;
-    std::string identity;
+    // The input device behind the node, as sysfs names it ("input7"). The kernel numbers input
+    // devices once per boot, so with the boot id this names one device instance, and the keymap the
+    // kernel keeps for it, where an event node name is reused by the next device plugged in. Empty
+    // when it cannot be told.
+    std::string instance;
 };
 
 // Linux bus types (linux/input.h), repeated so that the logic builds without kernel headers.
@@ -49,17 +52,31 @@ class KeyDevice {
     // The whole current keymap in the kernel's index order; an error when the device has none.
     virtual std::error_code readKeymap(std::vector<KeymapEntry>& keymap) = 0;
     virtual std::error_code setKeycode(std::uint32_t scancode, std::uint32_t keycode) = 0;
+    // The code one scancode gives now, to see that a change was taken.
+    virtual std::error_code readKeycode(std::uint32_t scancode, std::uint32_t& keycode) = 0;
 };
 
-// The event devices present. Devices that exist but cannot be opened are named in failures.
+// What the kernel answers for a node or descriptor whose device has been removed.
+inline bool deviceIsGone(const std::error_code& error) {
+    return error == std::errc::no_such_device || error == std::errc::no_such_device_or_address ||
+           error == std::errc::no_such_file_or_directory;
+}
+
+// The event devices present, and what tells this boot and its devices apart.
 struct DeviceScan {
     std::vector<std::unique_ptr<KeyDevice>> devices;
-    struct Failure {
+    // Nodes that could not be opened. Whether one is a keyboard is read where the node is not
+    // needed (true when that cannot be told either).
+    struct Unopened {
         std::string node;
         std::error_code error;
+        bool maybeKeyboard = true;
     };
-    std::vector<Failure> failures;
+    std::vector<Unopened> unopened;
     std::error_code error;  // the device folder itself could not be read
+    std::string bootId;     // empty when it cannot be read
+    // The instances of every input device present, opened or not; nothing when unknown.
+    std::optional<std::set<std::string>> present;
 };
 
 class DeviceSource {

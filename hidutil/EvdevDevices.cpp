@@ -11,6 +11,8 @@
 #include <fstream>
 #include <optional>
 
+#include "hidutil/KeyCapabilities.h"
+
 namespace keyvane::hidutil {
 namespace {
 
@@ -25,14 +27,18 @@ std::error_code lastError() {
     return {errno, std::generic_category()};
 }
 
-std::string readFirstLine(const std::filesystem::path& file) {
-    std::ifstream in(file);
+// The boot id names record files, so it is taken only in its usual form, a UUID.
+std::string readBootId() {
+    std::ifstream in(bootIdFile);
     std::string line;
     std::getline(in, line);
-    return line;
+    const bool uuid = !line.empty() && std::all_of(line.begin(), line.end(), [](char c) {
+        return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || c == '-';
+    });
+    return uuid ? line : std::string();
 }
 
-// Keeps a device name on one line of a record file.
+// Keeps a device name on one line of a listing or message.
 std::string printable(std::string text) {
     for (char& c : text)
         if (static_cast<unsigned char>(c) < 0x20)
@@ -70,28 +76,36 @@ class EvdevDevice : public KeyDevice {
     }
 
     std::error_code setKeycode(std::uint32_t scancode, std::uint32_t keycode) override {
-        input_keymap_entry entry{};
-        entry.len = sizeof scancode;
-        std::memcpy(entry.scancode, &scancode, sizeof scancode);
+        input_keymap_entry entry = byScancode(scancode);
         entry.keycode = keycode;
         if (::ioctl(fd_, EVIOCSKEYCODE_V2, &entry) != 0)
             return lastError();
         return {};
     }
 
+    std::error_code readKeycode(std::uint32_t scancode, std::uint32_t& keycode) override {
+        input_keymap_entry entry = byScancode(scancode);
+        if (::ioctl(fd_, EVIOCGKEYCODE_V2, &entry) != 0)
+            return lastError();
+        keycode = entry.keycode;
+        return {};
+    }
+
   private:
+    static input_keymap_entry byScancode(std::uint32_t scancode) {
+        input_keymap_entry entry{};
+        entry.len = sizeof scancode;
+        std::memcpy(entry.scancode, &scancode, sizeof scancode);
+        return entry;
+    }
+
     int fd_;
     DeviceInfo info_;
 };
 
-// The number N of the inputN device behind an event node: the kernel never reuses it before the
-// next boot, so it tells a replugged keyboard from the one that had its node before.
-std::optional<std::uint64_t> inputNumber(const std::filesystem::path& sysfsClass,
-                                         const std::string& nodeName) {
-    std::error_code error;
-    const auto target = std::filesystem::canonical(sysfsClass / nodeName / "device", error);
-    const std::string name = error ? std::string() : target.filename().string();
-    if (name.rfind("input", 0) != 0 || name.size() == 5)
+std::optional<std::uint64_t> inputNumberOf(const std::string& name) {
+    if (name.size() <= 5 || name.rfind("input", 0) != 0 ||
+        !std::all_of(name.begin() + 5, name.end(), [](char c) { return c >= '0' && c <= '9'; }))
         return std::nullopt;
     try {
         return std::stoull(name.substr(5));
@@ -100,9 +114,38 @@ std::optional<std::uint64_t> inputNumber(const std::filesystem::path& sysfsClass
     }
 }
 
+// The inputN device behind an event node: the kernel never reuses its number before the next
+// boot, so it tells a replugged keyboard from the one that had its node before.
+std::string inputDeviceOf(const std::filesystem::path& sysfsClass, const std::string& nodeName) {
+    std::error_code error;
+    const auto target = std::filesystem::canonical(sysfsClass / nodeName / "device", error);
+    const std::string name = error ? std::string() : target.filename().string();
+    return inputNumberOf(name) ? name : std::string();
+}
+
+// Read where no access to the node is needed; a device whose capabilities cannot be read may be
+// a keyboard.
+bool maybeKeyboard(const std::filesystem::path& sysfsClass, const std::string& nodeName) {
+    std::ifstream file(sysfsClass / nodeName / "device" / "capabilities" / "key");
+    std::string bitmap;
+    std::getline(file, bitmap);
+    return capabilitiesHaveEveryLetter(bitmap).value_or(true);
+}
+
+std::optional<std::set<std::string>> inputDevicesPresent(const std::filesystem::path& sysfsClass) {
+    std::set<std::string> present;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(sysfsClass, error))
+        if (inputNumberOf(entry.path().filename().string()))
+            present.insert(entry.path().filename().string());
+    if (error)
+        return std::nullopt;
+    return present;
+}
+
 std::unique_ptr<KeyDevice> openDevice(const std::filesystem::path& node,
                                       const std::filesystem::path& sysfsClass,
-                                      const std::string& bootId, std::error_code& error) {
+                                      std::error_code& error) {
     const int fd = ::open(node.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0) {
         error = lastError();
@@ -126,12 +169,10 @@ std::unique_ptr<KeyDevice> openDevice(const std::filesystem::path& node,
     info.name = printable(name);
     info.phys = printable(phys);
     const std::string nodeName = node.filename().string();
-    const auto number = inputNumber(sysfsClass, nodeName);
+    info.instance = inputDeviceOf(sysfsClass, nodeName);
+    const auto number = inputNumberOf(info.instance);
     const std::uint64_t eventNumber = std::stoull(nodeName.substr(eventPrefix.size()));
     info.registryId = registryBase + (number ? *number : eventNumber);
-    info.stateName = number ? "input" + std::to_string(*number) : nodeName;
-    info.identity = bootId + ' ' + std::to_string(info.bus) + ' ' + std::to_string(info.vendor) +
-                    ' ' + std::to_string(info.product) + ' ' + nodeName + ' ' + info.name;
     return std::make_unique<EvdevDevice>(fd, std::move(info));
 }
 
@@ -158,13 +199,15 @@ DeviceScan EvdevDeviceSource::scan() {
         return result;
     }
     std::sort(nodes.begin(), nodes.end());
-    const std::string bootId = readFirstLine(bootIdFile);
+    result.bootId = readBootId();
+    result.present = inputDevicesPresent(sysfsClass_);
     for (const auto& [number, node] : nodes) {
         std::error_code openError;
-        if (auto device = openDevice(node, sysfsClass_, bootId, openError))
+        if (auto device = openDevice(node, sysfsClass_, openError))
             result.devices.push_back(std::move(device));
         else
-            result.failures.push_back({node.string(), openError});
+            result.unopened.push_back(
+                {node.string(), openError, maybeKeyboard(sysfsClass_, node.filename().string())});
     }
     return result;
 }

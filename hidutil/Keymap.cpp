@@ -2,6 +2,8 @@
 
 #include <linux/input-event-codes.h>
 
+#include <algorithm>
+
 #include "hidutil/HidKeyCodes.h"
 
 namespace keyvane::hidutil {
@@ -17,30 +19,36 @@ std::uint32_t keyCodeOf(unsigned usage) {
     return static_cast<std::uint32_t>(linuxKeyCodeForUsage(usage));
 }
 
-}  // namespace
-
-bool isHidKeymap(const std::vector<KeymapEntry>& keymap) {
-    for (const KeymapEntry& entry : keymap)
-        if (onKeyboardPage(entry.scancode))
-            return true;
-    return false;
+// Whether the record on disk already holds the original of every scancode of wanted.
+bool covers(const std::optional<DeviceRecord>& record, const DeviceRecord& wanted) {
+    return record &&
+           std::all_of(wanted.originals.begin(), wanted.originals.end(), [&](const auto& original) {
+               return record->originals.contains(original.first);
+           });
 }
 
-Keymap originalKeymap(const std::vector<KeymapEntry>& current, const DeviceRecord* record) {
-    Keymap original;
-    for (const KeymapEntry& entry : current)
-        original[entry.scancode] = entry.keycode;
-    if (record) {
+}  // namespace
+
+// A boot keyboard lists its modifiers twice, in the modifier bits and in the key array; a change by
+// scancode reaches the first, and so does reading one.
+Keymap toKeymap(const std::vector<KeymapEntry>& entries) {
+    Keymap keymap;
+    for (const KeymapEntry& entry : entries)
+        keymap.emplace(entry.scancode, entry.keycode);
+    return keymap;
+}
+
+bool isHidKeymap(const Keymap& keymap) {
+    return std::any_of(keymap.begin(), keymap.end(),
+                       [](const auto& entry) { return onKeyboardPage(entry.first); });
+}
+
+Keymap originalKeymap(const Keymap& current, const DeviceRecord* record) {
+    Keymap original = current;
+    if (record)
         for (const auto& [scancode, keycode] : record->originals)
             if (auto it = original.find(scancode); it != original.end())
                 it->second = keycode;
-    } else if (isHidKeymap(current)) {
-        for (auto& [scancode, keycode] : original) {
-            const unsigned usage = scancode & 0xffffu;
-            if (onKeyboardPage(scancode) && usage <= lastKeyboardUsage)
-                keycode = keyCodeOf(usage);
-        }
-    }
     return original;
 }
 
@@ -52,69 +60,63 @@ bool isKeyboard(const Keymap& original) {
     for (const auto& [scancode, keycode] : original)
         if (keycode <= KEY_MAX)
             present[keycode] = true;
-    for (int letter : letters)
-        if (!present[letter])
-            return false;
-    return true;
+    return std::all_of(std::begin(letters), std::end(letters),
+                       [&](int letter) { return present[letter]; });
 }
 
-Keymap mappedKeymap(const Keymap& original, bool hid, const std::vector<Mapping>& mappings) {
-    Keymap mapped = original;
+MappedKeymap mappedKeymap(const Keymap& original, bool hid, const std::vector<Mapping>& mappings) {
+    MappedKeymap mapped{original, {}, {}};
     for (const Mapping& mapping : mappings) {
         const std::uint32_t destination =
             mapping.dstUsage() == 0 ? 0 : keyCodeOf(mapping.dstUsage());
+        bool found = false;
+        const auto assign = [&](std::uint32_t scancode) {
+            mapped.keymap[scancode] = destination;
+            mapped.usageOf[scancode] = mapping.srcUsage();
+            found = true;
+        };
         if (hid) {
-            if (auto it = mapped.find(hidKeyboardPage | mapping.srcUsage()); it != mapped.end())
-                it->second = destination;
-            continue;
+            if (original.contains(hidKeyboardPage | mapping.srcUsage()))
+                assign(hidKeyboardPage | mapping.srcUsage());
+        } else {
+            const std::uint32_t source = keyCodeOf(mapping.srcUsage());
+            for (const auto& [scancode, keycode] : original)
+                if (keycode == source)
+                    assign(scancode);
         }
-        const std::uint32_t source = keyCodeOf(mapping.srcUsage());
-        for (const auto& [scancode, keycode] : original)
-            if (keycode == source)
-                mapped[scancode] = destination;
+        if (!found && std::find(mapped.missingUsages.begin(), mapped.missingUsages.end(),
+                                mapping.srcUsage()) == mapped.missingUsages.end())
+            mapped.missingUsages.push_back(mapping.srcUsage());
     }
     return mapped;
 }
 
-InstallFailure installMappings(KeyDevice& device, const std::vector<Mapping>& mappings,
-                               const RecordStore& store) {
-    using Step = InstallFailure::Step;
-    std::vector<KeymapEntry> current;
-    if (auto error = device.readKeymap(current))
-        return {Step::ReadKeymap, error};
-    const auto record = store.load(device.info());
+InstallPlan planInstall(const Keymap& current, const std::optional<DeviceRecord>& record,
+                        const std::vector<Mapping>& mappings, const std::vector<Mapping>& usable) {
     const Keymap original = originalKeymap(current, record ? &*record : nullptr);
-    const Keymap wanted = mappedKeymap(original, isHidKeymap(current), mappings);
-
-    DeviceRecord after;
-    after.mappings = mappings;
-    for (const auto& [scancode, keycode] : wanted)
+    const MappedKeymap wanted = mappedKeymap(original, isHidKeymap(current), usable);
+    InstallPlan plan;
+    plan.missingUsages = wanted.missingUsages;
+    plan.after.mappings = mappings;
+    for (const auto& [scancode, keycode] : wanted.keymap)
         if (keycode != original.at(scancode))
-            after.originals[scancode] = original.at(scancode);
+            plan.after.originals[scancode] = original.at(scancode);
 
-    // Until every change is made, remember also what is about to be put back.
-    DeviceRecord during = after;
-    if (record)
-        during.originals.insert(record->originals.begin(), record->originals.end());
-    std::vector<KeymapEntry> changes;
-    for (const KeymapEntry& entry : current) {
-        const std::uint32_t target = wanted.at(entry.scancode);
-        if (entry.keycode != target) {
-            changes.push_back({entry.scancode, target});
-            during.originals.emplace(entry.scancode, original.at(entry.scancode));
-        }
+    // Until every change is made, the originals of the keys being put back count as well.
+    plan.during = plan.after;
+    for (const auto& [scancode, keycode] : current) {
+        const std::uint32_t target = wanted.keymap.at(scancode);
+        if (keycode == target)
+            continue;
+        const auto usage = wanted.usageOf.find(scancode);
+        plan.changes.push_back(
+            {scancode, target, usage == wanted.usageOf.end() ? 0u : usage->second});
+        plan.during.originals.emplace(scancode, original.at(scancode));
     }
-    if (changes.empty() && record.value_or(DeviceRecord{}) == after)
-        return {};
-    if (!changes.empty() && during != after)
-        if (auto error = store.save(device.info(), during))
-            return {Step::Remember, error};
-    for (const KeymapEntry& change : changes)
-        if (auto error = device.setKeycode(change.scancode, change.keycode))
-            return {Step::Change, error};
-    if (auto error = store.save(device.info(), after))
-        return {Step::Remember, error};
-    return {};
+    plan.writeDuring = !plan.changes.empty() && !covers(record, plan.during);
+    const DeviceRecord onDisk = plan.writeDuring ? plan.during : record.value_or(DeviceRecord{});
+    plan.writeAfter = plan.after != onDisk;
+    return plan;
 }
 
 }  // namespace keyvane::hidutil

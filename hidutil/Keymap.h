@@ -2,8 +2,7 @@
 
 #include <cstdint>
 #include <map>
-#include <string>
-#include <system_error>
+#include <optional>
 #include <vector>
 
 #include "hidutil/Device.h"
@@ -14,13 +13,16 @@ namespace keyvane::hidutil {
 
 using Keymap = std::map<std::uint32_t, std::uint32_t>;  // scancode -> key code
 
+Keymap toKeymap(const std::vector<KeymapEntry>& entries);
+
 // A HID keyboard's scancodes are its usages (0x70000 | usage on the keyboard page); other
 // keyboards (the AT keyboard of most laptops) number their scancodes their own way.
-bool isHidKeymap(const std::vector<KeymapEntry>& keymap);
+bool isHidKeymap(const Keymap& keymap);
 
 // The keymap as it was before hidutil changed anything: the remembered originals over the current
-// codes; without a record, a HID keyboard's keyboard-page scancodes have the kernel's defaults.
-Keymap originalKeymap(const std::vector<KeymapEntry>& current, const DeviceRecord* record);
+// codes. Whatever hidutil never changed is original as it stands, remapped by udev's hwdb or
+// another tool or not.
+Keymap originalKeymap(const Keymap& current, const DeviceRecord* record);
 
 // A keyboard is a device whose original keymap has every letter key, so that remapping letters
 // never hides a keyboard.
@@ -28,20 +30,33 @@ bool isKeyboard(const Keymap& original);
 
 // The keymap that installs mappings over the originals: on a HID keyboard the source usage's
 // scancode, on others every scancode whose original code is the source's, gets the destination's
-// code (0, no key, for usage 0). A later mapping of the same source wins.
-Keymap mappedKeymap(const Keymap& original, bool hid, const std::vector<Mapping>& mappings);
-
-struct InstallFailure {
-    enum class Step { None, ReadKeymap, Remember, Change };
-    Step step = Step::None;
-    std::error_code error;
-    explicit operator bool() const { return step != Step::None; }
+// code (0, no key, for usage 0). A later mapping of the same source wins. The source usages the
+// keyboard has no key for are left out.
+struct MappedKeymap {
+    Keymap keymap;
+    std::map<std::uint32_t, unsigned> usageOf;  // scancode -> the source usage mapped onto it
+    std::vector<unsigned> missingUsages;
 };
+MappedKeymap mappedKeymap(const Keymap& original, bool hid, const std::vector<Mapping>& mappings);
 
-// Restores what hidutil changed on the device before, then installs mappings. The originals of
-// everything that is or may become changed are on disk before the first key changes, so an
-// interrupted run is undone by the next one.
-InstallFailure installMappings(KeyDevice& device, const std::vector<Mapping>& mappings,
-                               const RecordStore& store);
+// What installing a list on one keyboard takes. The record "during" holds the original of every
+// scancode that is changed or may still be changed from an earlier run, and must be on disk before
+// the first change; "after" holds those that differ from their originals once all is done.
+struct KeymapChange {
+    std::uint32_t scancode = 0;
+    std::uint32_t keycode = 0;
+    unsigned usage = 0;  // the source usage that asked for it; 0 when a key is put back
+};
+struct InstallPlan {
+    std::vector<KeymapChange> changes;
+    std::vector<unsigned> missingUsages;
+    DeviceRecord during;
+    DeviceRecord after;
+    bool writeDuring = false;  // the record on disk does not yet cover every change
+    bool writeAfter = false;   // what is on disk once the changes begin differs from "after"
+};
+// mappings is the list as given, kept in the record; usable the entries that can be installed.
+InstallPlan planInstall(const Keymap& current, const std::optional<DeviceRecord>& record,
+                        const std::vector<Mapping>& mappings, const std::vector<Mapping>& usable);
 
 }  // namespace keyvane::hidutil

@@ -20,7 +20,15 @@ inline constexpr std::string_view usage =
     "0x27e}'.\n"
     "Changing or listing keyboards needs read and write access to /dev/input/event*, which members "
     "of\n"
-    "the group 'input' have.\n";
+    "the group 'input' have.\n"
+    "\n"
+    "hidutil keeps the code each key had before it first changed it in $XDG_STATE_HOME/keyvane/\n"
+    "(~/.local/state/keyvane/ when XDG_STATE_HOME is not set), one file per keyboard, for as long "
+    "as\n"
+    "the kernel keeps that keyboard's keymap: until it is unplugged or the machine restarts, "
+    "across\n"
+    "logouts. To put back every key it changed, also after a crash or a logout, run\n"
+    "  hidutil property --set '{\"UserKeyMapping\" : []}'\n";
 
 // Command words.
 inline constexpr std::string_view commandProperty = "property";
@@ -76,10 +84,6 @@ inline constexpr std::string_view expectMissingSrc =
 inline constexpr std::string_view expectMissingDst =
     "\"HIDKeyboardModifierMappingDst\" in this mapping";
 inline constexpr std::string_view expectUsageInteger = "an integer usage such as 0x700000039";
-inline constexpr std::string_view expectKeyboardPage =
-    "a usage of the keyboard page 7 (0x7000000XX), not of page {}";
-inline constexpr std::string_view expectMappableUsage =
-    "a keyboard usage with a key code of its own, which {} is not";
 inline constexpr std::string_view expectMatchingObject = "an object such as {\"ProductID\": 0x27e}";
 inline constexpr std::string_view expectMatchingKey =
     "one of ProductID, VendorID, LocationID, PrimaryUsagePage, PrimaryUsage, Transport, Product";
@@ -101,10 +105,37 @@ inline constexpr std::string_view errorNeedsInputGroup =
     "hidutil: add yourself to the group 'input' (sudo usermod -aG input $USER), then log in "
     "again.\n";
 inline constexpr std::string_view errorDevice = "hidutil: cannot change the keys of {} ({}): {}\n";
+inline constexpr std::string_view errorReadBack =
+    "hidutil: keyboard {} ({}) did not take a change: scancode {} gives key code {}, not {}\n";
+inline constexpr std::string_view errorRecord =
+    "hidutil: cannot use {}, the original keys of {} ({}): {}; its keys are left as they are\n";
+inline constexpr std::string_view errorNoInstance =
+    "hidutil: cannot tell which input device {} ({}) is, so there is no keeping its original "
+    "keys; its keys are left as they are\n";
 inline constexpr std::string_view errorNoDevices = "hidutil: cannot read {}: {}\n";
 inline constexpr std::string_view errorState = "hidutil: cannot keep the original keys in {}: {}\n";
 inline constexpr std::string_view errorNoStateDir =
-    "hidutil: XDG_RUNTIME_DIR is not set, so there is nowhere to remember the original keys\n";
+    "hidutil: neither XDG_STATE_HOME nor HOME is set, so there is nowhere to keep the original "
+    "keys\n";
+inline constexpr std::string_view errorBootId =
+    "hidutil: cannot read the boot id (/proc/sys/kernel/random/boot_id), which tells the keymaps "
+    "of this boot from those of earlier ones\n";
+
+// Notes on standard error: what was left out of an install that succeeded.
+inline constexpr std::string_view noteSkippedMapping =
+    "hidutil: note: skipping the mapping {} -> {}: {}\n";
+inline constexpr std::string_view reasonNotKeyboardPage =
+    "{} is not a usage of the keyboard page 7 (it is on page {})";
+inline constexpr std::string_view reasonNoKeyCode =
+    "{} is a keyboard usage without a key code of its own";
+inline constexpr std::string_view noteNoKey =
+    "hidutil: note: keyboard {} ({}) has no key for usage {}\n";
+inline constexpr std::string_view noteNodeGone =
+    "hidutil: note: skipping {}: its device is gone ({})\n";
+inline constexpr std::string_view noteNotKeyboard =
+    "hidutil: note: skipping {}, which is no keyboard: {}\n";
+inline constexpr std::string_view noteKeyboardGone =
+    "hidutil: note: keyboard {} ({}) went away: {}\n";
 
 // Output.
 inline constexpr std::string_view echoHead = "UserKeyMapping:";

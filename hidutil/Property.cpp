@@ -27,13 +27,13 @@ std::string hex(std::uint64_t number) {
 // Why a usage cannot be installed, or nothing when it can.
 std::optional<std::string> usageProblem(std::uint64_t value, bool isDestination) {
     if (value >> 32 != keyboardPage)
-        return fill(text::expectKeyboardPage, {hex(value >> 32)});
+        return fill(text::reasonNotKeyboardPage, {hex(value), hex(value >> 32)});
     const auto usage = static_cast<unsigned>(value & 0xffffffffu);
     if (isDestination && usage == 0)
         return std::nullopt;
     const int code = linuxKeyCodeForUsage(usage);
     if (code == 0 || code == unknownKeyCode)
-        return fill(text::expectMappableUsage, {hex(value)});
+        return fill(text::reasonNoKeyCode, {hex(value)});
     return std::nullopt;
 }
 
@@ -70,16 +70,30 @@ Checked<std::vector<Mapping>> readUserKeyMapping(std::string_view text) {
             return refuse<std::vector<Mapping>>(item.position, std::string(text::expectMissingSrc));
         if (!dst)
             return refuse<std::vector<Mapping>>(item.position, std::string(text::expectMissingDst));
-        for (const Value* usage : {src, dst}) {
+        for (const Value* usage : {src, dst})
             if (usage->kind != Value::Kind::Integer)
                 return refuse<std::vector<Mapping>>(usage->position,
                                                     std::string(text::expectUsageInteger));
-            if (auto problem = usageProblem(usage->integer, usage == dst))
-                return refuse<std::vector<Mapping>>(usage->position, *problem);
-        }
         result.value->push_back({src->integer, dst->integer});
     }
     return result;
+}
+
+std::optional<std::string> whyUnusable(const Mapping& mapping) {
+    if (auto problem = usageProblem(mapping.src, false))
+        return problem;
+    return usageProblem(mapping.dst, true);
+}
+
+std::vector<Mapping> usableMappings(const std::vector<Mapping>& mappings, std::ostream& notes) {
+    std::vector<Mapping> usable;
+    for (const Mapping& mapping : mappings) {
+        if (auto problem = whyUnusable(mapping))
+            notes << fill(text::noteSkippedMapping, {hex(mapping.src), hex(mapping.dst), *problem});
+        else
+            usable.push_back(mapping);
+    }
+    return usable;
 }
 
 Checked<Matching> readMatching(std::string_view text) {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -35,9 +36,15 @@ struct Checked {
     TextError error;
 };
 
-// The UserKeyMapping list of a --set text. Every usage must be on the keyboard page and have a key
-// code; a destination may also be usage 0, which makes the key produce nothing.
+// The UserKeyMapping list of a --set text, every entry as written.
 Checked<std::vector<Mapping>> readUserKeyMapping(std::string_view text);
+
+// Why an entry cannot be installed, or nothing when it can: both usages must be on the keyboard
+// page and have a key code; a destination may also be usage 0, which makes the key produce nothing.
+// The application writes 0x7000000 for an id left blank.
+std::optional<std::string> whyUnusable(const Mapping& mapping);
+// The entries that can be installed; each of the others is skipped with a note.
+std::vector<Mapping> usableMappings(const std::vector<Mapping>& mappings, std::ostream& notes);
 Checked<Matching> readMatching(std::string_view text);
 
 }  // namespace keyvane::hidutil

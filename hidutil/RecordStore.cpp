@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <fstream>
@@ -13,14 +14,29 @@
 namespace keyvane::hidutil {
 namespace {
 
-constexpr const char* folderName = "keyvane-hidutil";
-constexpr const char* magicLine = "keyvane-hidutil-record 1";
-constexpr const char* identityWord = "identity";
+constexpr const char* folderName = "keyvane";
+constexpr const char* magicLine = "keyvane-keymap-record 1";
 constexpr const char* originalWord = "original";
 constexpr const char* mappingWord = "mapping";
-constexpr const char* allKeyboardsFile = "all-keyboards";
-constexpr const char* temporarySuffix = ".new";
-constexpr const char* lockFile = "lock";
+constexpr std::string_view keymapPrefix = "keymap.";
+constexpr std::string_view mappingsPrefix = "mappings.";
+constexpr std::string_view temporaryMark = ".new";
+constexpr const char* lockFile = "hidutil.lock";
+
+std::error_code lastError() {
+    return {errno, std::generic_category()};
+}
+
+class RecordCategory : public std::error_category {
+  public:
+    const char* name() const noexcept override { return "keymap record"; }
+    std::string message(int) const override { return "not a record of original keys"; }
+};
+
+std::error_code damaged() {
+    static const RecordCategory category;
+    return {1, category};
+}
 
 std::optional<std::uint64_t> readHex(const std::string& word) {
     if (word.size() < 3 || word.size() > 18 || word.compare(0, 2, "0x") != 0)
@@ -47,22 +63,16 @@ void writeMappings(std::ostringstream& out, const std::vector<Mapping>& mappings
         out << mappingWord << ' ' << writeHex(mapping.src) << ' ' << writeHex(mapping.dst) << '\n';
 }
 
-// A record or mapping list read back; anything unexpected makes the whole file count as absent.
-std::optional<DeviceRecord> parseRecord(std::istream& in, const std::string* identity) {
+// A record or mapping list read back; anything unexpected makes the whole file unusable.
+std::optional<DeviceRecord> parseRecord(std::istream& in) {
     std::string line;
     if (!std::getline(in, line) || line != magicLine)
         return std::nullopt;
     DeviceRecord record;
-    bool identified = identity == nullptr;
     while (std::getline(in, line)) {
         std::istringstream words(line);
         std::string word, first, second, rest;
-        words >> word;
-        if (word == identityWord && identity) {
-            identified = line == std::string(identityWord) + ' ' + *identity;
-            continue;
-        }
-        if (!(words >> first >> second) || (words >> rest))
+        if (!(words >> word >> first >> second) || (words >> rest))
             return std::nullopt;
         const auto a = readHex(first), b = readHex(second);
         if (!a || !b)
@@ -74,69 +84,133 @@ std::optional<DeviceRecord> parseRecord(std::istream& in, const std::string* ide
         else
             return std::nullopt;
     }
-    if (!identified)
+    if (in.bad())
         return std::nullopt;
     return record;
 }
 
-}  // namespace
-
-std::optional<std::filesystem::path> RecordStore::defaultFolder() {
-    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
-    if (!runtime || !*runtime)
+std::optional<std::filesystem::path> absoluteFolder(const char* variable, const char* below) {
+    const char* value = std::getenv(variable);
+    // A relative path in an XDG variable is invalid and to be ignored.
+    if (!value || value[0] != '/')
         return std::nullopt;
-    return std::filesystem::path(runtime) / folderName;
+    return std::filesystem::path(value) / below;
 }
 
-RecordStore::Lock::~Lock() {
+}  // namespace
+
+FolderLock::FolderLock(const std::filesystem::path& folder) {
+    std::filesystem::create_directories(folder, error);
+    if (error)
+        return;
+    // Others must not read which keys were changed, nor plant records.
+    ::chmod(folder.c_str(), 0700);
+    fd_ = ::open((folder / lockFile).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (fd_ < 0) {
+        error = lastError();
+        return;
+    }
+    while (::flock(fd_, LOCK_EX) != 0) {
+        if (errno != EINTR) {
+            error = lastError();
+            ::close(fd_);
+            fd_ = -1;
+            return;
+        }
+    }
+}
+
+FolderLock::~FolderLock() {
     if (fd_ >= 0)
         ::close(fd_);
 }
 
-RecordStore::Lock RecordStore::lock() const {
-    const auto fail = [] { return Lock(-1, std::error_code(errno, std::generic_category())); };
-    if (::mkdir(folder_.c_str(), 0700) != 0 && errno != EEXIST)
-        return fail();
-    const int fd = ::open((folder_ / lockFile).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+std::optional<std::filesystem::path> RecordStore::defaultFolder() {
+    if (auto state = absoluteFolder("XDG_STATE_HOME", folderName))
+        return state;
+    if (auto home = absoluteFolder("HOME", ".local/state"))
+        return *home / folderName;
+    return std::nullopt;
+}
+
+std::filesystem::path RecordStore::fileOf(const std::string& instance) const {
+    return folder_ / (std::string(keymapPrefix) + bootId_ + '.' + instance);
+}
+
+std::error_code RecordStore::load(const std::string& instance,
+                                  std::optional<DeviceRecord>& record) const {
+    record.reset();
+    const int fd = ::open(fileOf(instance).c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0)
-        return fail();
-    while (::flock(fd, LOCK_EX) != 0) {
-        if (errno != EINTR) {
-            auto failed = fail();
-            ::close(fd);
-            return failed;
-        }
-    }
-    return Lock(fd, {});
-}
-
-std::optional<DeviceRecord> RecordStore::load(const DeviceInfo& device) const {
-    std::ifstream in(folder_ / device.stateName);
-    if (!in)
-        return std::nullopt;
-    return parseRecord(in, &device.identity);
-}
-
-std::error_code RecordStore::save(const DeviceInfo& device, const DeviceRecord& record) const {
-    const auto file = folder_ / device.stateName;
-    if (record.originals.empty() && record.mappings.empty()) {
-        std::error_code error;
-        std::filesystem::remove(file, error);
+        return errno == ENOENT ? std::error_code() : lastError();
+    std::string content;
+    char buffer[4096];
+    ssize_t n;
+    while ((n = ::read(fd, buffer, sizeof buffer)) > 0 || (n < 0 && errno == EINTR))
+        content.append(buffer, static_cast<std::size_t>(std::max<ssize_t>(n, 0)));
+    const std::error_code error = n < 0 ? lastError() : std::error_code();
+    ::close(fd);
+    if (error)
         return error;
+    std::istringstream in(content);
+    record = parseRecord(in);
+    return record ? std::error_code() : damaged();
+}
+
+std::error_code RecordStore::save(const std::string& instance, const DeviceRecord& record,
+                                  bool durable) const {
+    const auto file = fileOf(instance);
+    if (record.originals.empty() && record.mappings.empty()) {
+        if (::unlink(file.c_str()) != 0 && errno != ENOENT)
+            return lastError();
+        return {};
     }
     std::ostringstream out;
-    out << magicLine << '\n' << identityWord << ' ' << device.identity << '\n';
+    out << magicLine << '\n';
     for (const auto& [scancode, keycode] : record.originals)
         out << originalWord << ' ' << writeHex(scancode) << ' ' << writeHex(keycode) << '\n';
     writeMappings(out, record.mappings);
-    return writeAtomically(file, out.str());
+    return writeAtomically(file, out.str(), durable);
+}
+
+std::error_code RecordStore::syncFolder() const {
+    const int fd = ::open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0)
+        return lastError();
+    std::error_code error;
+    if (::fsync(fd) != 0)
+        error = lastError();
+    ::close(fd);
+    return error;
+}
+
+void RecordStore::removeStale(const std::optional<std::set<std::string>>& present) const {
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(folder_, error)) {
+        const std::string name = entry.path().filename().string();
+        bool stale = name.find(temporaryMark) != std::string::npos;
+        for (std::string_view prefix : {keymapPrefix, mappingsPrefix}) {
+            if (name.rfind(prefix, 0) != 0)
+                continue;
+            // keymap.BOOT.INSTANCE or mappings.BOOT
+            const std::string rest = name.substr(prefix.size());
+            const bool thisBoot = rest.rfind(bootId_, 0) == 0 &&
+                                  (rest.size() == bootId_.size() || rest[bootId_.size()] == '.');
+            const std::string instance =
+                rest.size() > bootId_.size() ? rest.substr(bootId_.size() + 1) : "";
+            stale = stale || !thisBoot ||
+                    (prefix == keymapPrefix && present && !present->contains(instance));
+        }
+        if (stale)
+            ::unlink(entry.path().c_str());
+    }
 }
 
 std::optional<std::vector<Mapping>> RecordStore::loadAllKeyboards() const {
-    std::ifstream in(folder_ / allKeyboardsFile);
+    std::ifstream in(folder_ / (std::string(mappingsPrefix) + bootId_));
     if (!in)
         return std::nullopt;
-    auto record = parseRecord(in, nullptr);
+    auto record = parseRecord(in);
     if (!record || !record->originals.empty())
         return std::nullopt;
     return record->mappings;
@@ -146,45 +220,33 @@ std::error_code RecordStore::saveAllKeyboards(const std::vector<Mapping>& mappin
     std::ostringstream out;
     out << magicLine << '\n';
     writeMappings(out, mappings);
-    return writeAtomically(folder_ / allKeyboardsFile, out.str());
+    return writeAtomically(folder_ / (std::string(mappingsPrefix) + bootId_), out.str(), false);
 }
 
 std::error_code RecordStore::writeAtomically(const std::filesystem::path& file,
-                                             const std::string& content) const {
-    const auto fail = [] { return std::error_code(errno, std::generic_category()); };
-    if (::mkdir(folder_.c_str(), 0700) != 0 && errno != EEXIST)
-        return fail();
+                                             const std::string& content, bool durable) const {
     const std::string temporary =
-        file.string() + temporarySuffix + std::to_string(static_cast<long>(::getpid()));
+        file.string() + std::string(temporaryMark) + std::to_string(static_cast<long>(::getpid()));
     const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
     if (fd < 0)
-        return fail();
-    std::size_t done = 0;
-    while (done < content.size()) {
-        const ssize_t n = ::write(fd, content.data() + done, content.size() - done);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n < 0) {
-            const auto error = fail();
-            ::close(fd);
-            ::unlink(temporary.c_str());
-            return error;
-        }
-        done += static_cast<std::size_t>(n);
-    }
-    // The record must be on disk before the keys it describes change.
+        return lastError();
     std::error_code error;
-    if (::fsync(fd) != 0)
-        error = fail();
-    if (::close(fd) != 0 && !error)
-        error = fail();
-    if (error) {
-        ::unlink(temporary.c_str());
-        return error;
+    for (std::size_t done = 0; done < content.size() && !error;) {
+        const ssize_t n = ::write(fd, content.data() + done, content.size() - done);
+        if (n >= 0)
+            done += static_cast<std::size_t>(n);
+        else if (errno != EINTR)
+            error = lastError();
     }
-    if (::rename(temporary.c_str(), file.c_str()) != 0)
-        return fail();
-    return {};
+    if (!error && durable && ::fsync(fd) != 0)
+        error = lastError();
+    if (::close(fd) != 0 && !error)
+        error = lastError();
+    if (!error && ::rename(temporary.c_str(), file.c_str()) != 0)
+        error = lastError();
+    if (error)
+        ::unlink(temporary.c_str());
+    return error;
 }
 
 }  // namespace keyvane::hidutil

@@ -4,64 +4,75 @@
 #include <filesystem>
 #include <map>
 #include <optional>
+#include <set>
+#include <string>
 #include <system_error>
 #include <vector>
 
-#include "hidutil/Device.h"
 #include "hidutil/Property.h"
 
 namespace keyvane::hidutil {
 
-// What hidutil changed on one device: the original key code of every scancode it changed, and the
-// list it installed last.
+// What hidutil changed on one device: the code every scancode it changed had just before it first
+// changed it, and the list it installed last.
 struct DeviceRecord {
     std::map<std::uint32_t, std::uint32_t> originals;
     std::vector<Mapping> mappings;
     bool operator==(const DeviceRecord&) const = default;
 };
 
-// The records, one file per device under a folder of the user's runtime directory: it lives as
-// long as the login session, like the keymaps the kernel keeps until a device goes away. Every
-// write replaces a file whole, so a crash leaves the previous record or the next, never half.
+// Held while one run reads and changes keymaps and records; released when destroyed.
+class FolderLock {
+  public:
+    explicit FolderLock(const std::filesystem::path& folder);
+    ~FolderLock();
+    FolderLock(const FolderLock&) = delete;
+    FolderLock& operator=(const FolderLock&) = delete;
+    explicit operator bool() const { return fd_ >= 0; }
+
+    std::error_code error;  // why the lock could not be taken
+
+  private:
+    int fd_ = -1;
+};
+
+// The records, one file per device instance and boot in a folder of the user's persistent state.
+// The kernel keeps a keymap until its device goes away or the machine restarts, across logouts, so
+// a record lives exactly as long: a file of another boot, or of a device no longer present, is
+// stale and removed. Every write replaces a file whole, so a crash leaves one record or the other,
+// never half.
 class RecordStore {
   public:
-    explicit RecordStore(std::filesystem::path folder) : folder_(std::move(folder)) {}
+    RecordStore(std::filesystem::path folder, std::string bootId)
+        : folder_(std::move(folder)), bootId_(std::move(bootId)) {}
 
-    // $XDG_RUNTIME_DIR/keyvane-hidutil, or nothing when XDG_RUNTIME_DIR is not set.
+    // $XDG_STATE_HOME/keyvane, else ~/.local/state/keyvane; nothing without either.
     static std::optional<std::filesystem::path> defaultFolder();
 
     const std::filesystem::path& folder() const { return folder_; }
+    std::filesystem::path fileOf(const std::string& instance) const;
 
-    // Held while one run reads and changes keymaps and records; released when destroyed.
-    class Lock {
-      public:
-        Lock(int fd, std::error_code error) : error(error), fd_(fd) {}
-        ~Lock();
-        Lock(Lock&& other) noexcept : error(other.error), fd_(other.fd_) { other.fd_ = -1; }
-        Lock(const Lock&) = delete;
-        Lock& operator=(const Lock&) = delete;
-        Lock& operator=(Lock&&) = delete;
-        explicit operator bool() const { return fd_ >= 0; }
+    // Nothing in record when the device has none; an error when its file cannot be used.
+    std::error_code load(const std::string& instance, std::optional<DeviceRecord>& record) const;
+    // An empty record removes the file. A durable save is on disk once syncFolder() has returned;
+    // another may be lost in a crash of the machine, which takes the kernel's keymaps with it.
+    std::error_code save(const std::string& instance, const DeviceRecord& record,
+                         bool durable) const;
+    std::error_code syncFolder() const;
 
-        std::error_code error;  // why the lock could not be taken
+    // Removes the records of other boots, of devices not present (when known), and files left by
+    // interrupted writes. Only under the folder's lock.
+    void removeStale(const std::optional<std::set<std::string>>& present) const;
 
-      private:
-        int fd_;
-    };
-    Lock lock() const;
-
-    std::optional<DeviceRecord> load(const DeviceInfo& device) const;
-    // An empty record removes the file.
-    std::error_code save(const DeviceInfo& device, const DeviceRecord& record) const;
-
-    // The list last installed on all keyboards, for "property --get".
+    // The list last installed on all keyboards in this boot, for "property --get".
     std::optional<std::vector<Mapping>> loadAllKeyboards() const;
     std::error_code saveAllKeyboards(const std::vector<Mapping>& mappings) const;
 
   private:
-    std::error_code writeAtomically(const std::filesystem::path& file,
-                                    const std::string& content) const;
+    std::error_code writeAtomically(const std::filesystem::path& file, const std::string& content,
+                                    bool durable) const;
     std::filesystem::path folder_;
+    std::string bootId_;
 };
 
 }  // namespace keyvane::hidutil

@@ -1,56 +1,39 @@
 #pragma once
 
 #include <QObject>
-#include <filesystem>
-#include <string>
+#include <memory>
 
-class QSocketNotifier;
+#include "platform/InputDeviceMonitor.h"
+
 class QTimer;
 
 namespace keyvane {
 
-// Tells when a keyboard's event node appears in an input device folder (/dev/input): a keyboard
-// that is plugged in or reconnects gets the kernel's default keymap, so the mappings must be
-// installed on it again. Watches with inotify, never polls. A burst of new nodes (one keyboard
-// often brings several, and udev changes each node's owner and mode just after the kernel makes
-// it) gives one signal, at most about 900 ms after the burst began.
-//
-// Whether a node belongs to a keyboard is read from the world-readable key capabilities in sysfs,
-// so the node itself is never opened. A node whose capabilities cannot be read counts as a
-// keyboard: installing the mappings once more is harmless, missing a keyboard is not.
+// Tells when the mappings must be installed again because a keyboard's keymap was reset: a keyboard
+// was plugged in or reconnected (the kernel gives it its default keymap), or udev ran its rules on
+// one again (and hwdb's keymap replaced ours). Mice, power buttons and the like cause nothing.
+// A burst of events (one keyboard often brings several nodes, and udev touches each) gives one
+// signal, at most about 900 ms after the burst began.
 //
 // Lives on the thread that creates it, which needs an event loop.
 class InputDeviceWatcher : public QObject {
     Q_OBJECT
   public:
-    static constexpr const char* defaultFolder = "/dev/input";
-    static constexpr const char* defaultSysfsRoot = "/sys/class/input";
-
-    explicit InputDeviceWatcher(std::filesystem::path folder = defaultFolder,
-                                std::filesystem::path sysfsRoot = defaultSysfsRoot,
+    explicit InputDeviceWatcher(std::unique_ptr<InputDeviceMonitor> monitor,
                                 QObject* parent = nullptr);
-    ~InputDeviceWatcher() override;
 
-    // False when the folder could not be watched or has gone away; one line on standard error
-    // says why.
-    bool isWatching() const;
+    bool isWatching() const { return monitor_->isMonitoring(); }
 
   signals:
-    void keyboardAppeared();
+    void keyboardsChanged();
 
   private:
-    void readEvents();
-    bool isKeyboard(const std::string& node) const;
-    void noteKeyboard();
+    void deviceEvent(const InputDeviceEvent& event);
     void endBurst();
-    void stopWatching(const std::string& reason);
 
-    std::filesystem::path folder_;
-    std::filesystem::path sysfsRoot_;
-    int fd_ = -1;
-    QSocketNotifier* notifier_ = nullptr;
-    QTimer* quiet_ = nullptr;
-    QTimer* deadline_ = nullptr;
+    InputDeviceMonitor* monitor_;
+    QTimer* quiet_;
+    QTimer* deadline_;
 };
 
 }  // namespace keyvane

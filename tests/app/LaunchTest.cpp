@@ -7,8 +7,6 @@
 #include <QProcess>
 #include <QTest>
 #include <QTimer>
-#include <filesystem>
-#include <fstream>
 
 #include "app/AppDelegate.h"
 #include "app/Launch.h"
@@ -18,6 +16,7 @@
 #include "remote/SCL.h"
 #include "tests/support/AlertAnswerer.h"
 #include "tests/support/FakeHidutil.h"
+#include "tests/support/FakeInputDeviceMonitor.h"
 #include "tests/support/HttpsTestServer.h"
 #include "tests/support/PrivateSessionBus.h"
 #include "ui/main/MainVC.h"
@@ -62,7 +61,6 @@ class LaunchTest : public ::testing::Test {
   protected:
     void SetUp() override {
         server.useForThisProcess();
-        std::filesystem::create_directories(inputFolder);
         keyMappings = {{{"original", "Caps Lock"},
                         {"originalId", "39"},
                         {"remapped", "Escape"},
@@ -72,7 +70,12 @@ class LaunchTest : public ::testing::Test {
     }
 
     std::unique_ptr<Launch> launch(std::chrono::milliseconds reapplyInterval = 1800s) {
-        auto started = std::make_unique<Launch>(LifecycleSettings{reapplyInterval, inputFolder});
+        auto started = std::make_unique<Launch>(
+            LifecycleSettings{reapplyInterval, [this] {
+                                  auto made = std::make_unique<testing::FakeInputDeviceMonitor>();
+                                  devices = made.get();
+                                  return made;
+                              }});
         EXPECT_EQ(started->start(), Launch::Outcome::Running);
         return started;
     }
@@ -93,7 +96,7 @@ class LaunchTest : public ::testing::Test {
     FakeHidutil hidutil;
     testing::AlertAnswerer alerts{{}, testing::AlertAnswerer::WhenUnscripted::PressDefault};
     OtherProgram other;
-    std::filesystem::path inputFolder = std::filesystem::path(getenv("HOME")) / "input";
+    testing::FakeInputDeviceMonitor* devices = nullptr;
 };
 
 TEST_F(LaunchTest, NormalLaunchShowsTheWindowInstallsOnceAndCountsTheLaunch) {
@@ -178,7 +181,8 @@ TEST(LaunchWithoutBus, StartsAsANormalLaunchAndSaysSo) {
     ::setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/keyvane-test-bus", 1);
     FakeHidutil hidutil;
     ::testing::internal::CaptureStderr();
-    Launch app(LifecycleSettings{1800s, "/nonexistent"});
+    Launch app(LifecycleSettings{
+        1800s, [] { return std::make_unique<testing::FakeInputDeviceMonitor>(); }});
     EXPECT_EQ(app.start(), Launch::Outcome::Running);
     const std::string errors = ::testing::internal::GetCapturedStderr();
     EXPECT_NE(errors.find("no session bus; starting as a normal launch"), std::string::npos)
@@ -205,11 +209,11 @@ TEST_F(LaunchTest, TheTimerInstallsOnlyWhileTheWindowIsHidden) {
     EXPECT_TRUE(hidutil.calls().empty());
 }
 
-TEST_F(LaunchTest, ABurstOfNewInputDevicesInstallsTheMappingsOnce) {
+TEST_F(LaunchTest, ABurstOfNewKeyboardsInstallsTheMappingsOnce) {
     auto app = launch();
     hidutil.clearCalls();
-    for (const char* node : {"event4711", "event4712", "event4713"})
-        std::ofstream(inputFolder / node) << "";
+    for (const char* node : {"/dev/input/event11", "/dev/input/event12", "/dev/input/event13"})
+        devices->report(InputDeviceEvent::Action::Add, node, true);
     ASSERT_TRUE(QTest::qWaitFor([&] { return hidutil.calls().size() >= 2; }, 20000));
     settle(1500ms);
     EXPECT_EQ(hidutil.calls(),

@@ -23,21 +23,33 @@ class MemoryDevice : public hidutil::KeyDevice {
     }
 
     std::error_code setKeycode(std::uint32_t scancode, std::uint32_t keycode) override {
-        if (keyboard_->refuses)
-            return std::make_error_code(std::errc::operation_not_permitted);
-        if (keyboard_->changesBeforeCrash >= 0 &&
-            keyboard_->changes >= keyboard_->changesBeforeCrash)
-            return std::make_error_code(std::errc::interrupted);
-        for (auto& entry : keyboard_->keymap)
-            if (entry.scancode == scancode) {
-                entry.keycode = keycode;
-                ++keyboard_->changes;
-                return {};
-            }
-        return std::make_error_code(std::errc::invalid_argument);
+        if (keyboard_->refusal)
+            return keyboard_->refusal;
+        if (keyboard_->changes == keyboard_->changesBeforeKill)
+            throw Killed{};
+        if (!find(scancode))
+            return std::make_error_code(std::errc::invalid_argument);
+        if (!keyboard_->ignored.contains(scancode))
+            find(scancode)->keycode = keycode;
+        ++keyboard_->changes;
+        return {};
+    }
+
+    std::error_code readKeycode(std::uint32_t scancode, std::uint32_t& keycode) override {
+        if (!find(scancode))
+            return std::make_error_code(std::errc::invalid_argument);
+        keycode = find(scancode)->keycode;
+        return {};
     }
 
   private:
+    hidutil::KeymapEntry* find(std::uint32_t scancode) {
+        for (auto& entry : keyboard_->keymap)
+            if (entry.scancode == scancode)
+                return &entry;
+        return nullptr;
+    }
+
     std::shared_ptr<MemoryKeyboard> keyboard_;
 };
 
@@ -52,8 +64,7 @@ std::shared_ptr<MemoryKeyboard> device(unsigned bus, unsigned vendor, unsigned p
     info.vendor = vendor;
     info.product = product;
     info.registryId = 0x100000000 + number;
-    info.stateName = "input" + std::to_string(number);
-    info.identity = "memory " + std::to_string(number);
+    info.instance = "input" + std::to_string(number);
     return keyboard;
 }
 
@@ -66,9 +77,19 @@ unsigned MemoryKeyboard::codeOf(std::uint32_t scancode) const {
     throw std::out_of_range("no such scancode");
 }
 
-std::shared_ptr<MemoryKeyboard> hidKeyboard(unsigned product, unsigned number) {
+void MemoryKeyboard::set(std::uint32_t scancode, std::uint32_t keycode) {
+    for (auto& entry : keymap)
+        if (entry.scancode == scancode)
+            return void(entry.keycode = keycode);
+}
+
+std::shared_ptr<MemoryKeyboard> hidKeyboard(unsigned product, unsigned number, unsigned lastUsage) {
     auto keyboard = device(hidutil::bus::usb, 0x1d50, product, number, "Memory Keyboard");
-    for (unsigned usage = 0; usage <= lastKeyboardUsage; ++usage)
+    // The modifier bits come first, then the key array, which lists the modifiers again.
+    for (unsigned usage = 0xe0; usage <= 0xe7; ++usage)
+        keyboard->keymap.push_back(
+            {0x70000 | usage, static_cast<std::uint32_t>(linuxKeyCodeForUsage(usage))});
+    for (unsigned usage = 0; usage <= lastUsage; ++usage)
         keyboard->keymap.push_back(
             {0x70000 | usage, static_cast<std::uint32_t>(linuxKeyCodeForUsage(usage))});
     keyboard->keymap.push_back({0xc00e9, KEY_VOLUMEUP});
@@ -112,10 +133,13 @@ std::shared_ptr<MemoryKeyboard> hidMouse(unsigned number) {
 
 hidutil::DeviceScan MemoryDeviceSource::scan() {
     hidutil::DeviceScan scan;
-    for (const auto& keyboard : keyboards)
+    scan.bootId = bootId;
+    scan.present.emplace();
+    for (const auto& keyboard : keyboards) {
         scan.devices.push_back(std::make_unique<MemoryDevice>(keyboard));
-    for (const auto& node : unopenable)
-        scan.failures.push_back({node, std::make_error_code(std::errc::permission_denied)});
+        scan.present->insert(keyboard->info.instance);
+    }
+    scan.unopened = unopened;
     return scan;
 }
 

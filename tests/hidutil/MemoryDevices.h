@@ -1,29 +1,37 @@
 #pragma once
 
 #include <memory>
+#include <set>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "hidutil/Device.h"
 
 namespace keyvane::testing {
 
+// Thrown by a keyboard in memory to stop hidutil where it stands, as if the process were killed.
+struct Killed {};
+
 // A keyboard held in memory, standing in for an event device: its keymap changes like the
-// kernel's, and it can be told to refuse changes or to stop after a number of them, as a crash
-// would.
+// kernel's; it can refuse changes with an error, take some without effect, or stop hidutil after a
+// number of changes.
 struct MemoryKeyboard {
     hidutil::DeviceInfo info;
     std::vector<hidutil::KeymapEntry> keymap;
-    bool refuses = false;
-    int changesBeforeCrash = -1;  // negative: never
+    std::error_code refusal;
+    std::set<std::uint32_t> ignored;  // scancodes whose changes do not take
+    int changesBeforeKill = -1;       // negative: never
     int changes = 0;
 
     unsigned codeOf(std::uint32_t scancode) const;
+    void set(std::uint32_t scancode, std::uint32_t keycode);
 };
 
-// A USB keyboard whose scancodes are the keyboard page's usages, with the kernel's default codes,
-// and a volume key on the consumer page.
-std::shared_ptr<MemoryKeyboard> hidKeyboard(unsigned product, unsigned number);
+// A USB boot keyboard whose scancodes are the keyboard page's usages up to lastUsage, with the
+// kernel's default codes, and a volume key on the consumer page.
+std::shared_ptr<MemoryKeyboard> hidKeyboard(unsigned product, unsigned number,
+                                            unsigned lastUsage = 0xe7);
 // An AT keyboard: scancodes 0 to 255, the extended ones from 0x80, as the i8042 driver numbers
 // them.
 std::shared_ptr<MemoryKeyboard> atKeyboard(unsigned number);
@@ -33,7 +41,8 @@ std::shared_ptr<MemoryKeyboard> hidMouse(unsigned number);
 class MemoryDeviceSource : public hidutil::DeviceSource {
   public:
     std::vector<std::shared_ptr<MemoryKeyboard>> keyboards;
-    std::vector<std::string> unopenable;
+    std::vector<hidutil::DeviceScan::Unopened> unopened;
+    std::string bootId = "2b3e9c1a-0d4f-4e7a-9b61-5c8d2f0a7e14";
 
     hidutil::DeviceScan scan() override;
 };

@@ -4,21 +4,74 @@
 
 #include <QSignalSpy>
 #include <QTest>
-#include <algorithm>
 #include <climits>
 #include <filesystem>
 #include <fstream>
-#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "platform/InotifyInputMonitor.h"
 #include "platform/InputDeviceWatcher.h"
+#include "tests/support/FakeInputDeviceMonitor.h"
 
 namespace keyvane {
 namespace {
 
 namespace fs = std::filesystem;
+using Action = InputDeviceEvent::Action;
+
+struct Report {
+    Action action;
+    const char* node;
+    bool keyboard;
+};
+
+TEST(InputDeviceWatcher, KeyboardsAddedOrChangedGiveOneSignalPerBurst) {
+    struct Row {
+        const char* what;
+        std::vector<Report> reports;
+        int expected;
+    };
+    const Row rows[] = {
+        {"a keyboard with three nodes",
+         {{Action::Add, "/dev/input/event3", true},
+          {Action::Add, "/dev/input/event4", true},
+          {Action::Change, "/dev/input/event3", true}},
+         1},
+        {"udev ran its rules again on a keyboard",
+         {{Action::Change, "/dev/input/event3", true}},
+         1},
+        {"a mouse and a power button, a keyboard unplugged",
+         {{Action::Add, "/dev/input/event7", false},
+          {Action::Change, "/dev/input/event8", false},
+          {Action::Remove, "/dev/input/event3", true}},
+         0},
+    };
+    for (const Row& row : rows) {
+        auto monitor = std::make_unique<testing::FakeInputDeviceMonitor>();
+        auto* devices = monitor.get();
+        InputDeviceWatcher watcher(std::move(monitor));
+        QSignalSpy spy(&watcher, &InputDeviceWatcher::keyboardsChanged);
+        for (const Report& report : row.reports)
+            devices->report(report.action, report.node, report.keyboard);
+        // Waits for the expected count, then long enough for any further signal to show.
+        if (QTest::qWaitFor([&] { return spy.count() >= row.expected; }, 5000))
+            QTest::qWait(1500);
+        EXPECT_EQ(spy.count(), row.expected) << row.what;
+    }
+
+    // Someone typing on a freshly plugged keyboard does not wait for a busy bus to calm down.
+    auto monitor = std::make_unique<testing::FakeInputDeviceMonitor>();
+    auto* devices = monitor.get();
+    InputDeviceWatcher watcher(std::move(monitor));
+    QSignalSpy spy(&watcher, &InputDeviceWatcher::keyboardsChanged);
+    for (int n = 0; n < 25; ++n) {
+        devices->report(Action::Add, "/dev/input/event3", true);
+        QTest::qWait(100);
+    }
+    EXPECT_GE(spy.count(), 1);
+}
 
 // The kernel's text of a key capability bitmap: hexadecimal longs, most significant first.
 std::string keyBitmap(const std::vector<int>& keys) {
@@ -33,23 +86,31 @@ std::string keyBitmap(const std::vector<int>& keys) {
     return text.str();
 }
 
-// The keys of a full-size keyboard, from Esc to Mic Mute.
-std::vector<int> keyboardKeys() {
-    std::vector<int> keys;
-    for (int key = KEY_ESC; key <= KEY_MICMUTE; ++key)
-        keys.push_back(key);
-    return keys;
-}
-
-class InputDeviceWatcherTest : public ::testing::Test {
-  protected:
-    InputDeviceWatcherTest() {
-        fs::create_directories(devices);
-        watcher = std::make_unique<InputDeviceWatcher>(devices, sysfs);
-        spy = std::make_unique<QSignalSpy>(watcher.get(), &InputDeviceWatcher::keyboardAppeared);
+// Where no udev runs: event nodes appearing in the folder, and whether sysfs makes them keyboards.
+TEST(InotifyInputMonitor, ReportsEventNodesAndTellsKeyboardsBySysfs) {
+    const fs::path home = std::getenv("HOME"), devices = home / "input", sysfs = home / "sys";
+    fs::create_directories(devices);
+    InotifyInputMonitor monitor(devices, sysfs);
+    ASSERT_TRUE(monitor.isMonitoring());
+    std::vector<std::pair<Action, bool>> seen;
+    QObject::connect(
+        &monitor, &InputDeviceMonitor::deviceEvent,
+        [&](const InputDeviceEvent& event) { seen.emplace_back(event.action, event.keyboard); });
+    std::vector<int> keyboardKeys, withoutQ;
+    for (int key = KEY_ESC; key <= KEY_MICMUTE; ++key) {
+        keyboardKeys.push_back(key);
+        if (key != KEY_Q)
+            withoutQ.push_back(key);
     }
-
-    void addNode(const std::string& name, const std::string& capabilities = {}) {
+    const std::pair<const char*, std::string> nodes[] = {
+        {"event1", keyBitmap({BTN_LEFT, BTN_RIGHT, BTN_MIDDLE})},
+        {"event2", keyBitmap(withoutQ)},
+        {"event3", keyBitmap(keyboardKeys)},
+        {"event4", "not a bitmap\n"},  // cannot be told: counts as a keyboard
+        {"event5", ""},                // no capabilities in sysfs: the same
+        {"mouse0", ""},
+        {"js0", ""}};
+    for (const auto& [name, capabilities] : nodes) {
         if (!capabilities.empty()) {
             const fs::path file = sysfs / name / "device" / "capabilities" / "key";
             fs::create_directories(file.parent_path());
@@ -57,75 +118,26 @@ class InputDeviceWatcherTest : public ::testing::Test {
         }
         std::ofstream(devices / name).flush();
     }
-
-    // Waits for the expected count, then long enough for any further signal to show.
-    int signalsAfterBursts(int expected) {
-        if (QTest::qWaitFor([&] { return spy->count() >= expected; }, 5000))
-            QTest::qWait(1500);
-        return spy->count();
-    }
-
-    const fs::path home = std::getenv("HOME");
-    const fs::path devices = home / "input";
-    const fs::path sysfs = home / "sys";
-    std::unique_ptr<InputDeviceWatcher> watcher;
-    std::unique_ptr<QSignalSpy> spy;
-};
-
-TEST_F(InputDeviceWatcherTest, EachBurstOfNewNodesGivesOneSignal) {
-    ASSERT_TRUE(watcher->isWatching());
-    for (const char* name : {"event3", "event4", "event5"}) {
-        addNode(name);
-        fs::permissions(devices / name, fs::perms::owner_read | fs::perms::group_read);
-    }
-    EXPECT_EQ(signalsAfterBursts(1), 1);
-
+    fs::create_directory(devices / "by-id");
+    fs::permissions(devices / "event3", fs::perms::owner_read);  // udev's chmod
     std::ofstream(home / "event6").flush();
     fs::rename(home / "event6", devices / "event6");
-    EXPECT_EQ(signalsAfterBursts(2), 2) << "moved in";
-
-    fs::permissions(devices / "event3", fs::perms::owner_read);
-    EXPECT_EQ(signalsAfterBursts(3), 3) << "mode changed by udev";
+    ASSERT_TRUE(QTest::qWaitFor([&] { return seen.size() >= 7; }, 5000));
+    QTest::qWait(300);
+    EXPECT_THAT(
+        seen, ::testing::ElementsAre(std::pair{Action::Add, false}, std::pair{Action::Add, false},
+                                     std::pair{Action::Add, true}, std::pair{Action::Add, true},
+                                     std::pair{Action::Add, true}, std::pair{Action::Change, true},
+                                     std::pair{Action::Add, true}));
 }
 
-TEST_F(InputDeviceWatcherTest, OtherNodesAndFoldersGiveNoSignal) {
-    addNode("mouse0");
-    addNode("js0");
-    fs::create_directory(devices / "by-id");
-    EXPECT_EQ(signalsAfterBursts(0), 0);
-
-    addNode("event0");
-    EXPECT_EQ(signalsAfterBursts(1), 1);
-}
-
-TEST_F(InputDeviceWatcherTest, OnlyDevicesWithEveryLetterKeyAreKeyboards) {
-    std::vector<int> withoutQ = keyboardKeys();
-    std::erase(withoutQ, KEY_Q);
-    addNode("event1", keyBitmap({BTN_LEFT, BTN_RIGHT, BTN_MIDDLE}));
-    addNode("event2", keyBitmap(withoutQ));
-    EXPECT_EQ(signalsAfterBursts(0), 0);
-
-    addNode("event3", keyBitmap(keyboardKeys()));
-    EXPECT_EQ(signalsAfterBursts(1), 1);
-
-    addNode("event4", "not a bitmap\n");
-    EXPECT_EQ(signalsAfterBursts(2), 2) << "unreadable capabilities count as a keyboard";
-}
-
-TEST_F(InputDeviceWatcherTest, AnEndlessBurstStillSignalsWhileItLasts) {
-    for (int n = 0; n < 25; ++n) {
-        addNode("event" + std::to_string(n));
-        QTest::qWait(100);
-    }
-    EXPECT_GE(spy->count(), 1);
-}
-
-TEST_F(InputDeviceWatcherTest, AMissingFolderIsNotWatchedAndSaysSoOnce) {
+TEST(InotifyInputMonitor, AMissingFolderIsNotWatchedAndSaysSoOnce) {
+    const fs::path absent = fs::path(std::getenv("HOME")) / "no-input";
     ::testing::internal::CaptureStderr();
-    InputDeviceWatcher absent(home / "no-input");
+    InputDeviceWatcher watcher(std::make_unique<InotifyInputMonitor>(absent));
     const std::string error = ::testing::internal::GetCapturedStderr();
-    EXPECT_FALSE(absent.isWatching());
-    EXPECT_THAT(error, ::testing::HasSubstr((home / "no-input").string()));
+    EXPECT_FALSE(watcher.isWatching());
+    EXPECT_THAT(error, ::testing::HasSubstr(absent.string()));
     EXPECT_EQ(std::count(error.begin(), error.end(), '\n'), 1);
 }
 

@@ -12,12 +12,13 @@ TemporaryHome::TemporaryHome() {
     if (!::mkdtemp(pattern.data()))
         throw std::runtime_error("mkdtemp failed");
     root_ = pattern;
-    for (const auto& folder : {home(), configHome(), runtimeDir()}) {
+    for (const auto& folder : {home(), configHome(), stateHome(), runtimeDir()}) {
         std::filesystem::create_directory(folder);
         std::filesystem::permissions(folder, std::filesystem::perms::owner_all);
     }
     ::setenv("HOME", home().c_str(), 1);
     ::setenv("XDG_CONFIG_HOME", configHome().c_str(), 1);
+    ::setenv("XDG_STATE_HOME", stateHome().c_str(), 1);
     ::setenv("XDG_RUNTIME_DIR", runtimeDir().c_str(), 1);
 }
 

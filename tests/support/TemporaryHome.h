@@ -4,7 +4,8 @@
 
 namespace keyvane::testing {
 
-// A fresh HOME, XDG_CONFIG_HOME and XDG_RUNTIME_DIR for the life of the object, removed afterwards.
+// A fresh HOME, XDG_CONFIG_HOME, XDG_STATE_HOME and XDG_RUNTIME_DIR for the life of the object,
+// removed afterwards.
 class TemporaryHome {
   public:
     TemporaryHome();
@@ -15,6 +16,7 @@ class TemporaryHome {
     const std::filesystem::path& root() const { return root_; }
     std::filesystem::path home() const { return root_ / "home"; }
     std::filesystem::path configHome() const { return root_ / "config"; }
+    std::filesystem::path stateHome() const { return root_ / "state"; }
     std::filesystem::path runtimeDir() const { return root_ / "runtime"; }
 
   private:

@@ -6,6 +6,8 @@
 #include <linux/uhid.h>
 #include <poll.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -26,19 +28,24 @@ constexpr unsigned testVendor = 0x1d50;
 constexpr unsigned productA = 0x1111;
 constexpr unsigned productB = 0x2222;
 
-// A boot-protocol keyboard whose key array reaches every keyboard usage up to Right GUI.
-constexpr unsigned char reportDescriptor[] = {
-    0x05, 0x01, 0x09, 0x06, 0xa1, 0x01,                          // keyboard application
-    0x05, 0x07, 0x19, 0xe0, 0x29, 0xe7, 0x15, 0x00, 0x25, 0x01,  // modifiers e0..e7
-    0x75, 0x01, 0x95, 0x08, 0x81, 0x02,                          // 8 bits
-    0x95, 0x01, 0x75, 0x08, 0x81, 0x01,                          // reserved byte
-    0x95, 0x06, 0x75, 0x08, 0x15, 0x00, 0x26, 0xe7, 0x00,        // 6 keys, 0..e7
-    0x05, 0x07, 0x19, 0x00, 0x29, 0xe7, 0x81, 0x00,              //
-    0xc0,
-};
+// A boot-protocol keyboard whose key array reaches every keyboard usage up to lastUsage (Right GUI
+// for a full keyboard).
+std::vector<unsigned char> reportDescriptor(unsigned char lastUsage) {
+    return {
+        0x05, 0x01, 0x09, 0x06, 0xa1, 0x01,  // keyboard application
+        0x05, 0x07, 0x19, 0xe0, 0x29, 0xe7,      0x15, 0x00,      0x25, 0x01,  // modifiers e0..e7
+        0x75, 0x01, 0x95, 0x08, 0x81, 0x02,                                    // 8 bits
+        0x95, 0x01, 0x75, 0x08, 0x81, 0x01,                                    // reserved byte
+        0x95, 0x06, 0x75, 0x08, 0x15, 0x00,      0x26, lastUsage, 0x00,  // 6 keys, 0..lastUsage
+        0x05, 0x07, 0x19, 0x00, 0x29, lastUsage, 0x81, 0x00,             //
+        0xc0,
+    };
+}
 
 int failures = 0;
 std::string hidutil = "/bin/hidutil";
+// Where hidutil keeps the original keys: HOME is /home/user, XDG_STATE_HOME is not set.
+const char* stateFolder = "/home/user/.local/state/keyvane";
 
 void check(bool ok, const std::string& what) {
     std::printf("%s%s\n", ok ? passMarker : failMarker, what.c_str());
@@ -52,7 +59,8 @@ struct UhidKeyboard {
     int event = -1;  // its event device
     std::string name;
 
-    bool create(unsigned product, unsigned bus, const std::string& deviceName) {
+    bool create(unsigned product, unsigned bus, const std::string& deviceName,
+                unsigned char lastUsage = 0xe7) {
         name = deviceName;
         fd = ::open("/dev/uhid", O_RDWR | O_CLOEXEC);
         if (fd < 0)
@@ -63,8 +71,9 @@ struct UhidKeyboard {
                       name.c_str());
         std::snprintf(reinterpret_cast<char*>(ev.u.create2.phys), sizeof ev.u.create2.phys,
                       "keyvane-test/%s", name.c_str());
-        std::memcpy(ev.u.create2.rd_data, reportDescriptor, sizeof reportDescriptor);
-        ev.u.create2.rd_size = sizeof reportDescriptor;
+        const auto descriptor = reportDescriptor(lastUsage);
+        std::memcpy(ev.u.create2.rd_data, descriptor.data(), descriptor.size());
+        ev.u.create2.rd_size = static_cast<__u16>(descriptor.size());
         ev.u.create2.bus = static_cast<__u16>(bus);
         ev.u.create2.vendor = testVendor;
         ev.u.create2.product = product;
@@ -148,11 +157,25 @@ std::string eventNodeNamed(const std::string& name) {
 }
 
 struct Result {
-    int status = -1;
+    int status = -1;  // -1 when killed
     std::string out;
+    std::string err;
 };
 
-Result run(std::vector<std::string> args) {
+std::string readFile(const char* path) {
+    std::string text;
+    char buffer[4096];
+    const int fd = ::open(path, O_RDONLY | O_CLOEXEC);
+    for (ssize_t n; fd >= 0 && (n = ::read(fd, buffer, sizeof buffer)) > 0;)
+        text.append(buffer, static_cast<std::size_t>(n));
+    if (fd >= 0)
+        ::close(fd);
+    return text;
+}
+
+// Runs hidutil with environment variables added ("NAME=value").
+Result run(std::vector<std::string> args, std::vector<std::string> environment = {}) {
+    constexpr const char* errFile = "/run/hidutil-stderr";
     args.insert(args.begin(), hidutil);
     int pipeFds[2];
     if (::pipe(pipeFds) != 0)
@@ -160,7 +183,10 @@ Result run(std::vector<std::string> args) {
     const pid_t child = ::fork();
     if (child == 0) {
         ::dup2(pipeFds[1], 1);
+        ::dup2(::open(errFile, O_WRONLY | O_CREAT | O_TRUNC, 0600), 2);
         ::close(pipeFds[0]);
+        for (auto& variable : environment)
+            ::putenv(variable.data());
         std::vector<char*> argv;
         for (auto& arg : args)
             argv.push_back(arg.data());
@@ -177,10 +203,14 @@ Result run(std::vector<std::string> args) {
     int status = 0;
     ::waitpid(child, &status, 0);
     result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    std::printf("$ hidutil");
+    result.err = readFile(errFile);
+    std::printf("$");
+    for (const auto& variable : environment)
+        std::printf(" %s", variable.c_str());
+    std::printf(" hidutil");
     for (std::size_t i = 1; i < args.size(); ++i)
         std::printf(" '%s'", args[i].c_str());
-    std::printf("\n%s[exit %d]\n", result.out.c_str(), result.status);
+    std::printf("\n%s%s[exit %d]\n", result.out.c_str(), result.err.c_str(), result.status);
     std::fflush(stdout);
     return result;
 }
@@ -259,6 +289,33 @@ std::vector<std::pair<std::string, std::string>> listedKeyboards(std::string lis
             found.emplace_back(fields[1], fields[6]);
     }
     return found;
+}
+
+// Changes one key as udev's hwdb or another tool would, before Keyvane.
+void remap(const std::string& node, unsigned scancode, unsigned keycode) {
+    input_keymap_entry entry{};
+    entry.len = sizeof scancode;
+    std::memcpy(entry.scancode, &scancode, sizeof scancode);
+    entry.keycode = keycode;
+    const int fd = ::open(node.c_str(), O_RDONLY | O_CLOEXEC);
+    check(fd >= 0 && ::ioctl(fd, EVIOCSKEYCODE_V2, &entry) == 0, "remap beforehand on " + node);
+    ::close(fd);
+}
+
+bool installed(const Result& result) {
+    return result.status == 0 && result.out.find("UserKeyMapping") != std::string::npos;
+}
+
+bool says(const Result& result, const std::string& text) {
+    return result.err.find(text) != std::string::npos;
+}
+
+int keymapRecords() {
+    int count = 0;
+    std::error_code error;
+    for (const auto& file : std::filesystem::directory_iterator(stateFolder, error))
+        count += file.path().filename().string().rfind("keymap.", 0) == 0;
+    return count;
 }
 
 bool listed(const std::vector<std::pair<std::string, std::string>>& keyboards,
@@ -354,6 +411,67 @@ int main(int argc, char** argv) {
     }
     check(keymapOf(nodeA) == hidDefault, "keyboard A: whole keymap back to the default");
     check(keymapOf(nodeAt) == atDefault, "AT keyboard: whole keymap back to the default");
+
+    // A remap made beforehand (as hwdb does) is no default to go back to: clearing keeps it, and an
+    // install over it and a clear give it back.
+    remap(nodeA, 0x70039, KEY_LEFTCTRL);
+    remap(nodeAt, 0x3a, KEY_LEFTCTRL);
+    const auto hidBefore = keymapOf(nodeA), atBefore = keymapOf(nodeAt);
+    run({"property", "--set", mapping({})});
+    check(keymapOf(nodeA) == hidBefore && keymapOf(nodeAt) == atBefore,
+          "a remap made beforehand survives clearing");
+    check(installed(run({"property", "--set", mapping({{"39", "29"}, {"04", "05"}})})),
+          "an install over the remapped key");
+    check(a.pressesOf(0x39) == std::vector<int>{KEY_ESC}, "keyboard A: Caps Lock gives Escape");
+    run({"property", "--set", mapping({})});
+    check(keymapOf(nodeA) == hidBefore && keymapOf(nodeAt) == atBefore,
+          "clearing puts the remap made beforehand back, not the default");
+
+    // A logout empties XDG_RUNTIME_DIR; the next launch clears and installs, the user clears.
+    const auto swap = mapping({{"04", "05"}, {"05", "04"}, {"e3", "e7"}});
+    run({"property", "--set", swap});
+    check(a.pressesOf(0x04) == std::vector<int>{KEY_B}, "keyboard A: a gives b");
+    for (const auto& file : std::filesystem::directory_iterator("/run/user/0"))
+        std::filesystem::remove_all(file.path());
+    for (const auto& list : {mapping({}), swap, mapping({})})
+        run({"property", "--set", list});
+    check(keymapOf(nodeA) == hidBefore && keymapOf(nodeAt) == atBefore,
+          "after a logout, AT and HID keyboards are restored exactly");
+
+    // A node whose device is gone, and a blank entry beside a valid one: notes, not failures.
+    ::mknod("/dev/input/event99", S_IFCHR | 0600, makedev(13, 95));
+    const Result stale = run({"property", "--set", mapping({{"39", "29"}})});
+    check(installed(stale) && says(stale, "/dev/input/event99: its device is gone"),
+          "a stale node does not fail the install");
+    ::unlink("/dev/input/event99");
+    const Result blank = run({"property", "--set", mapping({{"", "29"}, {"39", "29"}})});
+    check(installed(blank) && says(blank, "skipping the mapping 0x7000000 -> 0x700000029"),
+          "a blank entry is skipped and the valid one installed");
+    check(b.pressesOf(0x39) == std::vector<int>{KEY_ESC}, "keyboard B: Caps Lock gives Escape");
+
+    // A keyboard whose descriptor stops at usage 0x65 has no F13.
+    UhidKeyboard c;
+    check(c.create(0x3333, BUS_USB, "Keyvane Test Keyboard C", 0x65), "uhid keyboard C created");
+    const std::string nodeC = eventNodeNamed(c.name);
+    c.event = ::open(nodeC.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    const Result partly = run({"property", "--set", mapping({{"39", "29"}, {"68", "29"}})});
+    check(installed(partly) && says(partly, "(Keyvane Test Keyboard C) has no key for usage 0x68"),
+          "F13 is skipped on the keyboard without it");
+    check(c.pressesOf(0x39) == std::vector<int>{KEY_ESC}, "keyboard C: Caps Lock gives Escape");
+    check(a.pressesOf(0x68) == std::vector<int>{KEY_ESC}, "keyboard A: F13 gives Escape");
+    ::close(c.event);
+    ::close(c.fd);  // unplugged: its record is of no use any more
+    for (int attempt = 0; attempt < 100 && std::filesystem::exists(nodeC); ++attempt)
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    run({"property", "--set", mapping({})});
+    check(keymapRecords() == 0, "no record is left, not even of the keyboard unplugged");
+
+    // Killed right after its first key change, an install is undone by the next clear.
+    const Result killed = run({"property", "--set", swap}, {"KEYVANE_TEST_KILL_AFTER_CHANGES=1"});
+    check(killed.status == -1 && keymapOf(nodeAt) != atBefore, "install killed after one change");
+    run({"property", "--set", mapping({})});
+    check(keymapOf(nodeA) == hidBefore && keymapOf(nodeAt) == atBefore,
+          "the next clear undoes the killed install");
 
     std::printf("%s%s\n", doneMarker, failures == 0 ? "ok" : "failed");
     std::fflush(stdout);

@@ -1,0 +1,68 @@
+#include "platform/UdevInputMonitor.h"
+
+#include <libudev.h>
+
+#include <QSocketNotifier>
+#include <cstring>
+#include <iostream>
+#include <optional>
+
+namespace keyvane {
+namespace {
+
+std::optional<InputDeviceEvent::Action> actionOf(const char* action) {
+    using Action = InputDeviceEvent::Action;
+    if (!action)
+        return std::nullopt;
+    if (std::strcmp(action, "add") == 0)
+        return Action::Add;
+    // udev runs its rules again, hwdb's keymap among them: "udevadm trigger", an hwdb update.
+    if (std::strcmp(action, "change") == 0)
+        return Action::Change;
+    if (std::strcmp(action, "remove") == 0)
+        return Action::Remove;
+    return std::nullopt;
+}
+
+bool isEventNode(udev_device* device) {
+    const char* name = udev_device_get_sysname(device);
+    return udev_device_get_devnode(device) && name && std::strncmp(name, "event", 5) == 0;
+}
+
+}  // namespace
+
+UdevInputMonitor::UdevInputMonitor(QObject* parent) : InputDeviceMonitor(parent) {
+    udev_ = udev_new();
+    monitor_ = udev_ ? udev_monitor_new_from_netlink(udev_, "udev") : nullptr;
+    if (!monitor_ ||
+        udev_monitor_filter_add_match_subsystem_devtype(monitor_, "input", nullptr) < 0 ||
+        udev_monitor_enable_receiving(monitor_) < 0) {
+        std::cerr << "keyvane: cannot follow udev's monitor of input devices" << std::endl;
+        return;
+    }
+    notifier_ = new QSocketNotifier(udev_monitor_get_fd(monitor_), QSocketNotifier::Read, this);
+    connect(notifier_, &QSocketNotifier::activated, this, &UdevInputMonitor::readEvents);
+}
+
+UdevInputMonitor::~UdevInputMonitor() {
+    delete notifier_;
+    if (monitor_)
+        udev_monitor_unref(monitor_);
+    if (udev_)
+        udev_unref(udev_);
+}
+
+void UdevInputMonitor::readEvents() {
+    // The socket does not block: a null device means everything waiting has been read.
+    while (udev_device* device = udev_monitor_receive_device(monitor_)) {
+        const auto action = actionOf(udev_device_get_action(device));
+        if (action && isEventNode(device)) {
+            const char* keyboard = udev_device_get_property_value(device, "ID_INPUT_KEYBOARD");
+            emit deviceEvent({*action, udev_device_get_devnode(device),
+                              keyboard && std::strcmp(keyboard, "1") == 0});
+        }
+        udev_device_unref(device);
+    }
+}
+
+}  // namespace keyvane

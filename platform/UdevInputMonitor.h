@@ -1,0 +1,29 @@
+#pragma once
+
+#include "platform/InputDeviceMonitor.h"
+
+class QSocketNotifier;
+struct udev;
+struct udev_monitor;
+
+namespace keyvane {
+
+// Follows udev's own monitor (libudev), which passes a device on after its rules ran. Keyboards are
+// the event nodes that udev's input_id marks ID_INPUT_KEYBOARD.
+class UdevInputMonitor : public InputDeviceMonitor {
+    Q_OBJECT
+  public:
+    explicit UdevInputMonitor(QObject* parent = nullptr);
+    ~UdevInputMonitor() override;
+
+    bool isMonitoring() const override { return notifier_ != nullptr; }
+
+  private:
+    void readEvents();
+
+    udev* udev_ = nullptr;
+    udev_monitor* monitor_ = nullptr;
+    QSocketNotifier* notifier_ = nullptr;
+};
+
+}  // namespace keyvane
