@@ -156,22 +156,68 @@ TEST_F(LaunchTest, LoginLaunchWithAStoredListOfTheWrongShapeInstallsNothing) {
     EXPECT_TRUE(alerts.drain().empty());
 }
 
-TEST_F(LaunchTest, ASecondStartReopensTheWindowOfTheRunningCopyAndEnds) {
+// A second start shows the window of the copy that runs (also from a console without a display,
+// and also when the window was minimised) and ends; one that cannot reach it says why and fails.
+TEST_F(LaunchTest, ASecondStartReopensTheWindowOfTheRunningCopyOrSaysWhyItCannot) {
+    const QStringList noDisplay = {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"};
+    const QString noBus = "unix:path=/nonexistent/keyvane-test-bus";
+    const struct {
+        QStringList unset;
+        QString busAddress;
+        int exitCode;
+        const char* says;
+    } starts[] = {
+        {{}, noBus, 1, "already runs for this user, outside this session's message bus"},
+        {noDisplay, noBus, 1, "needs a graphical session to show its window"},
+        {noDisplay, {}, 0, "the running Keyvane was asked to show its window"},
+        {{}, {}, 0, ""},
+    };
     auto app = launch();
     QMainWindow* window = app->mainVC().MainWin();
-    window->close();
-
-    QProcess second;
-    second.setProcessChannelMode(QProcess::ForwardedChannels);
-    second.start(KEYVANE_PATH, {});
-    ASSERT_TRUE(QTest::qWaitFor([&] { return second.state() == QProcess::NotRunning; }, 20000));
-    EXPECT_EQ(second.exitStatus(), QProcess::NormalExit);
-    EXPECT_EQ(second.exitCode(), 0);
+    for (const auto& start : starts) {
+        window->showMinimized();
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        for (const QString& variable : start.unset)
+            environment.remove(variable);
+        if (!start.busAddress.isEmpty())
+            environment.insert("DBUS_SESSION_BUS_ADDRESS", start.busAddress);
+        QProcess second;
+        second.setProcessEnvironment(environment);
+        second.start(KEYVANE_PATH, {});
+        ASSERT_TRUE(QTest::qWaitFor([&] { return second.state() == QProcess::NotRunning; }, 20000));
+        const std::string said = second.readAllStandardError().toStdString();
+        EXPECT_EQ(second.exitStatus(), QProcess::NormalExit) << said;
+        EXPECT_EQ(second.exitCode(), start.exitCode) << said;
+        EXPECT_NE(said.find(start.says), std::string::npos) << said;
+        EXPECT_EQ(window->isMinimized(), start.exitCode != 0) << said;
+    }
     EXPECT_TRUE(window->isVisible());
     EXPECT_TRUE(mainWindowShown);
-    EXPECT_EQ(activationPolicy(), ActivationPolicy::Regular);
-    // The second process never got as far as installing anything.
+    // The second processes never got as far as installing anything.
     EXPECT_EQ(hidutil.calls().size(), 3u);
+}
+
+// What cannot be read or saved, the user is told once, with the file's path.
+TEST_F(LaunchTest, UnreadableOrUnsavableSettingsAreShownInAnAlert) {
+    const std::filesystem::path file = UserDefaults::standardPath();
+    std::ofstream(file) << "{not json";
+    auto app = launch();
+    std::vector<testing::AlertAnswerer::Seen> seen = alerts.drain();
+    ASSERT_EQ(seen.size(), 1u);
+    EXPECT_EQ(seen[0].text, "Your settings could not be read");
+    EXPECT_TRUE(seen[0].informativeText.contains(QString::fromStdString(file.string())));
+    EXPECT_TRUE(seen[0].informativeText.contains(".corrupt-"));
+    EXPECT_TRUE(app->mainVC().rowCount() == 0);
+    app.reset();
+
+    std::filesystem::remove_all(file.parent_path());
+    std::ofstream(file.parent_path()) << "a file where the settings folder belongs";
+    app = launch();
+    MappingStore::saveKeyboardId("0x27e");
+    seen = alerts.drain();
+    ASSERT_EQ(seen.size(), 1u);
+    EXPECT_EQ(seen[0].text, "Your settings could not be saved");
+    EXPECT_TRUE(seen[0].informativeText.contains(QString::fromStdString(file.string())));
 }
 
 TEST(LaunchWithoutBus, StartsAsANormalLaunchAndSaysSo) {
