@@ -90,7 +90,7 @@ class MainVCTest : public ::testing::Test {
     std::unique_ptr<MainVC> vc;
 };
 
-TEST_F(MainVCTest, FirstLaunchShowsTheHintAndOnlyClears) {
+TEST_F(MainVCTest, FirstLaunchShowsTheHintAStoredListIsShownRemovalStoresThenInstalls) {
     load();
     EXPECT_EQ(currentMainVC, vc.get());
     EXPECT_EQ(column(0), std::vector<std::string>{});
@@ -103,9 +103,8 @@ TEST_F(MainVCTest, FirstLaunchShowsTheHintAndOnlyClears) {
     vc->MainWin()->close();
     EXPECT_FALSE(mainWindowShown);
     EXPECT_EQ(activationPolicy(), ActivationPolicy::Accessory);
-}
 
-TEST_F(MainVCTest, StoredListIsShownInOrderAndRemovalStoresThenInstalls) {
+    // A stored list, shown in order; removal stores, then installs.
     keyMappings = threeRecords;
     MappingStore::saveMappings();
     MappingStore::saveApplyAtLogin(true);
@@ -142,7 +141,7 @@ TEST_F(MainVCTest, StoredListIsShownInOrderAndRemovalStoresThenInstalls) {
     EXPECT_FALSE(outlet<QLabel>("startLabel")->isVisible());
 }
 
-TEST_F(MainVCTest, AddPresentsTheCaptureWindowModallyAndTheKeyboardReachesBothSegments) {
+TEST_F(MainVCTest, AddPresentsTheCaptureWindowModallyAndDeleteRemoves) {
     keyMappings = threeRecords;
     MappingStore::saveMappings();
     load();
@@ -158,23 +157,9 @@ TEST_F(MainVCTest, AddPresentsTheCaptureWindowModallyAndTheKeyboardReachesBothSe
     capture->cancelClick();
 
     activateMainWindow();
-    QTest::keyClick(vc->MainWin(), Qt::Key_N, Qt::ControlModifier);
-    EXPECT_NE(vc->presentedKeyboardVC(), capture);
-    EXPECT_EQ(currentKeyboardVC, vc->presentedKeyboardVC());
-    vc->presentedKeyboardVC()->cancelClick();
-
-    activateMainWindow();
     outlet<QTableView>("tableView")->selectRow(1);
     QTest::keyClick(outlet<QTableView>("tableView"), Qt::Key_Delete);
     EXPECT_EQ(column(0), (std::vector<std::string>{"Caps Lock", "Tab"}));
-}
-
-TEST_F(MainVCTest, RecordWithoutAColumnKeyShowsAnEmptyCell) {
-    keyMappings = {{{"originalId", "39"}, {"remapped", "Escape"}}};
-    MappingStore::saveMappings();
-    load();
-    EXPECT_EQ(column(0), std::vector<std::string>{""});
-    EXPECT_EQ(column(1), std::vector<std::string>{"Escape"});
 }
 
 TEST_F(MainVCTest, OnlyAChoiceFromTheOpenedListChangesTheKeyboard) {
@@ -182,15 +167,8 @@ TEST_F(MainVCTest, OnlyAChoiceFromTheOpenedListChangesTheKeyboard) {
     keyMappings = threeRecords;
     MappingStore::saveMappings();
 
-    vc = std::make_unique<MainVC>();
+    load();
     auto* popup = outlet<QComboBox>("keyboardPopup");
-    popup->addItem("USB", "0x27e");
-    vc->keyboardPopupChanged(popup);  // before the view has loaded: nothing stored
-    EXPECT_FALSE(MappingStore::loadKeyboardId().has_value());
-    popup->clear();
-
-    vc->viewDidLoad();
-    vc->MainWin()->show();
     activateMainWindow();
     hidutil.clearCalls();
     popup->setFocus();
@@ -246,17 +224,10 @@ TEST_F(MainVCTest, BothQuitsEndTheApplicationOnlyTheButtonClearsTheSystem) {
     MappingStore::saveMappings();
     load();
     const std::string storedBefore = storedList();
-    EXPECT_NE(QAccessible::queryAccessibleInterface(outlet<QWidget>("quitBtn"))
-                  ->text(QAccessible::Name)
-                  .indexOf("Quit and restore keys"),
-              -1);
-    EXPECT_NE(outlet<QMenu>("fileMenu")
-                  ->actions()
-                  .last()
-                  ->toolTip()
-                  .indexOf("leave your mappings "
-                           "installed"),
-              -1);
+    EXPECT_TRUE(QAccessible::queryAccessibleInterface(outlet<QWidget>("quitBtn"))
+                    ->text(QAccessible::Name)
+                    .contains("Quit and restore keys"));
+    EXPECT_TRUE(outlet<QMenu>("fileMenu")->actions().last()->toolTip().contains("leave your"));
 
     const std::pair<std::function<void()>, Calls> quits[] = {
         {[this] { QTest::mouseClick(outlet<QWidget>("quitBtn"), Qt::LeftButton); },
