@@ -61,8 +61,11 @@ bool AppDelegate::isLoginLaunch() const {
     return session_bus::isRunning(bundle::launcherIdentifier);
 }
 
+// A minimised window is on screen only as an entry in the task bar: bring it back as it was before
+// (normal or maximised) and in front.
 void AppDelegate::showMainWindow() {
     QMainWindow* window = currentMainVC->MainWin();
+    window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
     window->show();
     window->raise();
     window->activateWindow();

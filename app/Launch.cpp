@@ -4,6 +4,7 @@
 #include <QMainWindow>
 #include <iostream>
 
+#include "app/SettingsAlerts.h"
 #include "platform/Bundle.h"
 #include "ui/main/MainVC.h"
 
@@ -15,23 +16,19 @@ Launch::~Launch() = default;
 
 Launch::Outcome Launch::start() {
     switch (instance_.claim(bundle::appIdentifier)) {
-        case SingleInstance::Claim::AlreadyRunning: {
-            std::string error;
-            if (SingleInstance::askToReopen(bundle::appIdentifier, error))
-                return Outcome::HandedToRunningCopy;
-            std::cerr << "keyvane: Keyvane already runs but does not answer: " << error
-                      << std::endl;
-            return Outcome::RunningCopyDidNotAnswer;
-        }
+        case SingleInstance::Claim::AlreadyRunning:
+            return askRunningCopyToReopen();
+        case SingleInstance::Claim::RunningOutOfReach:
+            std::cerr << outOfReachMessage << std::endl;
+            return Outcome::RunningOutOfReach;
         case SingleInstance::Claim::NoBus:
-            std::cerr << "keyvane: no session bus; starting as a normal launch (a second start "
-                         "will not find this one, and the login helper cannot be told to quit)"
-                      << std::endl;
+            std::cerr << noBusMessage << std::endl;
             break;
         case SingleInstance::Claim::First:
             break;
     }
 
+    alertOnSettingsProblems();
     QApplication::setQuitOnLastWindowClosed(
         delegate_.applicationShouldTerminateAfterLastWindowClosed());
     mainVC_ = std::make_unique<MainVC>();
@@ -42,6 +39,14 @@ Launch::Outcome Launch::start() {
     });
     delegate_.applicationDidFinishLaunching();
     return Outcome::Running;
+}
+
+Launch::Outcome Launch::askRunningCopyToReopen() {
+    std::string error;
+    if (SingleInstance::askToReopen(bundle::appIdentifier, error))
+        return Outcome::HandedToRunningCopy;
+    std::cerr << notAnsweringMessage << error << std::endl;
+    return Outcome::RunningCopyDidNotAnswer;
 }
 
 }  // namespace keyvane

@@ -9,7 +9,7 @@ namespace keyvane {
 
 class MainVC;
 
-// What the program entry starts, in order: the one copy of the application in this session, the
+// What the program entry starts, in order: the one copy of the application for this user, the
 // main window with its controller (whose view loads at once), the delegate, and the launch.
 class Launch {
   public:
@@ -17,12 +17,25 @@ class Launch {
         Running,                  // this process is the application; run the event loop
         HandedToRunningCopy,      // another copy runs and was asked to show its window
         RunningCopyDidNotAnswer,  // another copy holds the name but did not answer
+        RunningOutOfReach,        // another copy runs, but not on this session bus
     };
+
+    static constexpr const char* notAnsweringMessage =
+        "keyvane: Keyvane already runs but does not answer: ";
+    static constexpr const char* outOfReachMessage =
+        "keyvane: Keyvane already runs for this user, outside this session's message bus, so it "
+        "cannot be asked to show its window from here; this start ends. Use the window of the "
+        "running copy, or end it first.";
+    static constexpr const char* noBusMessage =
+        "keyvane: no session bus; starting as a normal launch (a second start cannot ask this one "
+        "to show its window, and the login helper cannot be told to quit)";
 
     explicit Launch(LifecycleSettings settings = LifecycleSettings());
     ~Launch();
 
     Outcome start();
+    // Asks the copy that runs on this session bus to show its window.
+    static Outcome askRunningCopyToReopen();
 
     MainVC& mainVC() const { return *mainVC_; }
     AppDelegate& delegate() { return delegate_; }

@@ -1,10 +1,60 @@
 #include <QApplication>
 #include <QIcon>
+#include <cstdlib>
+#include <iostream>
 
 #include "app/Launch.h"
 #include "platform/Bundle.h"
+#include "platform/SessionBus.h"
 
 namespace {
+
+constexpr const char* noDisplayMessage =
+    "keyvane: Keyvane needs a graphical session to show its window, and this one has none: "
+    "neither DISPLAY (X11) nor WAYLAND_DISPLAY (Wayland) is set. Start it from your desktop, or "
+    "set one of them.";
+constexpr const char* reopenedFromConsoleMessage =
+    "keyvane: no graphical session here; the running Keyvane was asked to show its window";
+constexpr const char* displayUnreachableMessage =
+    "keyvane: Keyvane cannot open its window: the graphical session it was given does not answer "
+    "(DISPLAY=";
+
+// Qt brings up its display itself when QT_QPA_PLATFORM names one (offscreen, vnc, ...); otherwise
+// it needs an X11 or Wayland session.
+bool hasGraphicalSession() {
+    for (const char* variable : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"}) {
+        if (!qEnvironmentVariableIsEmpty(variable))
+            return true;
+    }
+    return false;
+}
+
+// A console cannot show the window, but it can still ask the copy that runs on the desktop (on the
+// same session bus) to show its own. Ends with 0 when that copy answered, 1 otherwise.
+int startWithoutGraphicalSession(int argc, char** argv) {
+    QCoreApplication application(argc, argv);
+    if (keyvane::session_bus::isRunning(keyvane::bundle::appIdentifier) &&
+        keyvane::Launch::askRunningCopyToReopen() ==
+            keyvane::Launch::Outcome::HandedToRunningCopy) {
+        std::cerr << reopenedFromConsoleMessage << std::endl;
+        return 0;
+    }
+    std::cerr << noDisplayMessage << std::endl;
+    return 1;
+}
+
+// A display that is named but does not answer (a stale DISPLAY, an ended session) makes Qt abort
+// with advice to reinstall; say instead what is wrong, and end with 1.
+void exitOnDisplayFailure(QtMsgType type, const QMessageLogContext&, const QString& message) {
+    if (type != QtFatalMsg) {
+        std::cerr << message.toStdString() << std::endl;
+        return;
+    }
+    std::cerr << displayUnreachableMessage << qgetenv("DISPLAY").toStdString()
+              << ", WAYLAND_DISPLAY=" << qgetenv("WAYLAND_DISPLAY").toStdString() << ")."
+              << std::endl;
+    std::_Exit(1);
+}
 
 // hidutil is installed beside keyvane. Its folder goes at the end of PATH, so that a hidutil found
 // earlier (a test double, or one the user prefers) still wins.
@@ -18,7 +68,12 @@ void appendProgramFolderToPath() {
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (!hasGraphicalSession())
+        return startWithoutGraphicalSession(argc, argv);
+
+    QtMessageHandler previousHandler = qInstallMessageHandler(exitOnDisplayFailure);
     QApplication application(argc, argv);
+    qInstallMessageHandler(previousHandler);
     QApplication::setApplicationName("Keyvane");
     QApplication::setDesktopFileName(keyvane::bundle::appIdentifier);
     QApplication::setWindowIcon(QIcon::fromTheme(keyvane::bundle::appIdentifier));
@@ -29,6 +84,7 @@ int main(int argc, char** argv) {
         case keyvane::Launch::Outcome::HandedToRunningCopy:
             return 0;
         case keyvane::Launch::Outcome::RunningCopyDidNotAnswer:
+        case keyvane::Launch::Outcome::RunningOutOfReach:
             return 1;
         case keyvane::Launch::Outcome::Running:
             break;

@@ -1,18 +1,35 @@
 #include "platform/Alert.h"
 
+#include <QGridLayout>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QSpacerItem>
 #include <utility>
 
 #include "platform/MainQueue.h"
 
 namespace keyvane {
+namespace {
+
+// A message box is only as wide as its text, so a short alert got a title bar too narrow for
+// "Keyvane" and no picture telling what kind of message it is.
+void setUp(QMessageBox& box, QMessageBox::Icon icon, const std::string& title,
+           const std::string& text) {
+    constexpr int minimumWidth = 440;
+    box.setIcon(icon);
+    box.setText(QString::fromStdString(title));
+    box.setInformativeText(QString::fromStdString(text));
+    if (auto* grid = qobject_cast<QGridLayout*>(box.layout()))
+        grid->addItem(new QSpacerItem(minimumWidth, 0, QSizePolicy::Minimum), grid->rowCount(), 0,
+                      1, grid->columnCount());
+}
+
+}  // namespace
 
 void showAlert(const std::string& text, const std::string& title, std::function<void()> then) {
     MainQueue::async([text, title, then = std::move(then)] {
         QMessageBox box;
-        box.setText(QString::fromStdString(title));
-        box.setInformativeText(QString::fromStdString(text));
+        setUp(box, QMessageBox::Warning, title, text);  // every alert of this kind is a failure
         box.setStandardButtons(QMessageBox::Ok);
         box.setDefaultButton(QMessageBox::Ok);
         box.exec();
@@ -24,8 +41,7 @@ void showAlert(const std::string& text, const std::string& title, std::function<
 int runModalAlert(const std::string& title, const std::string& text,
                   const std::vector<std::string>& buttons) {
     QMessageBox box;
-    box.setText(QString::fromStdString(title));
-    box.setInformativeText(QString::fromStdString(text));
+    setUp(box, QMessageBox::Information, title, text);
     std::vector<QPushButton*> added;
     for (std::size_t i = 0; i < buttons.size(); ++i) {
         // Only the first button accepts; none rejects, so Escape and closing the window pick no

@@ -1,7 +1,15 @@
 #include "platform/SingleInstance.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
 
 #include "platform/SessionBus.h"
 
@@ -11,20 +19,54 @@ namespace {
 // A copy that holds the name but does not answer within this time is taken to hang.
 constexpr int reopenTimeoutMs = 5000;
 
+// The runtime folder is the user's own and local to this machine (a home folder may be shared
+// between machines, each of which needs its own copy). Without one, the shared temporary folder,
+// with the user's id in the name.
+std::filesystem::path lockPath(const std::string& identifier) {
+    const char* runtimeDir = std::getenv("XDG_RUNTIME_DIR");
+    if (runtimeDir && *runtimeDir)
+        return std::filesystem::path(runtimeDir) / (identifier + ".lock");
+    return std::filesystem::temp_directory_path() /
+           (identifier + "-" + std::to_string(::getuid()) + ".lock");
+}
+
 }  // namespace
 
 SingleInstance::SingleInstance(QObject* parent) : QObject(parent) {}
 
+SingleInstance::~SingleInstance() {
+    if (lockFile_ >= 0)
+        ::close(lockFile_);
+}
+
 SingleInstance::Claim SingleInstance::claim(const std::string& identifier) {
     QDBusConnection bus = QDBusConnection::sessionBus();
-    if (!bus.isConnected())
-        return Claim::NoBus;
-    // The object comes before the name, so whoever sees the name can call it.
-    bus.registerObject(path, this, QDBusConnection::ExportScriptableSlots);
-    if (session_bus::claimName(identifier))
-        return Claim::First;
-    bus.unregisterObject(path);
-    return Claim::AlreadyRunning;
+    if (bus.isConnected()) {
+        // The object comes before the name, so whoever sees the name can call it.
+        bus.registerObject(path, this, QDBusConnection::ExportScriptableSlots);
+        if (!session_bus::claimName(identifier)) {
+            bus.unregisterObject(path);
+            return Claim::AlreadyRunning;
+        }
+    }
+    if (!lock(identifier))
+        return Claim::RunningOutOfReach;
+    return bus.isConnected() ? Claim::First : Claim::NoBus;
+}
+
+// The kernel drops the lock when the process ends, however it ends, so no stale lock is left.
+bool SingleInstance::lock(const std::string& identifier) {
+    const std::filesystem::path file = lockPath(identifier);
+    // Not inherited by the commands the application runs, which may outlive it.
+    lockFile_ = ::open(file.c_str(), O_RDONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (lockFile_ < 0) {
+        std::cerr << "keyvane: cannot open " << file.string()
+                  << "; a second copy of Keyvane for this user would not be noticed" << std::endl;
+        return true;
+    }
+    if (::flock(lockFile_, LOCK_EX | LOCK_NB) == 0)
+        return true;
+    return errno != EWOULDBLOCK;  // a file system without locks cannot tell either
 }
 
 bool SingleInstance::askToReopen(const std::string& identifier, std::string& error) {

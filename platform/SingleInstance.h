@@ -5,9 +5,11 @@
 
 namespace keyvane {
 
-// One copy of the application per desktop session. The first copy owns the application's bundle
-// identifier on the session bus and answers "Reopen" calls there; a copy started later finds the
-// name taken, asks the first one to reopen, and ends.
+// One copy of the application per user. The first copy owns the application's bundle identifier
+// on the session bus and answers "Reopen" calls there; a copy started later finds the name taken,
+// asks the first one to reopen, and ends. Beside the name, every copy holds a lock file in the
+// user's runtime folder, so that copies that share no bus (or have none) still meet: two copies
+// would overwrite each other's settings.
 class SingleInstance : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "app.keyvane.Application")
@@ -16,12 +18,14 @@ class SingleInstance : public QObject {
     static constexpr const char* interface = "app.keyvane.Application";
 
     enum class Claim {
-        First,           // this process is the one copy; reopen requests reach it
-        AlreadyRunning,  // another process holds the name
-        NoBus,           // no session bus: nobody can tell, so this process goes on alone
+        First,              // this process is the one copy; reopen requests reach it
+        AlreadyRunning,     // another process holds the name
+        NoBus,              // the one copy, but without a session bus nobody can ask it to reopen
+        RunningOutOfReach,  // another copy holds the lock, but not on this session bus
     };
 
     explicit SingleInstance(QObject* parent = nullptr);
+    ~SingleInstance() override;
 
     Claim claim(const std::string& identifier);
 
@@ -35,6 +39,11 @@ class SingleInstance : public QObject {
 
   signals:
     void reopenRequested();
+
+  private:
+    bool lock(const std::string& identifier);
+
+    int lockFile_ = -1;
 };
 
 }  // namespace keyvane

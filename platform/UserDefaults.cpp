@@ -90,7 +90,21 @@ std::string utcTimestamp() {
     return text;
 }
 
+std::function<void(const UserDefaults::Problem&)>& problemHandler() {
+    static std::function<void(const UserDefaults::Problem&)> handler;
+    return handler;
+}
+
+void report(const UserDefaults::Problem& problem) {
+    if (problemHandler())
+        problemHandler()(problem);
+}
+
 }  // namespace
+
+void UserDefaults::setProblemHandler(std::function<void(const Problem&)> handler) {
+    problemHandler() = std::move(handler);
+}
 
 UserDefaults::UserDefaults(std::filesystem::path file) : file_(std::move(file)) {}
 
@@ -133,20 +147,17 @@ const DefaultsDictionary& UserDefaults::contents() {
         QJsonDocument::fromJson(QByteArray::fromStdString(bytes.str()), &parseError);
     if (in.bad() || !in.is_open() || !document.isObject()) {
         corrupt_ = true;
-        std::string reason = !in.is_open() ? "it cannot be opened"
+        moveCorruptFileAside(!in.is_open() ? "it cannot be opened"
                              : parseError.error != QJsonParseError::NoError
                                  ? parseError.errorString().toStdString()
-                                 : "it does not hold a JSON object";
-        std::cerr << "keyvane: the settings in " << file_.string() << " cannot be read (" << reason
-                  << "); using empty settings. The file will be kept aside before the next save."
-                  << std::endl;
+                                 : "it does not hold a JSON object");
         return contents_;
     }
     contents_ = fromJsonObject(document.object());
     return contents_;
 }
 
-void UserDefaults::moveCorruptFileAside() {
+void UserDefaults::moveCorruptFileAside(const std::string& reason) {
     std::filesystem::path aside = file_;
     aside += ".corrupt-" + utcTimestamp();
     for (int n = 1; std::filesystem::exists(aside); ++n) {
@@ -155,13 +166,25 @@ void UserDefaults::moveCorruptFileAside() {
     }
     std::error_code ec;
     std::filesystem::rename(file_, aside, ec);
+    std::cerr << "keyvane: the settings in " << file_.string() << " cannot be read (" << reason
+              << "); using empty settings. ";
     if (ec) {
-        std::cerr << "keyvane: cannot move " << file_.string() << " aside: " << ec.message()
-                  << std::endl;
+        std::cerr << "The file cannot be moved aside (" << ec.message()
+                  << "), so no settings will be saved." << std::endl;
+        report({Problem::Kind::Unreadable, file_, {}, reason});
         return;
     }
-    std::cerr << "keyvane: the unreadable settings were kept as " << aside.string() << std::endl;
+    std::cerr << "The unreadable file was kept as " << aside.string() << "." << std::endl;
     corrupt_ = false;
+    loadedStamp_ = stampOfFile();
+    report({Problem::Kind::Unreadable, file_, aside, reason});
+}
+
+void UserDefaults::reportNotSaved(const std::string& reason) {
+    std::cerr << "keyvane: settings not saved to " << file_.string() << ": " << reason << std::endl;
+    if (!saveFailing_)
+        report({Problem::Kind::NotSaved, file_, {}, reason});
+    saveFailing_ = true;
 }
 
 const DefaultsValue* UserDefaults::objectForKey(const std::string& key) {
@@ -202,19 +225,21 @@ std::int64_t UserDefaults::integerForKey(const std::string& key) {
 
 void UserDefaults::setObject(const std::string& key, DefaultsValue value) {
     contents();
-    if (corrupt_)
-        moveCorruptFileAside();
-    if (corrupt_)
-        return;  // the unreadable file stays untouched until it can be kept aside
+    if (corrupt_) {
+        // The unreadable file stays untouched: it could not be kept aside.
+        reportNotSaved("the unreadable settings file is still in the way");
+        return;
+    }
 
     contents_[key] = std::move(value);
     QByteArray json = QJsonDocument(toJsonObject(contents_)).toJson(QJsonDocument::Indented);
     std::string error;
     if (!replaceFileAtomically(file_, std::string_view(json.constData(), json.size()), error)) {
-        std::cerr << "keyvane: settings not saved: " << error << std::endl;
+        reportNotSaved(error);
         loadedStamp_.reset();  // the next read shows what the file really holds
         return;
     }
+    saveFailing_ = false;
     loadedStamp_ = stampOfFile();
 }
 

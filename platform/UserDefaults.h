@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -15,9 +16,23 @@ using StringDictionary = std::map<std::string, std::string>;
 
 // The user's settings: one JSON object in a file. Every write replaces the whole file atomically,
 // so a crash leaves either the old or the new file. A file that cannot be parsed reads as empty and
-// is moved aside, never overwritten, before the next write.
+// is moved aside at once, never overwritten; while it cannot be moved, nothing is written.
 class UserDefaults {
   public:
+    // What went wrong with the file, for whoever tells the user.
+    struct Problem {
+        enum class Kind {
+            Unreadable,  // read as empty; `keptAs` names where the file was moved, if it could be
+            NotSaved,    // a write failed; reported once, again only after a write has succeeded
+        };
+        Kind kind;
+        std::filesystem::path file;
+        std::filesystem::path keptAs;
+        std::string reason;
+    };
+    // Receives every problem of every UserDefaults (also written to standard error); main thread.
+    static void setProblemHandler(std::function<void(const Problem&)> handler);
+
     explicit UserDefaults(std::filesystem::path file);
 
     // The defaults of this user: $XDG_CONFIG_HOME/keyvane/defaults.json (~/.config without it).
@@ -54,12 +69,14 @@ class UserDefaults {
 
     const DefaultsDictionary& contents();
     FileStamp stampOfFile() const;
-    void moveCorruptFileAside();
+    void moveCorruptFileAside(const std::string& reason);
+    void reportNotSaved(const std::string& reason);
 
     std::filesystem::path file_;
     DefaultsDictionary contents_;
     std::optional<FileStamp> loadedStamp_;
     bool corrupt_ = false;
+    bool saveFailing_ = false;
 };
 
 }  // namespace keyvane

@@ -99,7 +99,7 @@ class LaunchTest : public ::testing::Test {
     testing::FakeInputDeviceMonitor* devices = nullptr;
 };
 
-TEST_F(LaunchTest, NormalLaunchShowsTheWindowInstallsOnceAndCountsTheLaunch) {
+TEST_F(LaunchTest, NormalThenLoginLaunchShowOrHideTheWindowInstallAndCountTheLaunches) {
     auto app = launch();
     settle();
     QMainWindow* window = app->mainVC().MainWin();
@@ -122,59 +122,89 @@ TEST_F(LaunchTest, NormalLaunchShowsTheWindowInstallsOnceAndCountsTheLaunch) {
     QTimer::singleShot(300, [] { QCoreApplication::exit(7); });
     EXPECT_EQ(QCoreApplication::exec(), 7);
 
-    // A second launch is no first launch; its title has the version once.
+    // A second launch, this time by the login helper, is no first launch: it tells the helper to
+    // quit, installs twice in all, stays hidden, and its title has the version once.
     const std::size_t reportsSoFar = server.requests().size();
     app.reset();
-    app = launch();
-    EXPECT_EQ(app->mainVC().MainWin()->windowTitle().toStdString(), "Keyvane " + SCL::appVersion());
-    EXPECT_EQ(UserDefaults::standard().integerForKey("launchcount"), 2);
-    ASSERT_TRUE(server.waitForRequests(reportsSoFar + 4));
-    settle();
-    EXPECT_EQ(reportsOf("First%20launch"), 1);
-}
-
-TEST_F(LaunchTest, LoginLaunchTellsTheHelperToQuitInstallsTwiceAndStaysHidden) {
+    hidutil.clearCalls();
     other.holdName("app.keyvane.KeyvaneLauncher");
-    auto app = launch();
-    settle();
+    app = launch();
     EXPECT_FALSE(app->mainVC().MainWin()->isVisible());
-    EXPECT_FALSE(mainWindowShown);
     EXPECT_EQ(activationPolicy(), ActivationPolicy::Accessory);
-    EXPECT_EQ(other.notifications, (std::vector<std::pair<std::string, std::string>>{
-                                       {"killLauncher", "app.keyvane.Keyvane"}}));
+    EXPECT_EQ(app->mainVC().MainWin()->windowTitle().toStdString(), "Keyvane " + SCL::appVersion());
     EXPECT_EQ(
         hidutil.calls(),
         (Calls{FakeHidutil::clearingCall(), FakeHidutil::installCall(capsLockToEscape), listCall,
                FakeHidutil::clearingCall(), FakeHidutil::installCall(capsLockToEscape)}));
-    EXPECT_EQ(app->mainVC().MainWin()->windowTitle().toStdString(), "Keyvane " + SCL::appVersion());
-}
-
-TEST_F(LaunchTest, LoginLaunchWithAStoredListOfTheWrongShapeInstallsNothing) {
-    UserDefaults::standard().setString("keydata2", "not a list");
-    other.holdName("app.keyvane.KeyvaneLauncher");
-    auto app = launch();
+    EXPECT_EQ(UserDefaults::standard().integerForKey("launchcount"), 2);
+    ASSERT_TRUE(server.waitForRequests(reportsSoFar + 4));
     settle();
-    EXPECT_EQ(hidutil.calls(),
-              (Calls{FakeHidutil::clearingCall(), listCall, FakeHidutil::clearingCall()}));
-    EXPECT_TRUE(alerts.drain().empty());
+    EXPECT_EQ(reportsOf("First%20launch"), 1);
+    EXPECT_EQ(other.notifications, (std::vector<std::pair<std::string, std::string>>{
+                                       {"killLauncher", "app.keyvane.Keyvane"}}));
 }
 
-TEST_F(LaunchTest, ASecondStartReopensTheWindowOfTheRunningCopyAndEnds) {
+// A second start shows the window of the copy that runs (also from a console without a display,
+// and also when the window was minimised) and ends; one that cannot reach it says why and fails.
+TEST_F(LaunchTest, ASecondStartReopensTheWindowOfTheRunningCopyOrSaysWhyItCannot) {
+    const QStringList noDisplay = {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"};
+    const QString noBus = "unix:path=/nonexistent/keyvane-test-bus";
+    const struct {
+        QStringList unset;
+        QString busAddress;
+        int exitCode;
+        const char* says;
+    } starts[] = {
+        {{}, noBus, 1, "already runs for this user, outside this session's message bus"},
+        {noDisplay, noBus, 1, "needs a graphical session to show its window"},
+        {noDisplay, {}, 0, "the running Keyvane was asked to show its window"},
+        {{}, {}, 0, ""},
+    };
     auto app = launch();
     QMainWindow* window = app->mainVC().MainWin();
-    window->close();
-
-    QProcess second;
-    second.setProcessChannelMode(QProcess::ForwardedChannels);
-    second.start(KEYVANE_PATH, {});
-    ASSERT_TRUE(QTest::qWaitFor([&] { return second.state() == QProcess::NotRunning; }, 20000));
-    EXPECT_EQ(second.exitStatus(), QProcess::NormalExit);
-    EXPECT_EQ(second.exitCode(), 0);
+    for (const auto& start : starts) {
+        window->showMinimized();
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        for (const QString& variable : start.unset)
+            environment.remove(variable);
+        if (!start.busAddress.isEmpty())
+            environment.insert("DBUS_SESSION_BUS_ADDRESS", start.busAddress);
+        QProcess second;
+        second.setProcessEnvironment(environment);
+        second.start(KEYVANE_PATH, {});
+        ASSERT_TRUE(QTest::qWaitFor([&] { return second.state() == QProcess::NotRunning; }, 20000));
+        const std::string said = second.readAllStandardError().toStdString();
+        EXPECT_EQ(second.exitCode(), start.exitCode) << said;
+        EXPECT_NE(said.find(start.says), std::string::npos) << said;
+        EXPECT_EQ(window->isMinimized(), start.exitCode != 0) << said;
+    }
     EXPECT_TRUE(window->isVisible());
     EXPECT_TRUE(mainWindowShown);
-    EXPECT_EQ(activationPolicy(), ActivationPolicy::Regular);
-    // The second process never got as far as installing anything.
+    // The second processes never got as far as installing anything.
     EXPECT_EQ(hidutil.calls().size(), 3u);
+}
+
+// What cannot be read or saved, the user is told once, with the file's path.
+TEST_F(LaunchTest, UnreadableOrUnsavableSettingsAreShownInAnAlert) {
+    const std::filesystem::path file = UserDefaults::standardPath();
+    const QString path = QString::fromStdString(file.string());
+    std::ofstream(file) << "{not json";
+    auto app = launch();
+    std::vector<testing::AlertAnswerer::Seen> seen = alerts.drain();
+    ASSERT_EQ(seen.size(), 1u);
+    EXPECT_EQ(seen[0].text, "Your settings could not be read");
+    EXPECT_TRUE(seen[0].informativeText.contains(path + " (") &&
+                seen[0].informativeText.contains(path + ".corrupt-"));
+    app.reset();
+
+    std::filesystem::remove_all(file.parent_path());
+    std::ofstream(file.parent_path()) << "a file where the settings folder belongs";
+    app = launch();  // the launch count is not saved
+    MappingStore::saveKeyboardId("0x27e");
+    seen = alerts.drain();
+    ASSERT_EQ(seen.size(), 1u);
+    EXPECT_EQ(seen[0].text, "Your settings could not be saved");
+    EXPECT_TRUE(seen[0].informativeText.contains(path + " ("));
 }
 
 TEST(LaunchWithoutBus, StartsAsANormalLaunchAndSaysSo) {

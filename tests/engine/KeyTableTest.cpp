@@ -73,27 +73,5 @@ TEST(KeyTable, PickerOrderGroupsKeysBetweenSeparators) {
     EXPECT_EQ(sharedUsage, (std::set<std::string>{"§ Section", "Non-US \\ and |"}));
 }
 
-TEST(KeyTable, EntriesAreWellFormedAndAgreeWithLookup) {
-    std::set<std::string> ids;
-    int separators = 0;
-    for (const auto& entry : KeyTable::sortedEntries()) {
-        EXPECT_TRUE(ids.insert(entry.keyId).second) << "duplicate id " << entry.keyId;
-        EXPECT_EQ(std::to_string(std::stoul(entry.keyId)), entry.keyId);
-        EXPECT_LT(std::stoul(entry.keyId), 65536u);
-        if (entry.name == sep) {
-            ++separators;
-            EXPECT_EQ(entry.usage.size(), 3u) << entry.keyId;
-        } else {
-            EXPECT_EQ(entry.usage.size(), 2u) << entry.keyId;
-            EXPECT_EQ(entry.usage.find_first_not_of("0123456789abcdef"), std::string::npos);
-        }
-        const KeyTable::Entry* looked = KeyTable::lookup(entry.keyId);
-        ASSERT_NE(looked, nullptr);
-        EXPECT_EQ(looked->usage, entry.usage);
-        EXPECT_EQ(looked->name, entry.name);
-    }
-    EXPECT_EQ(separators, 8);
-}
-
 }  // namespace
 }  // namespace keyvane

@@ -31,12 +31,8 @@ TEST(LinuxKeyCodes, KnownKeysModifiersAndKeysWithoutAnEntry) {
     EXPECT_EQ(virtualKeyCodeForLinuxKeyCode(KEY_102ND), 10);
     for (int none : {0, KEY_F13, KEY_FN, KEY_MUTE, 10000, -8})
         EXPECT_EQ(virtualKeyCodeForLinuxKeyCode(none), std::nullopt) << none;
-
-    for (int modifier : {KEY_LEFTSHIFT, KEY_RIGHTSHIFT, KEY_LEFTCTRL, KEY_RIGHTCTRL, KEY_LEFTALT,
-                         KEY_RIGHTALT, KEY_LEFTMETA, KEY_RIGHTMETA, KEY_CAPSLOCK})
-        EXPECT_TRUE(isModifierLinuxKeyCode(modifier)) << modifier;
-    for (int ordinary : {KEY_A, KEY_ESC, KEY_TAB, KEY_F13})
-        EXPECT_FALSE(isModifierLinuxKeyCode(ordinary)) << ordinary;
+    for (int key : {KEY_LEFTSHIFT, KEY_RIGHTMETA, KEY_CAPSLOCK, KEY_A, KEY_ESC})
+        EXPECT_EQ(isModifierLinuxKeyCode(key), key != KEY_A && key != KEY_ESC) << key;
 }
 
 }  // namespace

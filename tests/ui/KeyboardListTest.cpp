@@ -35,39 +35,30 @@ const char* heading =
     "Services:\n"
     "VendorID ProductID LocationID UsagePage Usage RegistryID  Transport Class Product\n";
 
-TEST(KeyboardList, HeadingsOnlyOrNoOutputGiveAllKeyboards) {
-    const Items onlyAll = {{"All keyboards", "0x9999"}};
-    EXPECT_EQ(fillFrom(heading).items, onlyAll);
-    EXPECT_EQ(fillFrom("").items, onlyAll);
-    EXPECT_EQ(fillFrom(heading).selectedTitle, "All keyboards");
-}
-
-TEST(KeyboardList, TitlesComeFromTheSeventhFieldFirstOneWins) {
-    const std::string listing =
-        std::string(heading) +
-        "0x5ac    0x27e     0x14200000 1         6     0x100000a0e USB       Keyboard Apple\n"
-        "0x46d 0xc31c 0x14100000 1 6 0x10000ab12 USB Keyboard Logitech\n"
-        "0x4c  0x267  0x1234     1 6 0x100000b00 Bluetooth Keyboard Magic\n"
-        "0x5ac 0x342 0x2 1 6 0x100000c00 SPI AppleSPIKeyboard\n"
-        "0x1 0x2 0x3\n";
-    const Items expected = {{"All keyboards", "0x9999"},
-                            {"USB", "0x27e"},
-                            {"Bluetooth", "0x267"},
-                            {"Internal", "0x342"}};
-    EXPECT_EQ(fillFrom(listing).items, expected);
-}
-
-TEST(KeyboardList, ZeroFieldBetweenSpacesSkipsTheLineOnlyThere) {
-    const std::string listing =
-        "0x5ac 0x0 0x1 1 6 0x2 USB\n"             // " 0x0 " inside: skipped
-        "0x0 0x111 0x1 1 6 0x2 Bluetooth\n"       // at the very start: kept
-        "0x5ac 0x0abc 0x1 1 6 0x2 Internal\n"     // a longer field: kept
-        "0x5ac 0x222 0x1 1 6 0x2 Virtual 0x0\n";  // at the very end: kept
-    const Items expected = {{"All keyboards", "0x9999"},
-                            {"Bluetooth", "0x111"},
-                            {"Internal", "0x0abc"},
-                            {"Virtual", "0x222"}};
-    EXPECT_EQ(fillFrom(listing).items, expected);
+TEST(KeyboardList, ItemsComeFromTheSeventhFieldFirstTitleWinsLinesWithAZeroFieldAreSkipped) {
+    const std::pair<std::string, Items> listings[] = {
+        {heading, {}},
+        {"", {}},
+        {std::string(heading) +
+             "0x5ac    0x27e     0x14200000 1         6     0x100000a0e USB       Keyboard Apple\n"
+             "0x46d 0xc31c 0x14100000 1 6 0x10000ab12 USB Keyboard Logitech\n"
+             "0x4c  0x267  0x1234     1 6 0x100000b00 Bluetooth Keyboard Magic\n"
+             "0x5ac 0x342 0x2 1 6 0x100000c00 SPI AppleSPIKeyboard\n"
+             "0x1 0x2 0x3\n",
+         {{"USB", "0x27e"}, {"Bluetooth", "0x267"}, {"Internal", "0x342"}}},
+        {"0x5ac 0x0 0x1 1 6 0x2 USB\n"             // " 0x0 " inside: skipped
+         "0x0 0x111 0x1 1 6 0x2 Bluetooth\n"       // at the very start: kept
+         "0x5ac 0x0abc 0x1 1 6 0x2 Internal\n"     // a longer field: kept
+         "0x5ac 0x222 0x1 1 6 0x2 Virtual 0x0\n",  // at the very end: kept
+         {{"Bluetooth", "0x111"}, {"Internal", "0x0abc"}, {"Virtual", "0x222"}}},
+    };
+    for (const auto& [listing, keyboards] : listings) {
+        Items expected = {{"All keyboards", "0x9999"}};
+        expected.insert(expected.end(), keyboards.begin(), keyboards.end());
+        const Filled filled = fillFrom(listing);
+        EXPECT_EQ(filled.items, expected) << listing;
+        EXPECT_EQ(filled.selectedTitle, "All keyboards");
+    }
 }
 
 TEST(KeyboardList, SpacesCollapseInPassesOfFourThreeTwo) {

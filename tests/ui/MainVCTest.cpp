@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <QAccessible>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialog>
 #include <QLabel>
 #include <QMainWindow>
+#include <QMenu>
 #include <QTableView>
 #include <QTimer>
 #include <QToolButton>
@@ -88,7 +90,7 @@ class MainVCTest : public ::testing::Test {
     std::unique_ptr<MainVC> vc;
 };
 
-TEST_F(MainVCTest, FirstLaunchShowsTheHintAndOnlyClears) {
+TEST_F(MainVCTest, FirstLaunchShowsTheHintAStoredListIsShownRemovalStoresThenInstalls) {
     load();
     EXPECT_EQ(currentMainVC, vc.get());
     EXPECT_EQ(column(0), std::vector<std::string>{});
@@ -101,9 +103,8 @@ TEST_F(MainVCTest, FirstLaunchShowsTheHintAndOnlyClears) {
     vc->MainWin()->close();
     EXPECT_FALSE(mainWindowShown);
     EXPECT_EQ(activationPolicy(), ActivationPolicy::Accessory);
-}
 
-TEST_F(MainVCTest, StoredListIsShownInOrderAndRemovalStoresThenInstalls) {
+    // A stored list, shown in order; removal stores, then installs.
     keyMappings = threeRecords;
     MappingStore::saveMappings();
     MappingStore::saveApplyAtLogin(true);
@@ -116,12 +117,16 @@ TEST_F(MainVCTest, StoredListIsShownInOrderAndRemovalStoresThenInstalls) {
     EXPECT_FALSE(outlet<QLabel>("startLabel")->isVisible());
     EXPECT_TRUE(outlet<QCheckBox>("applyCheckbox")->isChecked());
 
-    hidutil.clearCalls();
-    clickSegment("removeSegment");  // nothing selected: nothing happens
-    EXPECT_TRUE(hidutil.calls().empty());
-    EXPECT_EQ(keyMappings.size(), 3u);
+    // Tab leaves the table; remove is offered only with a selected row.
+    activateMainWindow();
+    outlet<QTableView>("tableView")->setFocus();
+    QTest::keyClick(outlet<QTableView>("tableView"), Qt::Key_Tab);
+    EXPECT_EQ(QApplication::focusWidget(), outlet<QToolButton>("addSegment"));
+    EXPECT_FALSE(outlet<QToolButton>("removeSegment")->isEnabled());
 
+    hidutil.clearCalls();
     outlet<QTableView>("tableView")->selectRow(0);
+    EXPECT_TRUE(outlet<QToolButton>("removeSegment")->isEnabled());
     clickSegment("removeSegment");
     EXPECT_EQ(column(0), (std::vector<std::string>{"Command", "Tab"}));
     EXPECT_EQ(storedList(), MappingStore::describe({threeRecords[1], threeRecords[2]}));
@@ -136,7 +141,7 @@ TEST_F(MainVCTest, StoredListIsShownInOrderAndRemovalStoresThenInstalls) {
     EXPECT_FALSE(outlet<QLabel>("startLabel")->isVisible());
 }
 
-TEST_F(MainVCTest, AddPresentsTheCaptureWindowModallyAndTheKeyboardReachesBothSegments) {
+TEST_F(MainVCTest, AddPresentsTheCaptureWindowModallyAndDeleteRemoves) {
     keyMappings = threeRecords;
     MappingStore::saveMappings();
     load();
@@ -152,48 +157,40 @@ TEST_F(MainVCTest, AddPresentsTheCaptureWindowModallyAndTheKeyboardReachesBothSe
     capture->cancelClick();
 
     activateMainWindow();
-    QTest::keyClick(vc->MainWin(), Qt::Key_N, Qt::ControlModifier);
-    EXPECT_NE(vc->presentedKeyboardVC(), capture);
-    EXPECT_EQ(currentKeyboardVC, vc->presentedKeyboardVC());
-    vc->presentedKeyboardVC()->cancelClick();
-
-    activateMainWindow();
     outlet<QTableView>("tableView")->selectRow(1);
     QTest::keyClick(outlet<QTableView>("tableView"), Qt::Key_Delete);
     EXPECT_EQ(column(0), (std::vector<std::string>{"Caps Lock", "Tab"}));
 }
 
-TEST_F(MainVCTest, RecordWithoutAColumnKeyShowsAnEmptyCell) {
-    keyMappings = {{{"originalId", "39"}, {"remapped", "Escape"}}};
-    MappingStore::saveMappings();
-    load();
-    EXPECT_EQ(column(0), std::vector<std::string>{""});
-    EXPECT_EQ(column(1), std::vector<std::string>{"Escape"});
-}
-
-TEST_F(MainVCTest, ChoosingAKeyboardStoresItsIdAndReinstalls) {
+TEST_F(MainVCTest, OnlyAChoiceFromTheOpenedListChangesTheKeyboard) {
     hidutil.setOutput("list", "0x5ac 0x27e 0x1 1 6 0x2 USB\n");
     keyMappings = threeRecords;
     MappingStore::saveMappings();
 
-    vc = std::make_unique<MainVC>();
+    load();
     auto* popup = outlet<QComboBox>("keyboardPopup");
-    popup->addItem("USB", "0x27e");
-    vc->keyboardPopupChanged(popup);  // before the view has loaded: nothing stored
-    EXPECT_FALSE(MappingStore::loadKeyboardId().has_value());
-    popup->clear();
-
-    vc->viewDidLoad();
-    vc->MainWin()->show();
+    activateMainWindow();
     hidutil.clearCalls();
     popup->setFocus();
-    QTest::keyClick(popup, Qt::Key_Down);
-    EXPECT_EQ(MappingStore::loadKeyboardId(), "0x27e");
-    ASSERT_EQ(hidutil.calls().size(), 2u);
-    EXPECT_EQ(hidutil.calls()[1].back(), R"({"ProductID": 0x27e})");
+    // A wheel notch, an arrow key or a typed letter over the closed pop-up chooses nothing.
+    QWheelEvent notch({5, 5}, {5, 5}, {}, {0, -120}, Qt::NoButton, Qt::NoModifier,
+                      Qt::NoScrollPhase, false);
+    QApplication::sendEvent(popup, &notch);
+    QTest::keyClick(popup, Qt::Key_U);
+    QTest::keyClick(popup, Qt::Key_Down);  // opens the list instead
+    EXPECT_TRUE(popup->view()->isVisible());
+    EXPECT_EQ(popup->currentText(), "All keyboards");
+    EXPECT_FALSE(MappingStore::loadKeyboardId().has_value());
+    EXPECT_TRUE(hidutil.calls().empty());
 
-    QTest::keyClick(popup, Qt::Key_Up);
-    EXPECT_EQ(MappingStore::loadKeyboardId(), "0x9999");
+    for (const auto& [row, stored] : {std::pair{1, "0x27e"}, std::pair{0, "0x9999"}}) {
+        popup->showPopup();
+        popup->view()->setCurrentIndex(popup->model()->index(row, 0));
+        QTest::keyClick(popup->view(), Qt::Key_Return);
+        EXPECT_EQ(MappingStore::loadKeyboardId(), stored);
+    }
+    ASSERT_EQ(hidutil.calls().size(), 4u);
+    EXPECT_EQ(hidutil.calls()[1].back(), R"({"ProductID": 0x27e})");
 }
 
 TEST_F(MainVCTest, CheckboxStoresTheChoiceBeforeTheLoginItemFollowsIt) {
@@ -220,19 +217,32 @@ TEST_F(MainVCTest, CheckboxStoresTheChoiceBeforeTheLoginItemFollowsIt) {
                   {"Keyvane", "Error setting apply at login value", {"OK"}, "OK"}}));
 }
 
-TEST_F(MainVCTest, QuitClearsTheSystemKeepsTheListAndEndsTheApplication) {
+// The quit button removes the mappings from the system; the menu's Quit (Ctrl+Q) leaves them
+// installed. Both keep the stored list.
+TEST_F(MainVCTest, BothQuitsEndTheApplicationOnlyTheButtonClearsTheSystem) {
     keyMappings = threeRecords;
     MappingStore::saveMappings();
     load();
     const std::string storedBefore = storedList();
-    hidutil.clearCalls();
+    EXPECT_TRUE(QAccessible::queryAccessibleInterface(outlet<QWidget>("quitBtn"))
+                    ->text(QAccessible::Name)
+                    .contains("Quit and restore keys"));
+    EXPECT_TRUE(outlet<QMenu>("fileMenu")->actions().last()->toolTip().contains("leave your"));
 
-    QTimer::singleShot(0,
-                       [this] { QTest::mouseClick(outlet<QWidget>("quitBtn"), Qt::LeftButton); });
-    QTimer::singleShot(20000, [] { QCoreApplication::exit(1); });  // a quit that never happens
-    EXPECT_EQ(QCoreApplication::exec(), 0);
-    EXPECT_EQ(hidutil.calls(), Calls{FakeHidutil::clearingCall()});
-    EXPECT_EQ(storedList(), storedBefore);
+    const std::pair<std::function<void()>, Calls> quits[] = {
+        {[this] { QTest::mouseClick(outlet<QWidget>("quitBtn"), Qt::LeftButton); },
+         Calls{FakeHidutil::clearingCall()}},
+        {[this] { QTest::keyClick(vc->MainWin(), Qt::Key_Q, Qt::ControlModifier); }, Calls{}},
+    };
+    for (const auto& [quit, calls] : quits) {
+        activateMainWindow();
+        hidutil.clearCalls();
+        QTimer::singleShot(0, quit);
+        QTimer::singleShot(20000, [] { QCoreApplication::exit(1); });  // a quit that never happens
+        EXPECT_EQ(QCoreApplication::exec(), 0);
+        EXPECT_EQ(hidutil.calls(), calls);
+        EXPECT_EQ(storedList(), storedBefore);
+    }
 }
 
 }  // namespace

@@ -41,6 +41,24 @@ class AppearanceWatcher : public QObject {
     KeyboardVC* controller_;
 };
 
+// Until a key is chosen, its label shows what goes there in the colour of a placeholder; a chosen
+// key is bold, so the two never look alike.
+void showPlaceholder(QLabel* label) {
+    QFont font = label->font();
+    font.setItalic(true);
+    label->setFont(font);
+    label->setForegroundRole(QPalette::PlaceholderText);
+}
+
+void showKey(QLabel* label, const QString& name) {
+    label->setText(name);
+    QFont font = label->font();
+    font.setItalic(false);
+    font.setBold(true);
+    label->setFont(font);
+    label->setForegroundRole(QPalette::WindowText);
+}
+
 }  // namespace
 
 KeyboardVC::KeyboardVC(QWidget* presenter)
@@ -52,6 +70,11 @@ KeyboardVC::KeyboardVC(QWidget* presenter)
     QSizePolicy instructionPolicy = ui_->instructionLbl->sizePolicy();
     instructionPolicy.setRetainSizeWhenHidden(true);
     ui_->instructionLbl->setSizePolicy(instructionPolicy);
+    showPlaceholder(ui_->srcKeyLbl);
+    showPlaceholder(ui_->destKeyLbl);
+    // Some styles open a pop-up's list as a menu as tall as the screen, ignoring its number of
+    // visible items; this one stays a list of that height.
+    ui_->keyPopup->setStyleSheet(QStringLiteral("combobox-popup: 0;"));
     new AppearanceWatcher(window_.get(), this);
     connect(ui_->applyBtn, &QPushButton::clicked, this, &KeyboardVC::applyClick);
     connect(ui_->cancelBtn, &QPushButton::clicked, this, &KeyboardVC::cancelClick);
@@ -116,19 +139,28 @@ void KeyboardVC::handleKeyEvent(const KeyEvent& event) {
 
     const QString name = QString::fromStdString(entry->name);
     if (step_ == 0) {
-        ui_->srcKeyLbl->setText(name);
+        showKey(ui_->srcKeyLbl, name);
         originalId_ = entry->usage;
         step_ = 1;
         ui_->instructionLbl->setText(newKeyInstruction);
         qobject_cast<QListView*>(ui_->keyPopup->view())->setRowHidden(disableMenuItem_, false);
-        return;
+    } else {
+        if (entry->usage == originalId_)
+            return;  // the original's release, repeats or second press
+        showKey(ui_->destKeyLbl, name);
+        remappedId_ = entry->usage;
+        ui_->applyBtn->setEnabled(true);
+        ui_->instructionLbl->hide();
     }
-    if (entry->usage == originalId_)
-        return;  // the original's release, repeats or second press
-    ui_->destKeyLbl->setText(name);
-    remappedId_ = entry->usage;
-    ui_->applyBtn->setEnabled(true);
-    ui_->instructionLbl->hide();
+    announceKeys();
+}
+
+// The capture area keeps the focus, so a screen reader learns what was captured from its name.
+void KeyboardVC::announceKeys() {
+    QString keys = tr("Original key: %1").arg(ui_->srcKeyLbl->text());
+    if (!remappedId_.empty())
+        keys += tr(", new key: %1").arg(ui_->destKeyLbl->text());
+    ui_->keyboardWView->setAccessibleName(keys);
 }
 
 void KeyboardVC::applyClick() {

@@ -44,6 +44,7 @@ class KeyboardVC : public QObject {
 
   private:
     void fillKeyPopup();
+    void announceKeys();
     void closeWindow();
 
     std::unique_ptr<QDialog> window_;

@@ -43,11 +43,13 @@ bool KeyboardWView::focusNextPrevChild(bool) {
 }
 
 void KeyboardWView::keyPressEvent(QKeyEvent* event) {
+    if (isModifierLinuxKeyCode(linuxKeyCodeOf(event)))
+        modifiersPressedHere_.insert(linuxKeyCodeOf(event));
     forward(event);
 }
 
 void KeyboardWView::keyReleaseEvent(QKeyEvent* event) {
-    if (isModifierLinuxKeyCode(linuxKeyCodeOf(event)) && !event->isAutoRepeat())
+    if (!event->isAutoRepeat() && modifiersPressedHere_.erase(linuxKeyCodeOf(event)) > 0)
         forward(event);
     event->accept();
 }

@@ -1,12 +1,12 @@
 #include "ui/main/MainVC.h"
 
+#include <QAction>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialog>
 #include <QEvent>
 #include <QHeaderView>
 #include <QMainWindow>
-#include <QShortcut>
 #include <iostream>
 
 #include "app/LoginItem.h"
@@ -42,6 +42,7 @@ MainVC::MainVC(QObject* parent)
     ui_->startLabel->setAttribute(Qt::WA_TransparentForMouseEvents);
     window_->installEventFilter(this);
     connectActions();
+    updateRemoveEnabled();
 }
 
 MainVC::~MainVC() {
@@ -59,13 +60,26 @@ void MainVC::connectActions() {
             [this] { applyCheckboxClicked(ui_->applyCheckbox); });
     connect(ui_->quitBtn, &QAbstractButton::clicked, this, [this] { quitBtnClicked(); });
 
-    // The keyboard's way to the add and remove segments, and to closing the window.
-    const auto addShortcut = [this](QKeySequence keys, auto action) {
-        connect(new QShortcut(keys, window_.get()), &QShortcut::activated, this, action);
-    };
-    addShortcut(QKeySequence::New, [this] { ui_->segmentedBtn1->click(0); });
-    addShortcut(QKeySequence::Delete, [this] { ui_->segmentedBtn1->click(1); });
-    addShortcut(QKeySequence::Close, [this] { window_->close(); });
+    // The menus are the keyboard's way to the segments and to closing the window. Quitting from
+    // the menu leaves the mappings installed; only the quit button removes them.
+    connect(ui_->addMappingAction, &QAction::triggered, this,
+            [this] { ui_->segmentedBtn1->click(0); });
+    connect(ui_->removeMappingAction, &QAction::triggered, this,
+            [this] { ui_->segmentedBtn1->click(1); });
+    connect(ui_->closeWindowAction, &QAction::triggered, window_.get(), &QWidget::close);
+    connect(ui_->quitAction, &QAction::triggered, this, [] { terminateApplication(); });
+
+    connect(ui_->tableView->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+            &MainVC::updateRemoveEnabled);
+    connect(this, &QAbstractItemModel::modelReset, this, &MainVC::updateRemoveEnabled);
+    connect(this, &QAbstractItemModel::rowsRemoved, this, &MainVC::updateRemoveEnabled);
+}
+
+// Remove acts on the selected row; without one it would do nothing, so it is offered only then.
+void MainVC::updateRemoveEnabled() {
+    const bool selected = ui_->tableView->selectionModel()->hasSelection();
+    ui_->segmentedBtn1->setSegmentEnabled(1, selected);
+    ui_->removeMappingAction->setEnabled(selected);
 }
 
 void MainVC::viewDidLoad() {

@@ -54,6 +54,7 @@ class MainVC : public QAbstractTableModel {
   private:
     bool eventFilter(QObject* watched, QEvent* event) override;
     void connectActions();
+    void updateRemoveEnabled();
     void presentKeyboardVC();
 
     std::unique_ptr<QMainWindow> window_;

@@ -30,6 +30,14 @@ QToolButton* SegmentedControl::addSegment(const QString& text, const QString& na
     return button;
 }
 
+QToolButton* SegmentedControl::segment(int index) const {
+    return qobject_cast<QToolButton*>(layout()->itemAt(index)->widget());
+}
+
+void SegmentedControl::setSegmentEnabled(int index, bool enabled) {
+    segment(index)->setEnabled(enabled);
+}
+
 void SegmentedControl::click(int segment) {
     selected_ = segment;
     emit clicked();

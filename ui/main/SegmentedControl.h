@@ -16,12 +16,14 @@ class SegmentedControl : public QWidget {
     int indexOfSelectedItem() const { return selected_; }
     // Acts as a click on `segment` (for keyboard shortcuts).
     void click(int segment);
+    void setSegmentEnabled(int segment, bool enabled);
 
   signals:
     void clicked();
 
   private:
     QToolButton* addSegment(const QString& text, const QString& name, const QString& toolTip);
+    QToolButton* segment(int index) const;
 
     int selected_ = -1;
 };

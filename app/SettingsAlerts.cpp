@@ -1,0 +1,34 @@
+#include "app/SettingsAlerts.h"
+
+#include <QString>
+
+#include "platform/Alert.h"
+#include "platform/UserDefaults.h"
+
+namespace keyvane {
+namespace {
+
+void alert(const UserDefaults::Problem& problem) {
+    using Kind = UserDefaults::Problem::Kind;
+    const char* text = problem.kind == Kind::NotSaved ? settingsNotSavedAlertText
+                       : problem.keptAs.empty()       ? settingsUnreadableLeftAlertText
+                                                      : settingsUnreadableKeptAlertText;
+    const QString file = QString::fromStdString(problem.file.string());
+    const QString reason = QString::fromStdString(problem.reason);
+    const QString filled = problem.keptAs.empty()
+                               ? QString::fromUtf8(text).arg(file, reason)
+                               : QString::fromUtf8(text).arg(
+                                     file, reason, QString::fromStdString(problem.keptAs.string()));
+    showAlert(
+        filled.toStdString(),
+        problem.kind == Kind::NotSaved ? settingsNotSavedAlertTitle : settingsUnreadableAlertTitle,
+        {});
+}
+
+}  // namespace
+
+void alertOnSettingsProblems() {
+    UserDefaults::setProblemHandler(alert);
+}
+
+}  // namespace keyvane

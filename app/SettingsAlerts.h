@@ -1,0 +1,22 @@
+#pragma once
+
+namespace keyvane {
+
+// %1: the settings file, %2: why, %3: where the unreadable file was kept.
+inline constexpr const char* settingsUnreadableAlertTitle = "Your settings could not be read";
+inline constexpr const char* settingsUnreadableKeptAlertText =
+    "Keyvane could not read %1 (%2), so it started without your mappings and settings. The "
+    "unreadable file was kept as %3.";
+inline constexpr const char* settingsUnreadableLeftAlertText =
+    "Keyvane could not read %1 (%2), so it started without your mappings and settings. The file "
+    "could not be moved aside either, so nothing will be saved until you move it away.";
+inline constexpr const char* settingsNotSavedAlertTitle = "Your settings could not be saved";
+inline constexpr const char* settingsNotSavedAlertText =
+    "Keyvane could not save your settings to %1 (%2). Your change is in effect now but will be "
+    "gone the next time Keyvane starts. Make sure the folder can be written, then make the change "
+    "again.";
+
+// From now on, the user is told in an alert when the settings file cannot be read or saved.
+void alertOnSettingsProblems();
+
+}  // namespace keyvane
