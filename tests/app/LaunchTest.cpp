@@ -7,6 +7,7 @@
 #include <QProcess>
 #include <QTest>
 #include <QTimer>
+#include <fstream>
 
 #include "app/AppDelegate.h"
 #include "app/Launch.h"
