@@ -4,6 +4,7 @@
 #include <QDialog>
 #include <QMainWindow>
 #include <QTimer>
+#include <QWindow>
 #include <iostream>
 
 #include "engine/MappingApplier.h"
@@ -30,6 +31,39 @@ bool captureWindowOpen() {
     return currentKeyboardVC && currentKeyboardVC->window()->isVisible();
 }
 
+// Runs a task once `window` has been painted for the first time, or hidden before that (at once,
+// through the main queue, when it is not shown or already painted). Qt paints a window while it
+// handles its exposure, so the task is queued behind that.
+class AfterFirstPaint : public QObject {
+  public:
+    AfterFirstPaint(QWindow* window, std::function<void()> task)
+        : QObject(window), task_(std::move(task)) {
+        window->installEventFilter(this);
+    }
+
+  private:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        const bool painted =
+            event->type() == QEvent::Expose && static_cast<QWindow*>(watched)->isExposed();
+        if (painted || event->type() == QEvent::Hide) {
+            watched->removeEventFilter(this);
+            MainQueue::async(std::move(task_));
+            deleteLater();
+        }
+        return false;
+    }
+
+    std::function<void()> task_;
+};
+
+void afterFirstPaint(QWidget* window, std::function<void()> task) {
+    QWindow* handle = window->windowHandle();
+    if (window->isVisible() && handle && !handle->isExposed())
+        new AfterFirstPaint(handle, std::move(task));
+    else
+        MainQueue::async(std::move(task));
+}
+
 }  // namespace
 
 AppDelegate::AppDelegate(LifecycleSettings settings) : settings_(std::move(settings)) {}
@@ -45,7 +79,9 @@ void AppDelegate::applicationDidFinishLaunching() {
         setActivationPolicy(ActivationPolicy::Accessory);
     }
     SCL::fetchConfig();
-    countLaunch();
+    // Counting saves the settings file, with its syncs; the user waits for the window, not for
+    // that.
+    afterFirstPaint(window_, [] { countLaunch(); });
     window_->setWindowTitle(window_->windowTitle() + " " +
                             QString::fromStdString(SCL::appVersion()));
     startReapplyTimer();

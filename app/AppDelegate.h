@@ -42,7 +42,7 @@ class AppDelegate : public QObject {
   private:
     bool isLoginLaunch() const;
     void showMainWindow();
-    void countLaunch();
+    static void countLaunch();
     void startReapplyTimer();
     void watchForKeyboards();
 

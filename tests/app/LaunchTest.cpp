@@ -111,7 +111,8 @@ TEST_F(LaunchTest, NormalThenLoginLaunchShowOrHideTheWindowInstallAndCountTheLau
     EXPECT_EQ(hidutil.calls(), (Calls{FakeHidutil::clearingCall(),
                                       FakeHidutil::installCall(capsLockToEscape), listCall}));
     EXPECT_TRUE(other.notifications.empty());
-    EXPECT_EQ(UserDefaults::standard().integerForKey("launchcount"), 1);
+    EXPECT_TRUE(QTest::qWaitFor(
+        [] { return UserDefaults::standard().integerForKey("launchcount") == 1; }, 20000));
     ASSERT_TRUE(server.waitForRequests(5));  // the three installation reports, config, launch
     EXPECT_EQ(reportsOf("First%20launch"), 1);
     EXPECT_TRUE(alerts.drain().empty());
@@ -137,7 +138,8 @@ TEST_F(LaunchTest, NormalThenLoginLaunchShowOrHideTheWindowInstallAndCountTheLau
         hidutil.calls(),
         (Calls{FakeHidutil::clearingCall(), FakeHidutil::installCall(capsLockToEscape), listCall,
                FakeHidutil::clearingCall(), FakeHidutil::installCall(capsLockToEscape)}));
-    EXPECT_EQ(UserDefaults::standard().integerForKey("launchcount"), 2);
+    EXPECT_TRUE(QTest::qWaitFor(
+        [] { return UserDefaults::standard().integerForKey("launchcount") == 2; }, 20000));
     ASSERT_TRUE(server.waitForRequests(reportsSoFar + 4));
     settle();
     EXPECT_EQ(reportsOf("First%20launch"), 1);
