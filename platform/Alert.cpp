@@ -38,7 +38,7 @@ void showAlert(const std::string& text, const std::string& title, std::function<
     });
 }
 
-int runModalAlert(const std::string& title, const std::string& text,
+int runModalAlert(const std::string& text, const std::string& title,
                   const std::vector<std::string>& buttons) {
     QMessageBox box;
     setUp(box, QMessageBox::Information, title, text);

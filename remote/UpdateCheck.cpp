@@ -34,7 +34,7 @@ void SCL::applyConfig(const std::string& text) {
 void SCL::checkForUpdate() {
     const std::string& installed = appVersion();
     if (versionSortsBelow(installed, remoteConfig.minimumVersion)) {
-        runModalAlert(service::updateRequiredTitle, service::updateRequiredText,
+        runModalAlert(service::updateRequiredText, service::updateRequiredTitle,
                       {service::updateRequiredButton});
         // Whether a browser opened cannot be known; this version must not go on running anyway.
         openInBrowser(service::downloadPageUrl());
@@ -51,7 +51,7 @@ void SCL::checkForUpdate() {
     const std::string text = service::updateAvailableInstalled + installed +
                              service::updateAvailableLatest + latest +
                              service::updateAvailableAdvice;
-    switch (runModalAlert(service::updateAvailableTitle, text,
+    switch (runModalAlert(text, service::updateAvailableTitle,
                           {service::updateAvailableDownload, service::updateAvailableDontShow})) {
         case 0:
             openInBrowser(service::downloadPageUrl());
