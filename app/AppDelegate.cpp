@@ -9,7 +9,6 @@
 
 #include "engine/MappingApplier.h"
 #include "engine/MappingStore.h"
-#include "platform/ActivationPolicy.h"
 #include "platform/Bundle.h"
 #include "platform/DistributedNotificationCenter.h"
 #include "platform/InputDeviceWatcher.h"
@@ -76,7 +75,6 @@ void AppDelegate::applicationDidFinishLaunching() {
                                             bundle::appIdentifier);
         MappingStore::loadMappings();
         MappingApplier::applyMappings();
-        setActivationPolicy(ActivationPolicy::Accessory);
     }
     SCL::fetchConfig();
     // Counting saves the settings file, with its syncs; the user waits for the window, not for

@@ -40,8 +40,6 @@ class UserDefaults {
     static UserDefaults& standard();
     static std::filesystem::path standardPath();
 
-    const std::filesystem::path& path() const { return file_; }
-
     // The stored value, or nullptr; valid until the next write or change of the file.
     const DefaultsValue* objectForKey(const std::string& key);
     // Absent or not a string: nothing.

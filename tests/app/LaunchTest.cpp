@@ -12,7 +12,6 @@
 #include "app/AppDelegate.h"
 #include "app/Launch.h"
 #include "engine/MappingStore.h"
-#include "platform/ActivationPolicy.h"
 #include "platform/UserDefaults.h"
 #include "remote/SCL.h"
 #include "tests/support/AlertAnswerer.h"
@@ -106,7 +105,6 @@ TEST_F(LaunchTest, NormalThenLoginLaunchShowOrHideTheWindowInstallAndCountTheLau
     QMainWindow* window = app->mainVC().MainWin();
     EXPECT_TRUE(window->isVisible());
     EXPECT_TRUE(mainWindowShown);
-    EXPECT_EQ(activationPolicy(), ActivationPolicy::Regular);
     EXPECT_EQ(window->windowTitle().toStdString(), "Keyvane " + SCL::appVersion());
     EXPECT_EQ(hidutil.calls(), (Calls{FakeHidutil::clearingCall(),
                                       FakeHidutil::installCall(capsLockToEscape), listCall}));
@@ -120,7 +118,6 @@ TEST_F(LaunchTest, NormalThenLoginLaunchShowOrHideTheWindowInstallAndCountTheLau
     // Closing the window leaves the application running in the background.
     window->close();
     EXPECT_FALSE(mainWindowShown);
-    EXPECT_EQ(activationPolicy(), ActivationPolicy::Accessory);
     QTimer::singleShot(300, [] { QCoreApplication::exit(7); });
     EXPECT_EQ(QCoreApplication::exec(), 7);
 
@@ -132,7 +129,6 @@ TEST_F(LaunchTest, NormalThenLoginLaunchShowOrHideTheWindowInstallAndCountTheLau
     other.holdName("app.keyvane.KeyvaneLauncher");
     app = launch();
     EXPECT_FALSE(app->mainVC().MainWin()->isVisible());
-    EXPECT_EQ(activationPolicy(), ActivationPolicy::Accessory);
     EXPECT_EQ(app->mainVC().MainWin()->windowTitle().toStdString(), "Keyvane " + SCL::appVersion());
     EXPECT_EQ(
         hidutil.calls(),

@@ -16,7 +16,6 @@
 
 #include "app/LoginItem.h"
 #include "engine/MappingStore.h"
-#include "platform/ActivationPolicy.h"
 #include "platform/LoginItems.h"
 #include "platform/UserDefaults.h"
 #include "tests/support/AlertAnswerer.h"
@@ -98,11 +97,9 @@ TEST_F(MainVCTest, FirstLaunchShowsTheHintAStoredListIsShownRemovalStoresThenIns
     EXPECT_EQ(hidutil.calls(), (Calls{FakeHidutil::clearingCall(), {"list", "-m", "keyboard"}}));
     EXPECT_FALSE(outlet<QCheckBox>("applyCheckbox")->isChecked());
     EXPECT_TRUE(mainWindowShown);
-    EXPECT_EQ(activationPolicy(), ActivationPolicy::Regular);
 
     vc->MainWin()->close();
     EXPECT_FALSE(mainWindowShown);
-    EXPECT_EQ(activationPolicy(), ActivationPolicy::Accessory);
 
     // A stored list, shown in order; removal stores, then installs.
     keyMappings = threeRecords;

@@ -13,7 +13,6 @@
 #include "engine/MappingApplier.h"
 #include "engine/MappingStore.h"
 #include "engine/ShellRunner.h"
-#include "platform/ActivationPolicy.h"
 #include "platform/Application.h"
 #include "ui/KeyNames.h"
 #include "ui/capture/KeyboardVC.h"
@@ -95,12 +94,10 @@ void MainVC::viewDidLoad() {
 }
 
 void MainVC::viewWillAppear() {
-    setActivationPolicy(ActivationPolicy::Regular);
     mainWindowShown = true;
 }
 
 void MainVC::viewDidDisappear() {
-    setActivationPolicy(ActivationPolicy::Accessory);
     mainWindowShown = false;
 }
 
