@@ -31,21 +31,6 @@ std::string escapedIdentityCharacters(const std::string& text) {
     return result;
 }
 
-// On the wire the escapes of unreserved characters arrive as the characters themselves.
-std::string asSentOnTheWire(const std::string& text) {
-    std::string result;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const std::string piece = text.substr(i, 3);
-        if (piece == "%2D" || piece == "%2E" || piece == "%5F") {
-            result += piece == "%2D" ? '-' : piece == "%2E" ? '.' : '_';
-            i += 2;
-        } else {
-            result += text[i];
-        }
-    }
-    return result;
-}
-
 TEST(PercentEncode, KeepsLettersMarksAndNumbersOfAnyScriptAndEscapesEverythingElse) {
     const std::vector<std::pair<std::string, std::string>> rows = {
         {"", ""},
@@ -135,40 +120,41 @@ class Reporting : public ::testing::Test {
     testing::HttpsTestServer server;
 };
 
-TEST_F(Reporting, EventsAndErrorsArriveAsGetRequestsWithTheirWholeQuery) {
+TEST_F(Reporting, EventsAndErrorsGoOutAsComposed) {
     SCL::logEvent("First launch", "", "");
     ASSERT_TRUE(server.waitForRequests(1));
-    SCL::logEvent("addkey", "Caps Lock", "Escape");
+    SCL::logEvent("sh", "cmd", "hidutil property --set '{\"UserKeyMapping\" : []}'\nA_b.c~");
     ASSERT_TRUE(server.waitForRequests(2));
     SCL::logError("error applying mapping - originalId or remappedId was blank\n\nhidutil x");
     ASSERT_TRUE(server.waitForRequests(3));
 
     const std::string device =
-        asSentOnTheWire(escapedIdentityCharacters(SCL::osVersion() + "-" + SCL::appVersion()));
-    const std::string uid = asSentOnTheWire(escapedIdentityCharacters(SCL::userIdentity() + "-"));
-    const QRegularExpression randomValue("^(0|[1-9][0-9]{0,8})$");
+        escapedIdentityCharacters(SCL::osVersion() + "-" + SCL::appVersion());
+    const std::string uid = escapedIdentityCharacters(SCL::userIdentity() + "-");
+    const std::vector<testing::HttpsTestServer::Request> requests = server.requests();
+    const QRegularExpression randomValue("^(0|[1-9][0-9]{0,8}) HTTP/1.1$");
     std::vector<std::string> randoms;
-    const auto checkEvent = [&](const QByteArray& target, const std::string& prefix) {
-        const std::string text = target.toStdString();
-        const std::string expected = "/logistics/ln.php?cat=keyvane" + prefix +
+    const auto checkEvent = [&](const QByteArray& requestLine, const std::string& fields) {
+        const std::string line = requestLine.toStdString();
+        const std::string expected = "GET /logistics/ln.php?cat=keyvane" + fields +
                                      "&device=" + device + "&uid=" + uid + "&ran=";
-        ASSERT_EQ(text.substr(0, expected.size()), expected);
-        const std::string random = text.substr(expected.size());
-        EXPECT_TRUE(randomValue.match(QString::fromStdString(random)).hasMatch()) << random;
-        randoms.push_back(random);
+        ASSERT_EQ(line.substr(0, expected.size()), expected);
+        const std::string rest = line.substr(expected.size());
+        EXPECT_TRUE(randomValue.match(QString::fromStdString(rest)).hasMatch()) << rest;
+        randoms.push_back(rest);
     };
-    checkEvent(server.requests()[0].target, "&evtname=First%20launch&evtval=&notes=");
-    checkEvent(server.requests()[1].target, "&evtname=addkey&evtval=Caps%20Lock&notes=Escape");
+    checkEvent(requests[0].requestLine(), "&evtname=First%20launch&evtval=&notes=");
+    checkEvent(requests[1].requestLine(),
+               "&evtname=sh&evtval=cmd&notes=hidutil%20property%20%2D%2Dset%20%27%7B%22"
+               "UserKeyMapping%22%20%3A%20%5B%5D%7D%27%0AA%5Fb%2Ec%7E");
     EXPECT_NE(randoms[0], randoms[1]);
-
-    EXPECT_EQ(server.requests()[2].target.toStdString(),
-              "/logistics/keyvanelog.php?err=error%20applying%20mapping%20-%20originalId%20or"
-              "%20remappedId%20was%20blank%0A%0Ahidutil%20x%0A%0A" +
-                  asSentOnTheWire(escapedIdentityCharacters(SCL::userIdentity())) + "-" + device);
-    for (const auto& request : server.requests()) {
-        EXPECT_EQ(request.method, "GET");
+    EXPECT_EQ(requests[2].requestLine().toStdString(),
+              "GET /logistics/keyvanelog.php?err=error%20applying%20mapping%20%2D%20originalId"
+              "%20or%20remappedId%20was%20blank%0A%0Ahidutil%20x%0A%0A" +
+                  escapedIdentityCharacters(SCL::userIdentity()) + "%2D" + device + " HTTP/1.1");
+    for (const auto& request : requests)
         EXPECT_TRUE(request.body.isEmpty());
-    }
+
 }
 
 }  // namespace
