@@ -24,7 +24,8 @@ class SCL {
                             const std::string& body, const std::string& headerLines,
                             std::function<void(const std::vector<unsigned char>&)> onData);
 
-    // Fire-and-forget reports to the web service; their outcome is never seen.
+    // Fire-and-forget reports to the web service; their outcome is never seen. While the host is
+    // the built-in placeholder that never resolves, they do nothing at all.
     static void logEvent(const std::string& name, const std::string& value,
                          const std::string& notes);
     static void logError(const std::string& message);

@@ -2,6 +2,7 @@
 
 #include <QRegularExpression>
 #include <QTest>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -53,6 +54,16 @@ TEST(PercentEncode, KeepsLettersMarksAndNumbersOfAnyScriptAndEscapesEverythingEl
     };
     for (const auto& [text, expected] : rows)
         EXPECT_EQ(SCL::percentEncode(text), expected) << text;
+
+    // Every ASCII character: letters and digits stay, everything else is escaped.
+    for (char c = 1; c > 0; ++c) {
+        const bool kept =
+            (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+        char escaped[4];
+        std::snprintf(escaped, sizeof escaped, "%%%02X", c);
+        EXPECT_EQ(SCL::percentEncode(std::string(1, c)), kept ? std::string(1, c) : escaped)
+            << int(c);
+    }
 }
 
 TEST(SanitizeName, KeepsOnlyWholeUserPerceivedCharactersFromTheAllowedSet) {
@@ -120,7 +131,7 @@ class Reporting : public ::testing::Test {
     testing::HttpsTestServer server;
 };
 
-TEST_F(Reporting, EventsAndErrorsGoOutAsComposed) {
+TEST_F(Reporting, EventsAndErrorsGoOutAsComposedAndNotAtAllToThePlaceholderHost) {
     SCL::logEvent("First launch", "", "");
     ASSERT_TRUE(server.waitForRequests(1));
     SCL::logEvent("sh", "cmd", "hidutil property --set '{\"UserKeyMapping\" : []}'\nA_b.c~");
@@ -155,6 +166,16 @@ TEST_F(Reporting, EventsAndErrorsGoOutAsComposed) {
     for (const auto& request : requests)
         EXPECT_TRUE(request.body.isEmpty());
 
+    // The placeholder host never resolves: no report is even composed. A request of its own to it
+    // fails before its call returns, with a line in the trace; the reports leave none.
+    qputenv("KEYVANE_SERVICE_HOST", "keyvane-service.invalid");
+    ::testing::internal::CaptureStdout();
+    SCL::logEvent("addkey", "Caps Lock", "Escape");
+    SCL::logError("error");
+    SCL::sendRequest("https://keyvane-service.invalid/", {}, {}, "", "", {});
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(),
+              "Could not resolve host: keyvane-service.invalid for "
+              "https://keyvane-service.invalid/\n");
 }
 
 }  // namespace
