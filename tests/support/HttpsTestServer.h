@@ -1,8 +1,6 @@
 #pragma once
 
 #include <QByteArray>
-#include <QList>
-#include <QPair>
 #include <chrono>
 #include <condition_variable>
 #include <memory>
@@ -18,34 +16,29 @@ namespace keyvane::testing {
 
 // An HTTPS server on the loopback interface, on threads of its own, for the tests of the remote
 // services. It records every request with its bytes exactly as they arrived, and answers as it is
-// told. Its certificate for 127.0.0.1 comes from a throwaway authority of the test process, which
-// SSL_CERT_FILE names once `useForThisProcess` has run (the application reads that file once per
-// process, so every trusted server of a process shares the authority).
+// told. Its certificate for 127.0.0.1 is a self-signed throwaway of the test process; the trusted
+// one is named by SSL_CERT_FILE once `useForThisProcess` has run (the application reads that file
+// once per process), the untrusted one never.
 class HttpsTestServer {
   public:
     struct Request {
-        QByteArray raw;  // everything the client sent for this request, as it arrived
-        QByteArray method;
+        QByteArray raw;     // everything the client sent for this request, as it arrived
         QByteArray target;  // path and query
-        QList<QPair<QByteArray, QByteArray>> headers;
-        QByteArray body;
 
         // The first line: method, target and protocol, without its line end.
         QByteArray requestLine() const;
-        // The values of a header field (any case), in order.
-        QList<QByteArray> headerValues(const QByteArray& name) const;
     };
 
     enum class Certificate { Trusted, Untrusted };
 
-    explicit HttpsTestServer(Certificate certificate = Certificate::Trusted);
+    explicit HttpsTestServer(Certificate kind = Certificate::Trusted);
     ~HttpsTestServer();
     HttpsTestServer(const HttpsTestServer&) = delete;
     HttpsTestServer& operator=(const HttpsTestServer&) = delete;
 
     // "127.0.0.1:<port>", the value for KEYVANE_SERVICE_HOST.
     std::string host() const;
-    // Points KEYVANE_SERVICE_HOST at this server and makes SSL_CERT_FILE name its authority.
+    // Points KEYVANE_SERVICE_HOST at this server and makes SSL_CERT_FILE name its certificate.
     void useForThisProcess() const;
 
     // What to do with the next requests (the default: status 200 with an empty body).
@@ -91,5 +84,8 @@ class HttpsTestServer {
 
 // A loopback port on which nobody listens, for a connection that is refused.
 int unusedLoopbackPort();
+// A loopback port whose connections the kernel accepts into a backlog that is never served, until
+// the program ends.
+int muteLoopbackPort();
 
 }  // namespace keyvane::testing
