@@ -1,5 +1,6 @@
 #include <QApplication>
 #include <QIcon>
+#include <csignal>
 #include <cstdlib>
 #include <iostream>
 
@@ -68,6 +69,9 @@ void appendProgramFolderToPath() {
 }  // namespace
 
 int main(int argc, char** argv) {
+    // The trace goes to standard output, which may be a pipe whose reader has gone (the login
+    // helper that started Keyvane, say): writing there must fail quietly, not end the application.
+    std::signal(SIGPIPE, SIG_IGN);
     if (!hasGraphicalSession())
         return startWithoutGraphicalSession(argc, argv);
 

@@ -16,9 +16,10 @@ struct Queue {
     bool running = false;
 };
 
+// Never destroyed: a network thread may still hand over an outcome while the process exits.
 Queue& queue() {
-    static Queue instance;
-    return instance;
+    static auto* instance = new Queue;
+    return *instance;
 }
 
 void runNext();

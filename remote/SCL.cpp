@@ -30,6 +30,11 @@ std::string asciiText(const std::vector<unsigned char>& bytes) {
     return text;
 }
 
+constexpr bool isAsciiAlphanumeric(unsigned char byte) {
+    return (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z') ||
+           (byte >= 'a' && byte <= 'z');
+}
+
 void parseHeaderLines(const std::string& headerLines, UrlRequest& request) {
     std::size_t start = 0;
     while (start <= headerLines.size()) {
@@ -96,12 +101,18 @@ void SCL::sendRequest(const std::string& url, std::function<void(const std::stri
         });
 }
 
+// Reports to the built-in placeholder host could never arrive, and nobody would see them fail:
+// the URL, which encodes a whole command, is not even composed.
 void SCL::logEvent(const std::string& name, const std::string& value, const std::string& notes) {
+    if (UrlSession::neverResolves(service::host()))
+        return;
     sendRequest(service::eventUrl(name, value, notes, service::randomQueryValue()), {}, {}, "", "",
                 {});
 }
 
 void SCL::logError(const std::string& message) {
+    if (UrlSession::neverResolves(service::host()))
+        return;
     sendRequest(service::errorUrl(message), {}, {}, "", "", {});
 }
 
@@ -134,18 +145,29 @@ std::string SCL::sanitizeName(const std::string& text) {
 std::string SCL::percentEncode(const std::string& text) {
     static constexpr char hex[] = "0123456789ABCDEF";
     std::string result;
+    result.reserve(text.size() + text.size() / 2);
+    const auto escape = [&](unsigned char byte) {
+        const char escaped[] = {'%', hex[byte >> 4], hex[byte & 0x0F]};
+        result.append(escaped, 3);
+    };
     std::size_t i = 0;
     while (i < text.size()) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        // ASCII, nearly all of what is sent, needs no look-up in the Unicode tables.
+        if (byte < 0x80) {
+            if (isAsciiAlphanumeric(byte))
+                result += static_cast<char>(byte);
+            else
+                escape(byte);
+            ++i;
+            continue;
+        }
         const Utf8Step step = decodeUtf8At(text, i);
         if (step.valid && unicode::isAlphanumeric(step.codePoint)) {
             result.append(text, i, step.length);
         } else {
-            for (std::size_t k = i; k < i + step.length; ++k) {
-                const auto byte = static_cast<unsigned char>(text[k]);
-                result += '%';
-                result += hex[byte >> 4];
-                result += hex[byte & 0x0F];
-            }
+            for (std::size_t k = i; k < i + step.length; ++k)
+                escape(static_cast<unsigned char>(text[k]));
         }
         i += step.length;
     }

@@ -17,14 +17,15 @@ class SCL {
     // `onFailure` with a description of what went wrong, or `onText` with the answer's body as text
     // (bytes above 0x7F read as Latin-1) followed by `onData` with the same body's bytes. An HTTP
     // error status is an answer. A non-empty `body` makes it a POST. `headerLines` holds lines
-    // "Name: value" separated by line feeds. 15 s without data, or 30 s in all, make it fail.
-    // Callable from any thread; any callback may be empty.
+    // "Name: value" separated by line feeds. 15 s without a byte arriving, or 30 s in all, both
+    // counted from this call, make it fail. Callable from any thread; any callback may be empty.
     static void sendRequest(const std::string& url, std::function<void(const std::string&)> onText,
                             std::function<void(const std::string&)> onFailure,
                             const std::string& body, const std::string& headerLines,
                             std::function<void(const std::vector<unsigned char>&)> onData);
 
-    // Fire-and-forget reports to the web service; their outcome is never seen.
+    // Fire-and-forget reports to the web service; their outcome is never seen. While the host is
+    // the built-in placeholder that never resolves, they do nothing at all.
     static void logEvent(const std::string& name, const std::string& value,
                          const std::string& notes);
     static void logError(const std::string& message);

@@ -141,7 +141,7 @@ TEST_F(MappingApplierTest, ReportsTheRunAndBlankIdsToTheWebService) {
     alerts.drain();
     ASSERT_TRUE(server.waitForRequests(4));
 
-    // Compared decoded: on the wire, escapes of unreserved characters ("%2D") are normalised.
+    // Compared decoded, to read as the messages and commands they carry.
     std::vector<std::string> targets;
     for (const auto& request : server.requests()) {
         std::string target = QUrl::fromPercentEncoding(request.target).toStdString();

@@ -2,6 +2,7 @@
 
 #include <QRegularExpression>
 #include <QTest>
+#include <cctype>
 #include <string>
 #include <vector>
 
@@ -31,21 +32,6 @@ std::string escapedIdentityCharacters(const std::string& text) {
     return result;
 }
 
-// On the wire the escapes of unreserved characters arrive as the characters themselves.
-std::string asSentOnTheWire(const std::string& text) {
-    std::string result;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const std::string piece = text.substr(i, 3);
-        if (piece == "%2D" || piece == "%2E" || piece == "%5F") {
-            result += piece == "%2D" ? '-' : piece == "%2E" ? '.' : '_';
-            i += 2;
-        } else {
-            result += text[i];
-        }
-    }
-    return result;
-}
-
 TEST(PercentEncode, KeepsLettersMarksAndNumbersOfAnyScriptAndEscapesEverythingElse) {
     const std::vector<std::pair<std::string, std::string>> rows = {
         {"", ""},
@@ -68,6 +54,13 @@ TEST(PercentEncode, KeepsLettersMarksAndNumbersOfAnyScriptAndEscapesEverythingEl
     };
     for (const auto& [text, expected] : rows)
         EXPECT_EQ(SCL::percentEncode(text), expected) << text;
+
+    // Every ASCII character: letters and digits stay, everything else is escaped.
+    for (char c = 1; c > 0; ++c) {
+        const QByteArray escaped = QByteArray(1, c).toPercentEncoding({}, "-._~");
+        EXPECT_EQ(SCL::percentEncode({c}),
+                  std::isalnum(c) ? std::string{c} : escaped.toStdString());
+    }
 }
 
 TEST(SanitizeName, KeepsOnlyWholeUserPerceivedCharactersFromTheAllowedSet) {
@@ -108,18 +101,10 @@ TEST(ServiceUrls, AreTheFixedPrefixesFollowedByEncodedValuesInTheirOrder) {
     const std::string device =
         escapedIdentityCharacters(SCL::osVersion() + "-" + SCL::appVersion());
     const std::string uid = escapedIdentityCharacters(SCL::userIdentity() + "-");
-    EXPECT_EQ(service::eventUrl("First launch", "", "", 0),
-              "https://service.example:8443/logistics/ln.php?cat=keyvane&evtname=First%20launch"
-              "&evtval=&notes=&device=" +
-                  device + "&uid=" + uid + "&ran=0");
     EXPECT_EQ(service::eventUrl("addkey", "Caps Lock", "Escape", 999999999),
               "https://service.example:8443/logistics/ln.php?cat=keyvane&evtname=addkey"
               "&evtval=Caps%20Lock&notes=Escape&device=" +
                   device + "&uid=" + uid + "&ran=999999999");
-    EXPECT_EQ(service::errorUrl("error applying mapping\n\nhidutil"),
-              "https://service.example:8443/logistics/keyvanelog.php?err=error%20applying"
-              "%20mapping%0A%0Ahidutil%0A%0A" +
-                  escapedIdentityCharacters(SCL::userIdentity()) + "%2D" + device);
     EXPECT_EQ(service::configUrl(7), "https://service.example:8443/configapp/keyvane.php?user=" +
                                          escapedIdentityCharacters(SCL::userIdentity()) + "&ran=7");
     EXPECT_EQ(service::downloadPageUrl(), "https://service.example:8443/keyvane/");
@@ -135,40 +120,49 @@ class Reporting : public ::testing::Test {
     testing::HttpsTestServer server;
 };
 
-TEST_F(Reporting, EventsAndErrorsArriveAsGetRequestsWithTheirWholeQuery) {
+TEST_F(Reporting, EventsAndErrorsGoOutAsComposedAndNotAtAllToThePlaceholderHost) {
     SCL::logEvent("First launch", "", "");
     ASSERT_TRUE(server.waitForRequests(1));
-    SCL::logEvent("addkey", "Caps Lock", "Escape");
+    SCL::logEvent("sh", "cmd", "hidutil property --set '{\"UserKeyMapping\" : []}'\nA_b.c~");
     ASSERT_TRUE(server.waitForRequests(2));
     SCL::logError("error applying mapping - originalId or remappedId was blank\n\nhidutil x");
     ASSERT_TRUE(server.waitForRequests(3));
 
     const std::string device =
-        asSentOnTheWire(escapedIdentityCharacters(SCL::osVersion() + "-" + SCL::appVersion()));
-    const std::string uid = asSentOnTheWire(escapedIdentityCharacters(SCL::userIdentity() + "-"));
-    const QRegularExpression randomValue("^(0|[1-9][0-9]{0,8})$");
+        escapedIdentityCharacters(SCL::osVersion() + "-" + SCL::appVersion());
+    const std::string uid = escapedIdentityCharacters(SCL::userIdentity() + "-");
+    const std::vector<testing::HttpsTestServer::Request> requests = server.requests();
+    const QRegularExpression randomValue("^(0|[1-9][0-9]{0,8}) HTTP/1.1$");
     std::vector<std::string> randoms;
-    const auto checkEvent = [&](const QByteArray& target, const std::string& prefix) {
-        const std::string text = target.toStdString();
-        const std::string expected = "/logistics/ln.php?cat=keyvane" + prefix +
+    const auto checkEvent = [&](const QByteArray& requestLine, const std::string& fields) {
+        const std::string line = requestLine.toStdString();
+        const std::string expected = "GET /logistics/ln.php?cat=keyvane" + fields +
                                      "&device=" + device + "&uid=" + uid + "&ran=";
-        ASSERT_EQ(text.substr(0, expected.size()), expected);
-        const std::string random = text.substr(expected.size());
-        EXPECT_TRUE(randomValue.match(QString::fromStdString(random)).hasMatch()) << random;
-        randoms.push_back(random);
+        ASSERT_EQ(line.substr(0, expected.size()), expected);
+        const std::string rest = line.substr(expected.size());
+        EXPECT_TRUE(randomValue.match(QString::fromStdString(rest)).hasMatch()) << rest;
+        randoms.push_back(rest);
     };
-    checkEvent(server.requests()[0].target, "&evtname=First%20launch&evtval=&notes=");
-    checkEvent(server.requests()[1].target, "&evtname=addkey&evtval=Caps%20Lock&notes=Escape");
+    checkEvent(requests[0].requestLine(), "&evtname=First%20launch&evtval=&notes=");
+    checkEvent(requests[1].requestLine(),
+               "&evtname=sh&evtval=cmd&notes=hidutil%20property%20%2D%2Dset%20%27%7B%22"
+               "UserKeyMapping%22%20%3A%20%5B%5D%7D%27%0AA%5Fb%2Ec%7E");
     EXPECT_NE(randoms[0], randoms[1]);
+    EXPECT_EQ(requests[2].requestLine().toStdString(),
+              "GET /logistics/keyvanelog.php?err=error%20applying%20mapping%20%2D%20originalId"
+              "%20or%20remappedId%20was%20blank%0A%0Ahidutil%20x%0A%0A" +
+                  escapedIdentityCharacters(SCL::userIdentity()) + "%2D" + device + " HTTP/1.1");
 
-    EXPECT_EQ(server.requests()[2].target.toStdString(),
-              "/logistics/keyvanelog.php?err=error%20applying%20mapping%20-%20originalId%20or"
-              "%20remappedId%20was%20blank%0A%0Ahidutil%20x%0A%0A" +
-                  asSentOnTheWire(escapedIdentityCharacters(SCL::userIdentity())) + "-" + device);
-    for (const auto& request : server.requests()) {
-        EXPECT_EQ(request.method, "GET");
-        EXPECT_TRUE(request.body.isEmpty());
-    }
+    // The placeholder host never resolves: no report is even composed. A request of its own to it
+    // fails before its call returns, with a line in the trace; the reports leave none.
+    qputenv("KEYVANE_SERVICE_HOST", "keyvane-service.invalid");
+    ::testing::internal::CaptureStdout();
+    SCL::logEvent("addkey", "Caps Lock", "Escape");
+    SCL::logError("error");
+    SCL::sendRequest("https://keyvane-service.invalid/", {}, {}, "", "", {});
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(),
+              "Could not resolve host: keyvane-service.invalid for "
+              "https://keyvane-service.invalid/\n");
 }
 
 }  // namespace

@@ -1,91 +1,91 @@
 #pragma once
 
 #include <QByteArray>
-#include <QList>
-#include <QPair>
-#include <QSslCertificate>
-#include <QSslKey>
-#include <QSslServer>
-#include <QTemporaryDir>
 #include <chrono>
+#include <condition_variable>
 #include <memory>
+#include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
-class QSslSocket;
-class QTimer;
+typedef struct ssl_ctx_st SSL_CTX;
+typedef struct ssl_st SSL;
 
 namespace keyvane::testing {
 
-// A throwaway certificate authority and a server certificate it signed for 127.0.0.1, made with
-// the openssl command in a temporary folder that lives as long as the object.
-class TestAuthority {
-  public:
-    TestAuthority();
-    // The authority's certificate as a PEM file, for SSL_CERT_FILE.
-    QString caFile() const;
-    const QSslCertificate& serverCertificate() const { return serverCertificate_; }
-    const QSslKey& serverKey() const { return serverKey_; }
-
-  private:
-    QTemporaryDir folder_;
-    QSslCertificate serverCertificate_;
-    QSslKey serverKey_;
-};
-
-// An HTTPS server on the loopback interface, in this thread's event loop, for the tests of the
-// remote services. It records every request and answers as it is told.
+// An HTTPS server on the loopback interface, on threads of its own, for the tests of the remote
+// services. It records every request with its bytes exactly as they arrived, and answers as it is
+// told. Its certificate for 127.0.0.1 is a self-signed throwaway of the test process; the trusted
+// one is named by SSL_CERT_FILE once `useForThisProcess` has run (the application reads that file
+// once per process), the untrusted one never.
 class HttpsTestServer {
   public:
     struct Request {
-        QByteArray method;
-        QByteArray target;  // path and query, exactly as sent
-        QList<QPair<QByteArray, QByteArray>> headers;
-        QByteArray body;
+        QByteArray raw;     // everything the client sent for this request, as it arrived
+        QByteArray target;  // path and query
 
-        // The values of a header field (any case), in order.
-        QList<QByteArray> headerValues(const QByteArray& name) const;
+        // The first line: method, target and protocol, without its line end.
+        QByteArray requestLine() const;
     };
 
-    HttpsTestServer();
+    enum class Certificate { Trusted, Untrusted };
+
+    explicit HttpsTestServer(Certificate kind = Certificate::Trusted);
     ~HttpsTestServer();
     HttpsTestServer(const HttpsTestServer&) = delete;
     HttpsTestServer& operator=(const HttpsTestServer&) = delete;
 
     // "127.0.0.1:<port>", the value for KEYVANE_SERVICE_HOST.
     std::string host() const;
-    QString caFile() const { return authority_.caFile(); }
-    // Points KEYVANE_SERVICE_HOST at this server and makes SSL_CERT_FILE trust its authority.
+    // Points KEYVANE_SERVICE_HOST at this server and makes SSL_CERT_FILE name its certificate.
     void useForThisProcess() const;
 
     // What to do with the next requests (the default: status 200 with an empty body).
     void answerWith(int status, QByteArray body);
     // Read the request, then send nothing and keep the connection open.
     void neverAnswer();
-    // Send the status line and headers of an endless body, then one byte every `interval`.
-    void trickle(std::chrono::milliseconds interval);
+    // Read the request, then send an answer's status line and header one byte every `interval`,
+    // never finishing it.
+    void trickleHeader(std::chrono::milliseconds interval);
 
-    const std::vector<Request>& requests() const { return requests_; }
+    std::vector<Request> requests() const;
     // Drives the event loop until `count` requests have arrived (at most `limit`).
     bool waitForRequests(std::size_t count,
                          std::chrono::milliseconds limit = std::chrono::seconds(20));
-    // Connections whose TLS handshake failed (a client that refused the certificate, say).
-    int failedHandshakes() const { return failedHandshakes_; }
 
   private:
-    enum class Mode { Answer, Silent, Trickle };
-    void serve(QSslSocket* socket);
-    void respond(QSslSocket* socket);
+    enum class Mode { Answer, Silent, TrickleHeader };
+    struct Reply {
+        Mode mode;
+        int status;
+        QByteArray body;
+        std::chrono::milliseconds interval;
+    };
 
-    TestAuthority authority_;
-    QSslServer server_;
-    Mode mode_ = Mode::Answer;
-    int status_ = 200;
-    QByteArray body_;
-    std::chrono::milliseconds trickleInterval_{1000};
+    void acceptConnections();
+    void serve(int connection);
+    void respond(SSL* tls, const Reply& reply);
+    // Waits for `time`; false when the server is stopping.
+    bool pause(std::chrono::milliseconds time);
+
+    SSL_CTX* context_ = nullptr;
+    int listener_ = -1;
+    int port_ = 0;
+    mutable std::mutex mutex_;
+    std::condition_variable stopped_;
+    bool stopping_ = false;
+    Reply reply_{Mode::Answer, 200, {}, {}};
     std::vector<Request> requests_;
-    std::vector<std::unique_ptr<QTimer>> tricklers_;
-    int failedHandshakes_ = 0;
+    std::vector<int> connections_;
+    std::vector<std::thread> threads_;
+    std::thread acceptor_;
 };
+
+// A loopback port on which nobody listens, for a connection that is refused.
+int unusedLoopbackPort();
+// A loopback port whose connections the kernel accepts into a backlog that is never served, until
+// the program ends.
+int muteLoopbackPort();
 
 }  // namespace keyvane::testing

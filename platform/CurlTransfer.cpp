@@ -1,0 +1,228 @@
+#include "platform/CurlTransfer.h"
+
+#include <linux/tcp.h>
+#include <netinet/in.h>
+#include <openssl/ssl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <string>
+#include <utility>
+
+#include "platform/TrustStore.h"
+
+namespace keyvane {
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr const char* timedOutDescription = "The request timed out.";
+// As many as a browser follows before it gives up.
+constexpr long redirectLimit = 16;
+
+bool sameName(const std::string& a, const std::string& b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
+        return std::tolower(static_cast<unsigned char>(x)) ==
+               std::tolower(static_cast<unsigned char>(y));
+    });
+}
+
+// The request's fields as libcurl takes them: one line per name, later values of a name joined
+// to the first with ",".
+curl_slist* headerLines(const UrlRequest& request) {
+    std::vector<std::pair<std::string, std::string>> fields;
+    for (const auto& [name, value] : request.headerFields) {
+        if (name.empty())
+            continue;
+        const auto same = std::find_if(fields.begin(), fields.end(), [&](const auto& field) {
+            return sameName(field.first, name);
+        });
+        if (same == fields.end())
+            fields.emplace_back(name, value);
+        else
+            same->second += "," + value;
+    }
+    const bool expectGiven = std::any_of(fields.begin(), fields.end(), [](const auto& field) {
+        return sameName(field.first, "Expect");
+    });
+    curl_slist* lines = nullptr;
+    for (const auto& [name, value] : fields) {
+        // "Name:" would remove one of libcurl's own fields instead; "Name;" sends an empty value.
+        const std::string line = value.empty() ? name + ";" : name + ": " + value;
+        lines = curl_slist_append(lines, line.c_str());
+    }
+    // libcurl would hold back a larger body until the server agrees to it; send it at once.
+    if (request.method == "POST" && !expectGiven)
+        lines = curl_slist_append(lines, "Expect:");
+    return lines;
+}
+
+std::size_t appendBody(char* data, std::size_t size, std::size_t count, void* body) {
+    auto* bytes = static_cast<std::vector<unsigned char>*>(body);
+    bytes->insert(bytes->end(), data, data + size * count);
+    return size * count;
+}
+
+CURLcode prepareTls(CURL*, void* context, void*) {
+    trust_store::trustIn(static_cast<SSL_CTX*>(context));
+    return CURLE_OK;
+}
+
+}  // namespace
+
+CurlTransfer::CurlTransfer(UrlRequest request, Clock::time_point calledAt)
+    : request_(std::move(request)),
+      calledAt_(calledAt),
+      easy_(curl_easy_init()),
+      multi_(curl_multi_init()) {
+    if (!easy_ || !multi_) {
+        setupError_ = CURLE_FAILED_INIT;
+        return;
+    }
+    headers_ = headerLines(request_);
+    set(CURLOPT_URL, request_.url.c_str());
+    // The query goes out as the caller composed it: no "/./" or "/../" folded away either.
+    set(CURLOPT_PATH_AS_IS, 1L);
+    set(CURLOPT_PROTOCOLS_STR, "https");
+    set(CURLOPT_REDIR_PROTOCOLS_STR, "https");
+    set(CURLOPT_FOLLOWLOCATION, 1L);
+    set(CURLOPT_MAXREDIRS, redirectLimit);
+    set(CURLOPT_HTTPHEADER, headers_);
+    if (request_.method == "POST") {
+        set(CURLOPT_POST, 1L);
+        set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request_.body.size()));
+        set(CURLOPT_POSTFIELDS, request_.body.data());
+    }
+    set(CURLOPT_SSL_VERIFYPEER, 1L);
+    set(CURLOPT_SSL_VERIFYHOST, 2L);
+    // No files of authorities per exchange: the trust store hands them over from memory.
+    set(CURLOPT_CAINFO, nullptr);
+    set(CURLOPT_CAPATH, nullptr);
+    set(CURLOPT_SSL_CTX_FUNCTION, prepareTls);
+    set(CURLOPT_OPENSOCKETFUNCTION, openSocket);
+    set(CURLOPT_OPENSOCKETDATA, this);
+    set(CURLOPT_CLOSESOCKETFUNCTION, closeSocket);
+    set(CURLOPT_CLOSESOCKETDATA, this);
+    set(CURLOPT_WRITEFUNCTION, appendBody);
+    set(CURLOPT_WRITEDATA, &body_);
+    set(CURLOPT_ERRORBUFFER, errorBuffer_);
+    // Signals belong to the application; name look-ups run on libcurl's own thread.
+    set(CURLOPT_NOSIGNAL, 1L);
+}
+
+CurlTransfer::~CurlTransfer() {
+    if (added_)
+        curl_multi_remove_handle(multi_, easy_);
+    if (easy_)
+        curl_easy_cleanup(easy_);
+    if (multi_)
+        curl_multi_cleanup(multi_);
+    curl_slist_free_all(headers_);
+}
+
+template <typename Value>
+void CurlTransfer::set(CURLoption option, Value value) {
+    const CURLcode result = curl_easy_setopt(easy_, option, value);
+    if (result != CURLE_OK && setupError_ == CURLE_OK)
+        setupError_ = result;
+}
+
+std::optional<UrlOutcome> CurlTransfer::run(const std::atomic<bool>& abandon) {
+    const auto totalLeft =
+        std::chrono::ceil<milliseconds>(request_.totalLimit - (Clock::now() - calledAt_));
+    if (totalLeft.count() <= 0)
+        return failure(CURLE_OPERATION_TIMEDOUT, "the limit passed before the exchange began");
+    set(CURLOPT_TIMEOUT_MS, static_cast<long>(totalLeft.count()));
+    if (setupError_ != CURLE_OK)
+        return failure(setupError_, "setting up the exchange");
+    if (curl_multi_add_handle(multi_, easy_) != CURLM_OK)
+        return failure(CURLE_FAILED_INIT, "adding the exchange");
+    added_ = true;
+
+    Clock::time_point lastData = calledAt_;
+    for (;;) {
+        int running = 0;
+        if (const CURLMcode code = curl_multi_perform(multi_, &running); code != CURLM_OK)
+            return failure(CURLE_FAILED_INIT, curl_multi_strerror(code));
+        if (!running)
+            break;
+        if (abandon)
+            return std::nullopt;
+        const Clock::time_point now = Clock::now();
+        if (bytesArrived())
+            lastData = now;
+        const auto idleLeft = std::chrono::ceil<milliseconds>(lastData + request_.idleLimit - now);
+        if (idleLeft.count() <= 0)
+            return failure(CURLE_OPERATION_TIMEDOUT,
+                           "no data for " + std::to_string(request_.idleLimit.count()) + " ms");
+        curl_multi_poll(multi_, nullptr, 0, static_cast<int>(idleLeft.count()), nullptr);
+    }
+    int queued = 0;
+    const CURLMsg* message = curl_multi_info_read(multi_, &queued);
+    if (!message || message->msg != CURLMSG_DONE)
+        return failure(CURLE_FAILED_INIT, "the exchange ended without a result");
+    if (message->data.result != CURLE_OK)
+        return failure(message->data.result);
+    return answer();
+}
+
+void CurlTransfer::wake() {
+    curl_multi_wakeup(multi_);
+}
+
+// Every byte counts, those of the TLS handshake and of an unfinished status line too: the
+// kernel's count of what arrived on each connection.
+bool CurlTransfer::bytesArrived() {
+    bool arrived = false;
+    for (Socket& socket : sockets_) {
+        tcp_info info{};
+        socklen_t length = sizeof info;
+        if (getsockopt(socket.fd, IPPROTO_TCP, TCP_INFO, &info, &length) != 0)
+            continue;
+        if (info.tcpi_bytes_received != socket.bytesReceived) {
+            socket.bytesReceived = info.tcpi_bytes_received;
+            arrived = true;
+        }
+    }
+    return arrived;
+}
+
+UrlOutcome CurlTransfer::answer() {
+    UrlOutcome outcome;
+    outcome.body = std::move(body_);
+    return outcome;
+}
+
+UrlOutcome CurlTransfer::failure(CURLcode code, const std::string& details) const {
+    const std::string reason = !details.empty() ? details : errorBuffer_;
+    UrlOutcome outcome;
+    outcome.failed = true;
+    outcome.errorDescription = code == CURLE_OPERATION_TIMEDOUT ? timedOutDescription
+                               : !reason.empty()                ? reason
+                                                                : curl_easy_strerror(code);
+    outcome.errorDetail =
+        std::string(curl_easy_strerror(code)) + " (" + reason + ") for " + request_.url;
+    return outcome;
+}
+
+// Sockets are made here so that a command the application runs meanwhile does not inherit them,
+// and so that their byte counts can be read.
+curl_socket_t CurlTransfer::openSocket(void* self, curlsocktype, curl_sockaddr* address) {
+    const curl_socket_t fd =
+        ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+    if (fd != CURL_SOCKET_BAD)
+        static_cast<CurlTransfer*>(self)->sockets_.push_back({fd, 0});
+    return fd;
+}
+
+int CurlTransfer::closeSocket(void* self, curl_socket_t fd) {
+    auto& sockets = static_cast<CurlTransfer*>(self)->sockets_;
+    sockets.erase(std::remove_if(sockets.begin(), sockets.end(),
+                                 [fd](const Socket& socket) { return socket.fd == fd; }),
+                  sockets.end());
+    return ::close(fd);
+}
+
+}  // namespace keyvane
