@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/DefaultsKeys.h"
+
 namespace keyvane {
 
 // One mapping: "original", "originalId", "remapped", "remappedId" (display name and HID usage of
@@ -14,14 +16,6 @@ using KeyMapping = std::map<std::string, std::string>;
 
 // The mappings of this process, in table order; touched on the main thread only.
 extern std::vector<KeyMapping> keyMappings;
-
-namespace defaults_keys {
-inline constexpr const char* keyData = "keydata2";
-inline constexpr const char* keyboardId = "keyboardId";
-inline constexpr const char* applyAtLogin = "applyatlogin";
-inline constexpr const char* launchCount = "launchcount";
-inline constexpr const char* noUpdatePrompt = "noupdateprompt";
-}  // namespace defaults_keys
 
 // The value of "keyboardId" (and the identifier of the "All keyboards" item) meaning every
 // keyboard.

@@ -1,10 +1,10 @@
 #include <optional>
 #include <string>
 
-#include "engine/MappingStore.h"
 #include "platform/Alert.h"
 #include "platform/Application.h"
 #include "platform/Browser.h"
+#include "platform/DefaultsKeys.h"
 #include "platform/UserDefaults.h"
 #include "remote/RemoteConfig.h"
 #include "remote/SCL.h"
