@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <iostream>
 
+#include "app/CommandLine.h"
 #include "app/Launch.h"
 #include "platform/Bundle.h"
 #include "platform/SessionBus.h"
@@ -56,18 +57,11 @@ void exitOnDisplayFailure(QtMsgType type, const QMessageLogContext&, const QStri
     std::_Exit(1);
 }
 
-// hidutil is installed beside keyvane. Its folder goes at the end of PATH, so that a hidutil found
-// earlier (a test double, or one the user prefers) still wins.
-void appendProgramFolderToPath() {
-    QByteArray path = qgetenv("PATH");
-    if (!path.isEmpty())
-        path += ':';
-    qputenv("PATH", path + QCoreApplication::applicationDirPath().toLocal8Bit());
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (argc > 1)
+        return keyvane::CommandLine::main(argc, argv);
     if (!hasGraphicalSession())
         return startWithoutGraphicalSession(argc, argv);
 
@@ -77,7 +71,7 @@ int main(int argc, char** argv) {
     QApplication::setApplicationName("Keyvane");
     QApplication::setDesktopFileName(keyvane::bundle::appIdentifier);
     QApplication::setWindowIcon(QIcon::fromTheme(keyvane::bundle::appIdentifier));
-    appendProgramFolderToPath();
+    keyvane::bundle::appendProgramFolderToPath();
 
     keyvane::Launch launch;
     switch (launch.start()) {
