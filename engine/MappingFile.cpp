@@ -197,6 +197,13 @@ std::string MappingFile::compose(const std::vector<KeyMapping>& mappings,
 }
 
 bool MappingFile::write(const std::filesystem::path& file, std::string& error) {
+    // A mistyped folder is named, not created.
+    const std::filesystem::path folder = file.has_parent_path() ? file.parent_path() : ".";
+    std::error_code ignored;
+    if (!std::filesystem::is_directory(folder, ignored)) {
+        error = "there is no folder " + folder.string();
+        return false;
+    }
     return replaceFileAtomically(file, compose(keyMappings, storedKeyboardId()), error);
 }
 

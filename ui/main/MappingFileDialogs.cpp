@@ -28,7 +28,7 @@ std::string question(const MappingFile::Reading& reading) {
             mappingsCount(keyMappings.size()) + " you have, or replace your list";
     if (reading.keyboardId)
         text += " and the chosen keyboard";
-    return text + " with them?";
+    return text + (reading.mappings.size() == 1 ? " with it?" : " with them?");
 }
 
 }  // namespace
