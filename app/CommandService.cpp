@@ -1,8 +1,8 @@
 #include "app/CommandService.h"
 
 #include <QDBusConnection>
-#include <QDialog>
 #include <QDBusMessage>
+#include <QDialog>
 #include <sstream>
 
 #include "app/CommandLine.h"
