@@ -15,6 +15,7 @@ Launch::Launch(LifecycleSettings settings) : delegate_(std::move(settings)) {}
 Launch::~Launch() = default;
 
 Launch::Outcome Launch::start() {
+    commands_.registerOnBus();
     switch (instance_.claim(bundle::appIdentifier)) {
         case SingleInstance::Claim::AlreadyRunning:
             return askRunningCopyToReopen();

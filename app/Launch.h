@@ -3,14 +3,16 @@
 #include <memory>
 
 #include "app/AppDelegate.h"
+#include "app/CommandService.h"
 #include "platform/SingleInstance.h"
 
 namespace keyvane {
 
 class MainVC;
 
-// What the program entry starts, in order: the one copy of the application for this user, the
-// main window with its controller (whose view loads at once), the delegate, and the launch.
+// What the program entry starts, in order: the one copy of the application for this user (which
+// also answers the command line), the main window with its controller (whose view loads at once),
+// the delegate, and the launch.
 class Launch {
   public:
     enum class Outcome {
@@ -41,6 +43,7 @@ class Launch {
     AppDelegate& delegate() { return delegate_; }
 
   private:
+    CommandService commands_;
     SingleInstance instance_;
     AppDelegate delegate_;
     std::unique_ptr<MainVC> mainVC_;

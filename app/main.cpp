@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <iostream>
 
+#include "app/CommandLine.h"
 #include "app/Launch.h"
 #include "platform/Bundle.h"
 #include "platform/SessionBus.h"
@@ -57,21 +58,14 @@ void exitOnDisplayFailure(QtMsgType type, const QMessageLogContext&, const QStri
     std::_Exit(1);
 }
 
-// hidutil is installed beside keyvane. Its folder goes at the end of PATH, so that a hidutil found
-// earlier (a test double, or one the user prefers) still wins.
-void appendProgramFolderToPath() {
-    QByteArray path = qgetenv("PATH");
-    if (!path.isEmpty())
-        path += ':';
-    qputenv("PATH", path + QCoreApplication::applicationDirPath().toLocal8Bit());
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
     // The trace goes to standard output, which may be a pipe whose reader has gone (the login
-    // helper that started Keyvane, say): writing there must fail quietly, not end the application.
+    // helper that started Keyvane, or `keyvane --list | head`): writing there must fail quietly.
     std::signal(SIGPIPE, SIG_IGN);
+    if (argc > 1)
+        return keyvane::CommandLine::main(argc, argv);
     if (!hasGraphicalSession())
         return startWithoutGraphicalSession(argc, argv);
 
@@ -81,7 +75,7 @@ int main(int argc, char** argv) {
     QApplication::setApplicationName("Keyvane");
     QApplication::setDesktopFileName(keyvane::bundle::appIdentifier);
     QApplication::setWindowIcon(QIcon::fromTheme(keyvane::bundle::appIdentifier));
-    appendProgramFolderToPath();
+    keyvane::bundle::appendProgramFolderToPath();
 
     keyvane::Launch launch;
     switch (launch.start()) {

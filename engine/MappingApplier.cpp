@@ -48,29 +48,43 @@ std::string MappingApplier::composeCommand() {
     return replacingOccurrences(chooseTemplate(), placeholder, entries);
 }
 
-void MappingApplier::applyMappings() {
-    std::string clearingOutput = ShellRunner::run(clearingCommand);
-    std::cout << clearingOutput << std::endl;
-    SCL::logEvent("applymapping", "startcmd", clearingOutput);
+bool MappingApplier::Installation::installed() const {
+    const std::string& answer = command.empty() ? clearingOutput : result;
+    return answer.find(successMarker) != std::string::npos;
+}
 
-    std::string command = composeCommand();
-    if (command.empty())
-        return;
+MappingApplier::Installation MappingApplier::install() {
+    Installation installation;
+    installation.clearingOutput = ShellRunner::run(clearingCommand);
+    installation.command = composeCommand();
+    if (installation.command.empty())
+        return installation;
+    installation.hasBlankId =
+        installation.command.find(blankSourceMarker) != std::string::npos ||
+        installation.command.find(blankDestinationMarker) != std::string::npos;
+    installation.result = ShellRunner::run(installation.command);
+    return installation;
+}
 
-    if (command.find(blankSourceMarker) != std::string::npos ||
-        command.find(blankDestinationMarker) != std::string::npos) {
-        SCL::logError(blankIdError + command);
+bool MappingApplier::applyMappings() {
+    const Installation installation = install();
+    std::cout << installation.clearingOutput << std::endl;
+    SCL::logEvent("applymapping", "startcmd", installation.clearingOutput);
+    if (installation.command.empty())
+        return installation.installed();
+
+    if (installation.hasBlankId) {
+        SCL::logError(blankIdError + installation.command);
         showAlert(blankIdAlertText, blankIdAlertTitle, [] {});
     }
+    std::cout << installation.command << std::endl;
+    SCL::logEvent("sh", "cmd", installation.command);
+    std::cout << installation.result << std::endl;
+    SCL::logEvent("sh", "result", installation.result);
 
-    std::string result = ShellRunner::run(command);
-    std::cout << command << std::endl;
-    SCL::logEvent("sh", "cmd", command);
-    std::cout << result << std::endl;
-    SCL::logEvent("sh", "result", result);
-
-    if (result.find(successMarker) == std::string::npos)
+    if (!installation.installed())
         showAlert(failedAlertText, failedAlertTitle, [] {});
+    return installation.installed();
 }
 
 }  // namespace keyvane

@@ -6,10 +6,22 @@ namespace keyvane {
 
 // Installs the whole of `keyMappings` with one hidutil command, for every keyboard or for the one
 // whose product id is stored under "keyboardId". Always clears first, so the installed mappings
-// are rebuilt from the list and never patched. Reports its own problems (alerts, event log).
+// are rebuilt from the list and never patched.
 class MappingApplier {
   public:
-    static void applyMappings();
+    // What one installation ran and what hidutil answered.
+    struct Installation {
+        std::string clearingOutput;
+        std::string command;  // empty when no record was usable: only the clearing ran
+        std::string result;
+        bool hasBlankId = false;
+        bool installed() const;
+    };
+
+    // Installs and reports its own problems (alerts, event log); true when it worked.
+    static bool applyMappings();
+    // Installs without reporting anything, for callers that tell the user themselves.
+    static Installation install();
 
     // The command that installs the list, or the empty string when no record is usable.
     static std::string composeCommand();

@@ -15,5 +15,9 @@ inline constexpr const char* killLauncherNotification = "killLauncher";
 // The short version text ("1.2.0"): the project version the program was built from.
 std::string shortVersion();
 
+// hidutil is installed beside keyvane. Its folder goes at the end of PATH, so that a hidutil found
+// earlier (a test double, or one the user prefers) still wins. Needs the application object.
+void appendProgramFolderToPath();
+
 }  // namespace bundle
 }  // namespace keyvane

@@ -69,6 +69,17 @@ bool SingleInstance::lock(const std::string& identifier) {
     return errno != EWOULDBLOCK;  // a file system without locks cannot tell either
 }
 
+bool SingleInstance::lockHeld(const std::string& identifier) {
+    const int file = ::open(lockPath(identifier).c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+    if (file < 0)
+        return false;
+    // Taken and released at once; only a copy starting in that very moment would mistake it for
+    // a running one.
+    const bool held = ::flock(file, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    ::close(file);
+    return held;
+}
+
 bool SingleInstance::askToReopen(const std::string& identifier, std::string& error) {
     const QDBusMessage call = QDBusMessage::createMethodCall(QString::fromStdString(identifier),
                                                              path, interface, "Reopen");

@@ -29,6 +29,9 @@ class SingleInstance : public QObject {
 
     Claim claim(const std::string& identifier);
 
+    // Whether a copy holds the lock of `identifier`: one that runs, also on another bus or none.
+    static bool lockHeld(const std::string& identifier);
+
     // Asks the copy that holds `identifier` to bring its window back. False, with the reason in
     // `error`, when it does not answer.
     static bool askToReopen(const std::string& identifier, std::string& error);

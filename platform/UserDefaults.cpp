@@ -2,11 +2,6 @@
 
 #include <sys/stat.h>
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QJsonValue>
-#include <QVariant>
 #include <cmath>
 #include <ctime>
 #include <fstream>
@@ -14,72 +9,11 @@
 #include <sstream>
 
 #include "platform/AtomicFile.h"
+#include "platform/JsonText.h"
 #include "platform/XdgDirs.h"
 
 namespace keyvane {
 namespace {
-
-DefaultsValue fromJson(const QJsonValue& json);
-
-DefaultsDictionary fromJsonObject(const QJsonObject& object) {
-    DefaultsDictionary result;
-    for (auto it = object.begin(); it != object.end(); ++it)
-        result.emplace(it.key().toStdString(), fromJson(it.value()));
-    return result;
-}
-
-DefaultsValue fromJson(const QJsonValue& json) {
-    switch (json.type()) {
-        case QJsonValue::Bool:
-            return {json.toBool()};
-        case QJsonValue::Double:
-            // Qt keeps integers that JSON wrote without a fraction as 64-bit integers.
-            if (json.toVariant().typeId() == QMetaType::LongLong)
-                return {static_cast<std::int64_t>(json.toInteger())};
-            return {json.toDouble()};
-        case QJsonValue::String:
-            return {json.toString().toStdString()};
-        case QJsonValue::Array: {
-            DefaultsArray array;
-            for (const QJsonValue& element : json.toArray())
-                array.push_back(fromJson(element));
-            return {std::move(array)};
-        }
-        case QJsonValue::Object:
-            return {fromJsonObject(json.toObject())};
-        default:
-            return {nullptr};
-    }
-}
-
-QJsonValue toJson(const DefaultsValue& value);
-
-QJsonObject toJsonObject(const DefaultsDictionary& dictionary) {
-    QJsonObject object;
-    for (const auto& [key, element] : dictionary)
-        object.insert(QString::fromStdString(key), toJson(element));
-    return object;
-}
-
-QJsonValue toJson(const DefaultsValue& value) {
-    struct Visitor {
-        QJsonValue operator()(std::nullptr_t) const { return QJsonValue::Null; }
-        QJsonValue operator()(bool b) const { return b; }
-        QJsonValue operator()(std::int64_t i) const { return static_cast<qint64>(i); }
-        QJsonValue operator()(double d) const { return d; }
-        QJsonValue operator()(const std::string& s) const { return QString::fromStdString(s); }
-        QJsonValue operator()(const DefaultsArray& array) const {
-            QJsonArray result;
-            for (const DefaultsValue& element : array)
-                result.append(toJson(element));
-            return result;
-        }
-        QJsonValue operator()(const DefaultsDictionary& dictionary) const {
-            return toJsonObject(dictionary);
-        }
-    };
-    return std::visit(Visitor{}, value.value);
-}
 
 std::string utcTimestamp() {
     std::time_t now = std::time(nullptr);
@@ -142,18 +76,17 @@ const DefaultsDictionary& UserDefaults::contents() {
     std::ifstream in(file_, std::ios::binary);
     std::stringstream bytes;
     bytes << in.rdbuf();
-    QJsonParseError parseError{};
-    QJsonDocument document =
-        QJsonDocument::fromJson(QByteArray::fromStdString(bytes.str()), &parseError);
-    if (in.bad() || !in.is_open() || !document.isObject()) {
+    std::string error;
+    std::optional<DefaultsValue> parsed = parseJson(bytes.str(), error);
+    DefaultsDictionary* object = parsed ? std::get_if<DefaultsDictionary>(&parsed->value) : nullptr;
+    if (in.bad() || !in.is_open() || !object) {
         corrupt_ = true;
         moveCorruptFileAside(!in.is_open() ? "it cannot be opened"
-                             : parseError.error != QJsonParseError::NoError
-                                 ? parseError.errorString().toStdString()
-                                 : "it does not hold a JSON object");
+                             : !parsed     ? error
+                                           : "it does not hold a JSON object");
         return contents_;
     }
-    contents_ = fromJsonObject(document.object());
+    contents_ = std::move(*object);
     return contents_;
 }
 
@@ -232,9 +165,8 @@ void UserDefaults::setObject(const std::string& key, DefaultsValue value) {
     }
 
     contents_[key] = std::move(value);
-    QByteArray json = QJsonDocument(toJsonObject(contents_)).toJson(QJsonDocument::Indented);
     std::string error;
-    if (!replaceFileAtomically(file_, std::string_view(json.constData(), json.size()), error)) {
+    if (!replaceFileAtomically(file_, jsonText(contents_), error)) {
         reportNotSaved(error);
         loadedStamp_.reset();  // the next read shows what the file really holds
         return;

@@ -45,6 +45,10 @@ void FakeHidutil::setOutput(const std::string& subcommand, const std::string& ou
     std::ofstream(dir_ / ("output-" + subcommand)) << output;
 }
 
+void FakeHidutil::setExitStatus(const std::string& subcommand, int status) {
+    std::ofstream(dir_ / ("exit-" + subcommand)) << status;
+}
+
 std::vector<std::vector<std::string>> FakeHidutil::calls() const {
     std::vector<std::vector<std::string>> result;
     std::ifstream in(dir_ / "calls");

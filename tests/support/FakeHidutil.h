@@ -16,6 +16,8 @@ class FakeHidutil {
 
     // What the fake prints when run with this first argument ("property", "list").
     void setOutput(const std::string& subcommand, const std::string& output);
+    // How the fake ends when run with this first argument (0 unless told).
+    void setExitStatus(const std::string& subcommand, int status);
     // Every argument vector received so far, oldest first.
     std::vector<std::vector<std::string>> calls() const;
     void clearCalls();

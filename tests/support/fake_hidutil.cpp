@@ -46,5 +46,7 @@ int main(int argc, char** argv) {
     } else if (subcommand == "property") {
         std::cout << "UserKeyMapping:(\n)\n";
     }
-    return 0;
+    int status = 0;
+    std::ifstream(std::string(dir) + "/exit-" + subcommand) >> status;
+    return status;
 }

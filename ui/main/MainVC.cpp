@@ -11,12 +11,14 @@
 
 #include "app/LoginItem.h"
 #include "engine/MappingApplier.h"
+#include "engine/MappingFile.h"
 #include "engine/MappingStore.h"
 #include "engine/ShellRunner.h"
 #include "platform/Application.h"
 #include "ui/KeyNames.h"
 #include "ui/capture/KeyboardVC.h"
 #include "ui/main/KeyboardList.h"
+#include "ui/main/MappingFileDialogs.h"
 #include "ui/main/SegmentedControl.h"
 #include "ui_MainWindow.h"
 
@@ -65,6 +67,9 @@ void MainVC::connectActions() {
             [this] { ui_->segmentedBtn1->click(0); });
     connect(ui_->removeMappingAction, &QAction::triggered, this,
             [this] { ui_->segmentedBtn1->click(1); });
+    connect(ui_->importAction, &QAction::triggered, this, &MainVC::importMappings);
+    connect(ui_->exportAction, &QAction::triggered, this,
+            [this] { mapping_file_dialogs::exportMappings(window_.get()); });
     connect(ui_->closeWindowAction, &QAction::triggered, window_.get(), &QWidget::close);
     connect(ui_->quitAction, &QAction::triggered, this, [] { terminateApplication(); });
 
@@ -148,6 +153,24 @@ QVariant MainVC::headerData(int section, Qt::Orientation orientation, int role) 
 void MainVC::reloadTable() {
     beginResetModel();
     endResetModel();
+}
+
+// Several listed keyboards can share the stored product id; like the filling, the last one wins.
+void MainVC::showStoredChoices() {
+    reloadTable();
+    QComboBox* popup = ui_->keyboardPopup;
+    const QString stored = QString::fromStdString(MappingFile::storedKeyboardId());
+    int index = popup->count() - 1;
+    while (index > 0 && popup->itemData(index).toString() != stored)
+        --index;
+    popup->setCurrentIndex(index);
+}
+
+void MainVC::importMappings() {
+    if (!mapping_file_dialogs::importMappings(window_.get()))
+        return;
+    showStoredChoices();
+    MappingApplier::applyMappings();
 }
 
 void MainVC::segmentedBtnClick(SegmentedControl* sender) {

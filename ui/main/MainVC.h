@@ -50,12 +50,15 @@ class MainVC : public QAbstractTableModel {
 
     // Shows `keyMappings` again after records were appended elsewhere.
     void reloadTable();
+    // Shows the list and the keyboard choice again after both were replaced elsewhere.
+    void showStoredChoices();
 
   private:
     bool eventFilter(QObject* watched, QEvent* event) override;
     void connectActions();
     void updateRemoveEnabled();
     void presentKeyboardVC();
+    void importMappings();
 
     std::unique_ptr<QMainWindow> window_;
     std::unique_ptr<Ui::MainWindow> ui_;

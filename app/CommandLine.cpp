@@ -1,0 +1,285 @@
+#include "app/CommandLine.h"
+
+#include <QCoreApplication>
+#include <QProcess>
+#include <filesystem>
+#include <iostream>
+#include <map>
+
+#include "app/CommandService.h"
+#include "engine/MappingApplier.h"
+#include "engine/MappingFile.h"
+#include "engine/MappingStore.h"
+#include "engine/ShellRunner.h"
+#include "platform/Bundle.h"
+#include "platform/SessionBus.h"
+#include "platform/SingleInstance.h"
+
+namespace keyvane {
+namespace {
+
+using Action = CommandLine::Action;
+
+const std::map<std::string, Action> options = {
+    {"--apply", Action::Apply},   {"--restore", Action::Restore}, {"--list", Action::List},
+    {"--status", Action::Status}, {"--export", Action::Export},   {"--import", Action::Import},
+    {"--help", Action::Help},     {"--version", Action::Version},
+};
+constexpr const char* appendOption = "--append";
+
+constexpr const char* clearingFailedMessage =
+    "keyvane: hidutil did not confirm that the mappings were removed";
+constexpr const char* outOfReachMessage =
+    "keyvane: Keyvane runs for this user, but not on this session's message bus, so it cannot be "
+    "asked to import; its list would overwrite the import. Run the command in its desktop "
+    "session, or end Keyvane first.";
+constexpr const char* partlyUnusableMessage =
+    "keyvane: nothing was imported, so that no mapping goes missing unnoticed. Correct the "
+    "mappings above, or import the file in the Keyvane window, which can leave them out. Your "
+    "list is unchanged.";
+
+std::string optionName(Action action) {
+    for (const auto& [name, each] : options) {
+        if (each == action)
+            return name;
+    }
+    return {};
+}
+
+std::string mappingsCount(std::size_t count) {
+    return std::to_string(count) + (count == 1 ? " mapping" : " mappings");
+}
+
+std::string keyboardText(const std::string& keyboardId) {
+    return keyboardId == allKeyboardsId ? "all keyboards" : "the keyboard " + keyboardId;
+}
+
+std::string nameOf(const KeyMapping& mapping, const std::string& side) {
+    const auto name = mapping.find(side);
+    if (name != mapping.end())
+        return name->second;
+    const auto id = mapping.find(side + "Id");
+    return "key id " + (id == mapping.end() ? std::string("?") : id->second);
+}
+
+int apply(const CommandLine::Session& session) {
+    if (!session.install()) {
+        session.err << "keyvane: " << MappingApplier::failedAlertText << std::endl;
+        return 1;
+    }
+    if (keyMappings.empty())
+        session.out << "No mappings are stored; every key Keyvane changed is as it was."
+                    << std::endl;
+    else
+        session.out << "Installed " << mappingsCount(keyMappings.size()) << " for "
+                    << keyboardText(MappingFile::storedKeyboardId()) << "." << std::endl;
+    return 0;
+}
+
+int restore(const CommandLine::Session& session) {
+    const std::string output = ShellRunner::run(MappingApplier::clearingCommand);
+    if (output.find(MappingApplier::successMarker) == std::string::npos) {
+        session.err << clearingFailedMessage << std::endl;
+        return 1;
+    }
+    session.out << "Every key Keyvane changed is as it was." << std::endl;
+    session.restored();
+    return 0;
+}
+
+int list(const CommandLine::Session& session) {
+    session.out << "Keyboard: " << keyboardText(MappingFile::storedKeyboardId()) << std::endl;
+    for (const KeyMapping& mapping : keyMappings)
+        session.out << nameOf(mapping, "original") << " -> " << nameOf(mapping, "remapped")
+                    << std::endl;
+    return 0;
+}
+
+int exportTo(const std::string& file, const CommandLine::Session& session) {
+    std::string error;
+    if (!MappingFile::write(file, error)) {
+        session.err << "keyvane: cannot export to " << file << ": " << error << std::endl;
+        return 1;
+    }
+    session.out << "Exported " << mappingsCount(keyMappings.size()) << " for "
+                << keyboardText(MappingFile::storedKeyboardId()) << " to " << file << "."
+                << std::endl;
+    return 0;
+}
+
+int importFrom(const CommandLine::Command& command, const CommandLine::Session& session) {
+    const MappingFile::Reading reading = MappingFile::read(command.file);
+    for (const std::string& rejected : reading.rejected)
+        session.err << "keyvane: " << command.file << ": " << rejected << std::endl;
+    if (!reading.problem.empty()) {
+        session.err << "keyvane: cannot import " << command.file << ": " << reading.problem
+                    << ". Your list is unchanged." << std::endl;
+        return 1;
+    }
+    if (!reading.rejected.empty()) {
+        session.err << partlyUnusableMessage << std::endl;
+        return 1;
+    }
+    MappingFile::adopt(
+        reading, command.append ? MappingFile::Adoption::Append : MappingFile::Adoption::Replace);
+    session.listChanged();
+    session.out << "Imported " << mappingsCount(reading.mappings.size()) << " from " << command.file
+                << (command.append ? ", after the ones you had" : "") << "; the list now has "
+                << mappingsCount(keyMappings.size()) << "." << std::endl;
+    return apply(session);
+}
+
+// Runs `hidutil status`, its output passed through as it comes.
+int status() {
+    QProcess hidutil;
+    hidutil.setProcessChannelMode(QProcess::ForwardedChannels);
+    hidutil.start("hidutil", {"status"});
+    if (!hidutil.waitForStarted(-1)) {
+        std::cerr << "keyvane: cannot run hidutil: " << hidutil.errorString().toStdString()
+                  << std::endl;
+        return 1;
+    }
+    hidutil.waitForFinished(-1);
+    return hidutil.exitStatus() == QProcess::NormalExit ? hidutil.exitCode() : 1;
+}
+
+// Without a running copy: the stored settings, and hidutil run from here.
+int executeHere(const CommandLine::Command& command) {
+    if (command.action == Action::Import && SingleInstance::lockHeld(bundle::appIdentifier)) {
+        std::cerr << outOfReachMessage << std::endl;
+        return 1;
+    }
+    MappingStore::loadMappings();
+    const CommandLine::Session session{
+        std::cout, std::cerr,
+        [] {
+            const auto installation = MappingApplier::install();
+            if (installation.hasBlankId)
+                std::cerr << "keyvane: " << MappingApplier::blankIdAlertText << std::endl;
+            return installation.installed();
+        },
+        [] {}, [] {}};
+    return CommandLine::execute(command, session);
+}
+
+// With a running copy: it carries the command out and answers with what to print.
+int executeInRunningCopy(const CommandLine::Command& command) {
+    std::string error;
+    const std::optional<CommandService::Answer> answer =
+        CommandService::ask(CommandLine::arguments(command), error);
+    if (!answer) {
+        std::cerr << "keyvane: Keyvane runs but did not answer, so the command may not have been "
+                     "carried out: "
+                  << error << std::endl;
+        return 1;
+    }
+    std::cout << answer->output << std::flush;
+    std::cerr << answer->errors << std::flush;
+    return answer->status;
+}
+
+}  // namespace
+
+std::optional<CommandLine::Command> CommandLine::parse(const std::vector<std::string>& arguments,
+                                                       std::string& error) {
+    std::optional<Command> command;
+    bool append = false;
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const std::string& argument = arguments[i];
+        const auto option = options.find(argument);
+        if (argument == appendOption) {
+            append = true;
+        } else if (option == options.end()) {
+            error = "unknown option \"" + argument + "\"";
+            return std::nullopt;
+        } else if (command) {
+            error = "give one option at a time, not both " + optionName(command->action) + " and " +
+                    argument;
+            return std::nullopt;
+        } else {
+            command = Command{option->second, {}, false};
+            if (option->second == Action::Export || option->second == Action::Import) {
+                // A file name that begins with "-" is taken for a forgotten one ("./-x" works).
+                if (i + 1 == arguments.size() || arguments[i + 1].empty() ||
+                    arguments[i + 1].front() == '-') {
+                    error = argument + " needs a file name";
+                    return std::nullopt;
+                }
+                command->file = arguments[++i];
+            }
+        }
+    }
+    if (!command) {
+        error = std::string(appendOption) + " goes with --import FILE";
+        return std::nullopt;
+    }
+    if (append && command->action != Action::Import) {
+        error = std::string(appendOption) + " goes with --import FILE, not with " +
+                optionName(command->action);
+        return std::nullopt;
+    }
+    command->append = append;
+    return command;
+}
+
+std::vector<std::string> CommandLine::arguments(const Command& command) {
+    std::vector<std::string> result{optionName(command.action)};
+    if (!command.file.empty())
+        result.push_back(command.file);
+    if (command.append)
+        result.push_back(appendOption);
+    return result;
+}
+
+int CommandLine::execute(const Command& command, const Session& session) {
+    switch (command.action) {
+        case Action::Apply:
+            return apply(session);
+        case Action::Restore:
+            return restore(session);
+        case Action::List:
+            return list(session);
+        case Action::Export:
+            return exportTo(command.file, session);
+        case Action::Import:
+            return importFrom(command, session);
+        case Action::Status:
+        case Action::Help:
+        case Action::Version:
+            break;
+    }
+    session.err << "keyvane: " << optionName(command.action) << " is answered by keyvane itself"
+                << std::endl;
+    return usageError;
+}
+
+int CommandLine::main(int argc, char** argv) {
+    QCoreApplication application(argc, argv);
+    bundle::appendProgramFolderToPath();
+    std::string error;
+    std::optional<Command> command = parse(std::vector<std::string>(argv + 1, argv + argc), error);
+    if (!command) {
+        std::cerr << "keyvane: " << error << "\n\n" << usage;
+        return usageError;
+    }
+    switch (command->action) {
+        case Action::Help:
+            std::cout << usage;
+            return 0;
+        case Action::Version:
+            std::cout << "Keyvane " << bundle::shortVersion() << std::endl;
+            return 0;
+        case Action::Status:
+            return status();
+        default:
+            break;
+    }
+    // A running copy may have another working folder: it gets the file's full path.
+    if (!command->file.empty())
+        command->file = std::filesystem::absolute(command->file).lexically_normal().string();
+    if (session_bus::isRunning(bundle::appIdentifier))
+        return executeInRunningCopy(*command);
+    return executeHere(*command);
+}
+
+}  // namespace keyvane

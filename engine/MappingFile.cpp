@@ -1,0 +1,226 @@
+#include "engine/MappingFile.h"
+
+#include <algorithm>
+#include <cctype>
+#include <fstream>
+
+#include "engine/KeyTable.h"
+#include "platform/AtomicFile.h"
+#include "platform/JsonText.h"
+
+namespace keyvane {
+namespace {
+
+const char* const recordKeys[] = {"original", "originalId", "remapped", "remappedId"};
+
+// The keys a usage names in the key table (one usage can have two names); the picker's separators
+// are no keys.
+std::vector<const KeyTable::SortedEntry*> keysOfUsage(const std::string& usage) {
+    std::vector<const KeyTable::SortedEntry*> keys;
+    for (const KeyTable::SortedEntry& entry : KeyTable::sortedEntries()) {
+        if (entry.usage == usage && entry.name != KeyTable::separatorName)
+            keys.push_back(&entry);
+    }
+    return keys;
+}
+
+std::optional<KeyMapping> asTexts(const DefaultsValue& value) {
+    const DefaultsDictionary* object = value.get<DefaultsDictionary>();
+    if (!object)
+        return std::nullopt;
+    KeyMapping texts;
+    for (const auto& [key, element] : *object) {
+        const std::string* text = element.get<std::string>();
+        if (!text)
+            return std::nullopt;
+        texts.emplace(key, *text);
+    }
+    return texts;
+}
+
+// Fills in `mapping`'s name of one side ("original" or "remapped") from the key table, or says why
+// that side cannot be used.
+std::string checkSide(const KeyMapping& texts, const std::string& side, KeyMapping& mapping) {
+    const auto id = texts.find(side + "Id");
+    if (id == texts.end())
+        return "it has no \"" + side + "Id\"";
+    const auto keys = keysOfUsage(id->second);
+    if (keys.empty())
+        return "the key table has no key with id \"" + id->second + "\" (\"" + side + "Id\")";
+    if (side == "original" && keys.front()->name == KeyTable::disableKeyName)
+        return "\"" + std::string(KeyTable::disableKeyName) + "\" cannot be an original key";
+    const auto name = texts.find(side);
+    if (name == texts.end()) {
+        mapping[side] = keys.front()->name;
+    } else if (std::none_of(keys.begin(), keys.end(),
+                            [&](const auto* key) { return key->name == name->second; })) {
+        return "\"" + name->second + "\" is not the name of key id \"" + id->second + "\" (" +
+               keys.front()->name + ")";
+    } else {
+        mapping[side] = name->second;
+    }
+    mapping[side + "Id"] = id->second;
+    return {};
+}
+
+// The mapping that `value` describes, or the reason why it cannot be used.
+std::string checkRecord(const DefaultsValue& value, KeyMapping& mapping) {
+    const std::optional<KeyMapping> texts = asTexts(value);
+    if (!texts)
+        return "it is not an object of texts";
+    for (const char* side : {"original", "remapped"}) {
+        if (std::string reason = checkSide(*texts, side, mapping); !reason.empty())
+            return reason;
+    }
+    if (mapping["originalId"] == mapping["remappedId"])
+        return "it maps " + mapping["original"] + " to itself";
+    return {};
+}
+
+bool isProductId(const std::string& text) {
+    return text.size() > 2 && text.size() <= 10 && text.compare(0, 2, "0x") == 0 &&
+           std::all_of(text.begin() + 2, text.end(),
+                       [](unsigned char c) { return std::isxdigit(c) != 0; });
+}
+
+// Whole-file problems of the object's frame (format, version, keyboard, list), or "".
+std::string checkFrame(const DefaultsDictionary& object) {
+    const auto format = object.find(MappingFile::formatKey);
+    const std::string* formatText =
+        format == object.end() ? nullptr : format->second.get<std::string>();
+    if (!formatText || *formatText != MappingFile::formatName)
+        return std::string("it is not a Keyvane mappings file (it has no \"") +
+               MappingFile::formatKey + "\": \"" + MappingFile::formatName + "\")";
+    const auto version = object.find(MappingFile::versionKey);
+    const std::int64_t* number =
+        version == object.end() ? nullptr : version->second.get<std::int64_t>();
+    if (!number || *number != MappingFile::version)
+        return "it is in a format version this Keyvane does not know (it reads version " +
+               std::to_string(MappingFile::version) + ")";
+    const auto keyboard = object.find(MappingFile::keyboardIdKey);
+    if (keyboard != object.end()) {
+        const std::string* id = keyboard->second.get<std::string>();
+        if (!id || (*id != allKeyboardsId && !isProductId(*id)))
+            return std::string("its \"") + MappingFile::keyboardIdKey +
+                   "\" is neither a keyboard's product id (such as 0x27e) nor " + allKeyboardsId +
+                   " (all keyboards)";
+    }
+    const auto mappings = object.find(MappingFile::mappingsKey);
+    if (mappings == object.end() || !mappings->second.get<DefaultsArray>())
+        return std::string("its \"") + MappingFile::mappingsKey + "\" is missing or not a list";
+    return {};
+}
+
+}  // namespace
+
+MappingFile::Reading MappingFile::read(const std::filesystem::path& file) {
+    Reading reading;
+    std::error_code error;
+    // Anything but a plain file (a folder, a pipe that nobody writes to) is refused before it is
+    // opened, so that reading cannot hang.
+    if (!std::filesystem::is_regular_file(file, error)) {
+        reading.problem = error ? "it cannot be read (" + error.message() + ")"
+                                : "it is not a file that can be read";
+        return reading;
+    }
+    const std::uintmax_t size = std::filesystem::file_size(file, error);
+    if (!error && size > maximumSize) {
+        reading.problem = "it is " + std::to_string(size) +
+                          " bytes long, far more than a list of mappings (at most " +
+                          std::to_string(maximumSize) + " bytes)";
+        return reading;
+    }
+    std::ifstream in(file, std::ios::binary);
+    std::string text(maximumSize + 1, '\0');
+    in.read(text.data(), static_cast<std::streamsize>(text.size()));
+    if (in.bad() || !in.is_open()) {
+        reading.problem = "it cannot be read";
+        return reading;
+    }
+    text.resize(static_cast<std::size_t>(in.gcount()));
+    if (text.size() > maximumSize) {  // it grew while it was read
+        reading.problem = "it is larger than a list of mappings can be";
+        return reading;
+    }
+    return parse(text);
+}
+
+MappingFile::Reading MappingFile::parse(std::string_view text) {
+    Reading reading;
+    std::string error;
+    const std::optional<DefaultsValue> parsed = parseJson(text, error);
+    if (!parsed) {
+        reading.problem = "it is not JSON (" + error + ")";
+        return reading;
+    }
+    const DefaultsDictionary* object = parsed->get<DefaultsDictionary>();
+    if (!object) {
+        reading.problem = "it is not a Keyvane mappings file (it holds no JSON object)";
+        return reading;
+    }
+    reading.problem = checkFrame(*object);
+    if (!reading.problem.empty())
+        return reading;
+    if (const auto keyboard = object->find(keyboardIdKey); keyboard != object->end())
+        reading.keyboardId = *keyboard->second.get<std::string>();
+    const DefaultsArray& records = *object->at(mappingsKey).get<DefaultsArray>();
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        KeyMapping mapping;
+        const std::string reason = checkRecord(records[i], mapping);
+        if (reason.empty())
+            reading.mappings.push_back(std::move(mapping));
+        else
+            reading.rejected.push_back("mapping " + std::to_string(i + 1) + ": " + reason);
+    }
+    if (reading.mappings.empty() && !records.empty())
+        reading.problem = "none of its " + std::to_string(records.size()) + " mappings can be used";
+    return reading;
+}
+
+std::string MappingFile::compose(const std::vector<KeyMapping>& mappings,
+                                 const std::string& keyboardId) {
+    DefaultsArray records(mappings.size());
+    for (std::size_t i = 0; i < mappings.size(); ++i) {
+        DefaultsDictionary record;
+        for (const char* key : recordKeys) {
+            if (const auto found = mappings[i].find(key); found != mappings[i].end())
+                record[key].value = found->second;
+        }
+        records[i].value = std::move(record);
+    }
+    DefaultsDictionary object;
+    object[formatKey].value = std::string(formatName);
+    object[versionKey].value = version;
+    object[keyboardIdKey].value = keyboardId;
+    object[mappingsKey].value = std::move(records);
+    return jsonText(object);
+}
+
+bool MappingFile::write(const std::filesystem::path& file, std::string& error) {
+    // A mistyped folder is named, not created.
+    const std::filesystem::path folder = file.has_parent_path() ? file.parent_path() : ".";
+    std::error_code ignored;
+    if (!std::filesystem::is_directory(folder, ignored)) {
+        error = "there is no folder " + folder.string();
+        return false;
+    }
+    return replaceFileAtomically(file, compose(keyMappings, storedKeyboardId()), error);
+}
+
+void MappingFile::adopt(const Reading& reading, Adoption how) {
+    if (how == Adoption::Replace) {
+        keyMappings = reading.mappings;
+        MappingStore::saveMappings();
+        if (reading.keyboardId)
+            MappingStore::saveKeyboardId(*reading.keyboardId);
+        return;
+    }
+    keyMappings.insert(keyMappings.end(), reading.mappings.begin(), reading.mappings.end());
+    MappingStore::saveMappings();
+}
+
+std::string MappingFile::storedKeyboardId() {
+    return MappingStore::loadKeyboardId().value_or(allKeyboardsId);
+}
+
+}  // namespace keyvane

@@ -1,0 +1,281 @@
+#include <gtest/gtest.h>
+
+#include <QAction>
+#include <QMainWindow>
+#include <QProcess>
+#include <QTest>
+#include <QTimer>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "app/CommandLine.h"
+#include "app/Launch.h"
+#include "engine/MappingApplier.h"
+#include "engine/MappingFile.h"
+#include "engine/MappingStore.h"
+#include "platform/Bundle.h"
+#include "platform/UserDefaults.h"
+#include "tests/support/AlertAnswerer.h"
+#include "tests/support/FakeHidutil.h"
+#include "tests/support/FakeInputDeviceMonitor.h"
+#include "tests/support/HttpsTestServer.h"
+#include "tests/support/PrivateSessionBus.h"
+#include "ui/main/MainVC.h"
+
+namespace keyvane {
+namespace {
+
+using testing::FakeHidutil;
+using Calls = std::vector<std::vector<std::string>>;
+
+const KeyMapping capsLockToEscape = {
+    {"original", "Caps Lock"}, {"originalId", "39"}, {"remapped", "Escape"}, {"remappedId", "29"}};
+const KeyMapping commandToControl = {
+    {"original", "Command"}, {"originalId", "e3"}, {"remapped", "Control"}, {"remappedId", "e0"}};
+const std::string capsLockProperty =
+    R"({"UserKeyMapping" : [{"HIDKeyboardModifierMappingSrc" : 0x700000039, "HIDKeyboardModifierMappingDst" : 0x700000029}]})";
+const std::string bothProperty =
+    R"({"UserKeyMapping" : [{"HIDKeyboardModifierMappingSrc" : 0x700000039, "HIDKeyboardModifierMappingDst" : 0x700000029},{"HIDKeyboardModifierMappingSrc" : 0x7000000e3, "HIDKeyboardModifierMappingDst" : 0x7000000e0}]})";
+
+std::string readFile(const std::filesystem::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+struct Outcome {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+// Starts `keyvane` with these arguments as from a console: no display of any kind.
+void start(QProcess& process, const QStringList& arguments) {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char* variable : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
+        environment.remove(variable);
+    process.setProcessEnvironment(environment);
+    process.start(KEYVANE_PATH, arguments);
+}
+
+Outcome outcome(QProcess& process) {
+    // The event loop keeps running meanwhile, so that a copy in this process can answer.
+    EXPECT_TRUE(QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 60000));
+    return {process.exitCode(), process.readAllStandardOutput().toStdString(),
+            process.readAllStandardError().toStdString()};
+}
+
+Outcome keyvane(const QStringList& arguments) {
+    QProcess process;
+    start(process, arguments);
+    return outcome(process);
+}
+
+class CommandLineTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        keyMappings = {capsLockToEscape};
+        MappingStore::saveMappings();
+        exportFile = (std::filesystem::path(getenv("HOME")) / "mappings.json").string();
+    }
+
+    testing::PrivateSessionBus bus;
+    FakeHidutil hidutil;
+    std::string exportFile;
+};
+
+TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
+    const std::string failed = std::string("keyvane: ") + MappingApplier::failedAlertText;
+    const struct {
+        QStringList arguments;
+        int status;
+        std::string out;  // the whole standard output, or a part of it
+        std::string err;
+        Calls calls;
+        std::size_t listSize = 1;  // the stored list afterwards
+        bool installFails = false;
+    } rows[] = {
+        {{"--help"}, 0, CommandLine::usage, "", {}},
+        {{"--version"}, 0, "Keyvane " + bundle::shortVersion() + "\n", "", {}},
+        {{"--list"}, 0, "Keyboard: all keyboards\nCaps Lock -> Escape\n", "", {}},
+        {{"--apply"},
+         0,
+         "Installed 1 mapping for all keyboards.\n",
+         "",
+         {FakeHidutil::clearingCall(), FakeHidutil::installCall(capsLockProperty)}},
+        {{"--apply"},
+         1,
+         "",
+         failed,
+         {FakeHidutil::clearingCall(), FakeHidutil::installCall(capsLockProperty)},
+         1,
+         true},
+        {{"--restore"},
+         0,
+         "Every key Keyvane changed is as it was.\n",
+         "",
+         {FakeHidutil::clearingCall()}},
+        {{"--status"}, 3, "Keyboard 0x27e USB: 1 installed\n", "", {{"status"}}},
+        {{"--export", QString::fromStdString(exportFile)}, 0, "Exported 1 mapping", "", {}},
+        {{"--export", "/nonexistent/mappings.json"},
+         1,
+         "",
+         "keyvane: cannot export to /nonexistent/mappings.json: there is no folder /nonexistent",
+         {}},
+        {{"--import", QString::fromStdString(exportFile), "--append"},
+         0,
+         "the list now has 2 mappings.\nInstalled 2 mappings for all keyboards.\n",
+         "",
+         {FakeHidutil::clearingCall(),
+          FakeHidutil::installCall(
+              R"({"UserKeyMapping" : [{"HIDKeyboardModifierMappingSrc" : 0x700000039, "HIDKeyboardModifierMappingDst" : 0x700000029},{"HIDKeyboardModifierMappingSrc" : 0x700000039, "HIDKeyboardModifierMappingDst" : 0x700000029}]})")},
+         2},
+        {{"--import", QString::fromStdString(exportFile)},
+         0,
+         "the list now has 1 mapping.\n",
+         "",
+         {FakeHidutil::clearingCall(), FakeHidutil::installCall(capsLockProperty)}},
+        {{"--frobnicate"}, 2, "", "keyvane: unknown option \"--frobnicate\"", {}},
+        {{"--list", "--apply"},
+         2,
+         "",
+         "give one option at a time, not both --list and --apply",
+         {}},
+        {{"--export"}, 2, "", "keyvane: --export needs a file name", {}},
+        {{"--import", "--append"}, 2, "", "keyvane: --import needs a file name", {}},
+        {{"--apply", "--append"}, 2, "", "--append goes with --import FILE, not with --apply", {}},
+        {{"list"}, 2, "", "keyvane: unknown option \"list\"", {}},
+    };
+    hidutil.setOutput("status", "Keyboard 0x27e USB: 1 installed\n");
+    hidutil.setExitStatus("status", 3);
+    for (const auto& row : rows) {
+        hidutil.clearCalls();
+        hidutil.setOutput("property", row.installFails ? "" : "UserKeyMapping:(\n)\n");
+        const Outcome run = keyvane(row.arguments);
+        const std::string context = row.arguments.join(' ').toStdString() + "\n" + run.err;
+        EXPECT_EQ(run.status, row.status) << context;
+        EXPECT_NE(run.out.find(row.out), std::string::npos) << context << run.out;
+        EXPECT_NE(run.err.find(row.err), std::string::npos) << context;
+        if (row.status == CommandLine::usageError) {
+            EXPECT_NE(run.err.find(CommandLine::usage), std::string::npos) << context;
+        }
+        EXPECT_EQ(hidutil.calls(), row.calls) << context;
+        MappingStore::loadMappings();
+        EXPECT_EQ(keyMappings.size(), row.listSize) << context;
+    }
+    EXPECT_EQ(readFile(exportFile), MappingFile::compose({capsLockToEscape}, allKeyboardsId));
+}
+
+// The copy that runs carries the commands out on its own list, and shows what changed.
+TEST_F(CommandLineTest, ARunningCopyCarriesOutTheCommandsOverTheBus) {
+    testing::HttpsTestServer server;
+    server.useForThisProcess();
+    testing::AlertAnswerer alerts{{}, testing::AlertAnswerer::WhenUnscripted::PressDefault};
+    Launch app(LifecycleSettings{std::chrono::seconds(1800), [] {
+                                     return std::make_unique<testing::FakeInputDeviceMonitor>();
+                                 }});
+    ASSERT_EQ(app.start(), Launch::Outcome::Running);
+    std::ofstream(exportFile) << MappingFile::compose({commandToControl, capsLockToEscape},
+                                                      "0x27e");
+    hidutil.clearCalls();
+
+    Outcome run = keyvane({"--import", QString::fromStdString(exportFile), "--append"});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(app.mainVC().rowCount(), 3);
+    EXPECT_EQ(MappingFile::storedKeyboardId(), allKeyboardsId);
+    run = keyvane({"--import", QString::fromStdString(exportFile)});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(app.mainVC().rowCount(), 2);
+    EXPECT_EQ(MappingFile::storedKeyboardId(), "0x27e");
+    run = keyvane({"--list"});
+    EXPECT_EQ(run.out, "Keyboard: the keyboard 0x27e\nCommand -> Control\nCaps Lock -> Escape\n");
+    EXPECT_EQ(hidutil.calls().size(), 4u);  // each import cleared and installed
+
+    // While a key is being captured, the keys must stay unmapped.
+    app.mainVC().MainWin()->findChild<QAction*>("addMappingAction")->trigger();
+    hidutil.clearCalls();
+    run = keyvane({"--apply"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.err.find("waiting for a key press"), std::string::npos) << run.err;
+    EXPECT_TRUE(hidutil.calls().empty());
+
+    // The copy ends once it has answered, so that it cannot install the mappings again.
+    QProcess restore;
+    start(restore, {"--restore"});
+    QTimer deadline;
+    deadline.callOnTimeout([] { QCoreApplication::exit(7); });
+    deadline.start(60000);
+    EXPECT_EQ(QCoreApplication::exec(), 0);
+    run = outcome(restore);
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_NE(run.out.find("The running Keyvane ended"), std::string::npos) << run.out;
+    EXPECT_EQ(hidutil.calls(), Calls{FakeHidutil::clearingCall()});
+    MappingStore::loadMappings();
+    EXPECT_EQ(keyMappings.size(), 2u);  // kept for the next start
+}
+
+// However an import file is wrong, the command says why and the stored settings stay as they were,
+// to the byte.
+TEST_F(CommandLineTest, ImportOfABadFileLeavesTheStoredSettingsByteIdentical) {
+    const std::string good = R"({"originalId": "39", "remappedId": "29"})";
+    const auto file = [](const std::string& keyboard, const std::string& mappings) {
+        return R"({"format": "keyvane-mappings", "version": 1, )" + keyboard + R"("mappings": [)" +
+               mappings + "]}";
+    };
+    const struct {
+        std::string contents;  // empty: the file is a folder
+        std::string says;
+    } files[] = {
+        {"{not json", "it is not JSON ("},
+        {"[]", "it is not a Keyvane mappings file (it holds no JSON object)"},
+        {R"({"keydata2": []})", R"(it is not a Keyvane mappings file (it has no "format")"},
+        {R"({"format": "keyvane-mappings", "version": 2, "mappings": []})",
+         "a format version this Keyvane does not know"},
+        {R"({"format": "keyvane-mappings", "version": 1, "mappings": {}})",
+         R"(its "mappings" is missing or not a list)"},
+        {file(R"("keyboardId": "x; rm -rf ~", )", good),
+         R"(its "keyboardId" is neither a keyboard's product id)"},
+        {file("", R"({"originalId": "zz", "remappedId": "29"}, ["39"])"),
+         R"(mapping 1: the key table has no key with id "zz" ("originalId"))"},
+        {file("", R"(["39"])"), "none of its 1 mappings can be used"},
+        {file("", good + R"(, {"originalId": "39", "remappedId": "0x29"})"),
+         R"(mapping 2: the key table has no key with id "0x29" ("remappedId"))"},
+        {file("", good + R"(, {"originalId": "39"})"), R"(mapping 2: it has no "remappedId")"},
+        {file("", good + R"(, {"originalId": "00", "remappedId": "29"})"),
+         R"(mapping 2: "Disable key" cannot be an original key)"},
+        {file("", good + R"(, {"original": "Escape", "originalId": "39", "remappedId": "29"})"),
+         R"(mapping 2: "Escape" is not the name of key id "39" (Caps Lock))"},
+        {file("", good + R"(, {"originalId": "29", "remappedId": "29"})"),
+         "mapping 2: it maps Escape to itself"},
+        {file("", good + R"(, {"originalId": "39", "remappedId": 29})"),
+         "mapping 2: it is not an object of texts"},
+        {file("", good + ", " + std::string(MappingFile::maximumSize, ' ')),
+         "bytes long, far more than a list of mappings"},
+        {"", "it is not a file that can be read"},
+    };
+    MappingStore::saveKeyboardId("0x27e");
+    const std::string before = readFile(UserDefaults::standardPath());
+    const std::filesystem::path path = exportFile;
+    for (const auto& bad : files) {
+        std::filesystem::remove_all(path);
+        if (bad.contents.empty())
+            std::filesystem::create_directory(path);
+        else
+            std::ofstream(path) << bad.contents;
+        std::ostringstream out;
+        std::ostringstream err;
+        bool changed = false;
+        const CommandLine::Session session{out, err, [&] { return changed = true; },
+                                           [&] { changed = true; }, [] {}};
+        const int status =
+            CommandLine::execute({CommandLine::Action::Import, exportFile, false}, session);
+        EXPECT_EQ(status, 1) << bad.says;
+        EXPECT_NE(err.str().find(bad.says), std::string::npos) << err.str();
+        EXPECT_NE(err.str().find("Your list is unchanged."), std::string::npos) << err.str();
+        EXPECT_FALSE(changed) << bad.says;
+        EXPECT_EQ(readFile(UserDefaults::standardPath()), before) << bad.says;
+    }
+}
+
+}  // namespace
+}  // namespace keyvane
