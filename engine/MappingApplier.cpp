@@ -11,6 +11,8 @@
 namespace keyvane {
 namespace {
 
+std::function<void()> afterInstall;
+
 std::string chooseTemplate() {
     std::optional<std::string> keyboardId = MappingStore::loadKeyboardId();
     if (!keyboardId || *keyboardId == allKeyboardsId)
@@ -71,6 +73,12 @@ void MappingApplier::applyMappings() {
 
     if (result.find(successMarker) == std::string::npos)
         showAlert(failedAlertText, failedAlertTitle, [] {});
+    if (afterInstall)
+        afterInstall();
+}
+
+void MappingApplier::setAfterInstall(std::function<void()> hook) {
+    afterInstall = std::move(hook);
 }
 
 }  // namespace keyvane

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 namespace keyvane {
@@ -10,6 +11,8 @@ namespace keyvane {
 class MappingApplier {
   public:
     static void applyMappings();
+    // Runs after every installation command (not when the list holds nothing to install).
+    static void setAfterInstall(std::function<void()> hook);
 
     // The command that installs the list, or the empty string when no record is usable.
     static std::string composeCommand();

@@ -11,6 +11,7 @@
 
 #include "app/LoginItem.h"
 #include "engine/MappingApplier.h"
+#include "engine/MappingStatus.h"
 #include "engine/MappingStore.h"
 #include "engine/ShellRunner.h"
 #include "platform/ActivationPolicy.h"
@@ -19,6 +20,7 @@
 #include "ui/capture/KeyboardVC.h"
 #include "ui/main/KeyboardList.h"
 #include "ui/main/SegmentedControl.h"
+#include "ui/main/StatusColumn.h"
 #include "ui_MainWindow.h"
 
 namespace keyvane {
@@ -39,6 +41,8 @@ MainVC::MainVC(QObject* parent)
     ui_->setupUi(window_.get());
     ui_->tableView->setModel(this);
     ui_->tableView->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
+    ui_->tableView->horizontalHeader()->setSectionResizeMode(statusColumn,
+                                                             QHeaderView::ResizeToContents);
     ui_->startLabel->setAttribute(Qt::WA_TransparentForMouseEvents);
     window_->installEventFilter(this);
     connectActions();
@@ -122,7 +126,7 @@ int MainVC::rowCount(const QModelIndex& parent) const {
 }
 
 int MainVC::columnCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : 2;
+    return parent.isValid() ? 0 : 3;
 }
 
 QVariant MainVC::data(const QModelIndex& index, int role) const {
@@ -131,6 +135,10 @@ QVariant MainVC::data(const QModelIndex& index, int role) const {
     if (!index.isValid() || static_cast<std::size_t>(index.row()) >= keyMappings.size())
         return {};
     const KeyMapping& record = keyMappings[static_cast<std::size_t>(index.row())];
+    if (index.column() == statusColumn) {
+        const auto state = MappingStatus::stateOf(record);
+        return role == Qt::ToolTipRole ? statusToolTip(state) : statusText(state);
+    }
     auto value = record.find(columns[index.column()]);
     const std::string text = value == record.end() ? std::string() : value->second;
     if (role == Qt::ToolTipRole)
@@ -139,18 +147,23 @@ QVariant MainVC::data(const QModelIndex& index, int role) const {
 }
 
 QVariant MainVC::headerData(int section, Qt::Orientation orientation, int role) const {
-    if (orientation != Qt::Horizontal || section < 0 || section > 1)
+    if (orientation != Qt::Horizontal || section < 0 || section > statusColumn)
         return {};
-    if (role == columnIdentifierRole)
+    if (role == columnIdentifierRole && section != statusColumn)
         return QString::fromLatin1(columns[section]);
     if (role == Qt::DisplayRole)
-        return section == 0 ? tr("Original key") : tr("New key");
+        return section == 0 ? tr("Original key") : section == 1 ? tr("New key") : tr("Status");
     return {};
 }
 
 void MainVC::reloadTable() {
     beginResetModel();
     endResetModel();
+}
+
+void MainVC::statusChanged() {
+    if (rowCount() > 0)
+        emit dataChanged(index(0, statusColumn), index(rowCount() - 1, statusColumn));
 }
 
 void MainVC::segmentedBtnClick(SegmentedControl* sender) {
