@@ -40,9 +40,9 @@ MainVC::MainVC(QObject* parent)
       ui_(std::make_unique<Ui::MainWindow>()) {
     ui_->setupUi(window_.get());
     ui_->tableView->setModel(this);
-    ui_->tableView->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
-    ui_->tableView->horizontalHeader()->setSectionResizeMode(statusColumn,
-                                                             QHeaderView::ResizeToContents);
+    // Key names are short; the status takes the room that is left.
+    ui_->tableView->horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    ui_->tableView->horizontalHeader()->setSectionResizeMode(statusColumn, QHeaderView::Stretch);
     ui_->startLabel->setAttribute(Qt::WA_TransparentForMouseEvents);
     window_->installEventFilter(this);
     connectActions();
