@@ -53,6 +53,9 @@ MainVC::~MainVC() {
     if (currentMainVC == this)
         currentMainVC = nullptr;
     window_->removeEventFilter(this);
+    // The table sizes its columns to their contents while the window closes, asking this model,
+    // which is half gone by then.
+    ui_->tableView->setModel(nullptr);
 }
 
 void MainVC::connectActions() {
