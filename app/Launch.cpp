@@ -5,6 +5,7 @@
 #include <iostream>
 
 #include "app/SettingsAlerts.h"
+#include "engine/MappingStatus.h"
 #include "platform/Bundle.h"
 #include "ui/main/MainVC.h"
 
@@ -32,6 +33,11 @@ Launch::Outcome Launch::start() {
     alertOnSettingsProblems();
     QApplication::setQuitOnLastWindowClosed(
         delegate_.applicationShouldTerminateAfterLastWindowClosed());
+    // Every installation from here on is read back, and the window says what became of it.
+    MappingStatus::followInstallations([] {
+        if (currentMainVC)
+            currentMainVC->statusChanged();
+    });
     mainVC_ = std::make_unique<MainVC>();
     mainVC_->viewDidLoad();
     delegate_.setWindow(mainVC_->MainWin());

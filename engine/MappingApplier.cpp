@@ -11,6 +11,8 @@
 namespace keyvane {
 namespace {
 
+std::function<void()> afterInstall;
+
 std::string chooseTemplate() {
     std::optional<std::string> keyboardId = MappingStore::loadKeyboardId();
     if (!keyboardId || *keyboardId == allKeyboardsId)
@@ -84,7 +86,13 @@ bool MappingApplier::applyMappings() {
 
     if (!installation.installed())
         showAlert(failedAlertText, failedAlertTitle, [] {});
+    if (afterInstall)
+        afterInstall();
     return installation.installed();
+}
+
+void MappingApplier::setAfterInstall(std::function<void()> hook) {
+    afterInstall = std::move(hook);
 }
 
 }  // namespace keyvane

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 namespace keyvane {
@@ -22,6 +23,8 @@ class MappingApplier {
     static bool applyMappings();
     // Installs without reporting anything, for callers that tell the user themselves.
     static Installation install();
+    // Runs after every installation command (not when the list holds nothing to install).
+    static void setAfterInstall(std::function<void()> hook);
 
     // The command that installs the list, or the empty string when no record is usable.
     static std::string composeCommand();

@@ -6,15 +6,17 @@
 #include "hidutil/Output.h"
 #include "hidutil/Property.h"
 #include "hidutil/RecordStore.h"
+#include "hidutil/Status.h"
 
 namespace keyvane::hidutil {
 namespace {
 
 struct Options {
-    enum class Action { Help, Set, Get, List };
+    enum class Action { Help, Set, Get, List, Status };
     Action action = Action::Help;
     std::optional<std::string> set, get, matching;
     bool keyboardsOnly = false;
+    bool json = false;
 };
 
 // The options after the command word, each at most once; nothing else is accepted.
@@ -24,6 +26,13 @@ std::optional<Options> readOptions(const std::vector<std::string>& args) {
         return options;
     if (args.empty())
         return std::nullopt;
+    if (args[0] == text::commandStatus) {
+        options.action = Options::Action::Status;
+        options.json = args.size() == 2 && args[1] == text::optionJson;
+        if (args.size() > 2 || (args.size() == 2 && !options.json))
+            return std::nullopt;
+        return options;
+    }
     const bool property = args[0] == text::commandProperty;
     if (!property && args[0] != text::commandList)
         return std::nullopt;
@@ -108,6 +117,8 @@ class Runner {
                 return get(options);
             case Options::Action::List:
                 return list(options);
+            case Options::Action::Status:
+                return status(options);
         }
         return exitFailure;
     }
@@ -272,6 +283,35 @@ class Runner {
         if (!options.keyboardsOnly && !options.matching)
             out_ << '\n' << formatDeviceTable(rows);
         return ok ? exitSuccess : exitFailure;
+    }
+
+    // Reads what was installed under the folder's lock, so that no install is seen half done.
+    int status(const Options& options) {
+        std::optional<FolderLock> lock;
+        std::error_code error;
+        if (folder_ && std::filesystem::exists(*folder_, error))
+            lock.emplace(*folder_);
+        bool ok = scan();
+        std::vector<KeyboardStatus> keyboards;
+        for (const Service& service : services_) {
+            if (!service.keyboard)
+                continue;
+            keyboards.push_back({service.row, {}});
+            const Target& target = service.target;
+            const DeviceInfo& info = target.device->info();
+            if (target.recordError) {
+                err_ << fill(text::errorRecordUnreadable,
+                             {store_->fileOf(info.instance).string(), info.node, info.name,
+                              target.recordError.message()});
+                ok = false;
+            } else if (target.record) {
+                keyboards.back().entries = readBack(target.current, *target.record);
+            }
+        }
+        out_ << (options.json ? formatStatusJson(keyboards) : formatStatus(keyboards));
+        if (!ok)
+            return exitFailure;
+        return anyOverridden(keyboards) ? exitOverridden : exitSuccess;
     }
 
     DeviceSource& source_;

@@ -14,6 +14,7 @@ namespace keyvane::hidutil {
 inline constexpr int exitSuccess = 0;
 inline constexpr int exitFailure = 1;
 inline constexpr int exitUsage = 2;
+inline constexpr int exitOverridden = 3;  // status: an entry installed gives another code now
 
 // What "hidutil ARGS..." does (args without the program name), against the given devices. Without
 // a record folder the original keys cannot be remembered, so nothing is changed. Only a benchmark

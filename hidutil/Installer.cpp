@@ -65,6 +65,8 @@ void Installer::change(Work& work) {
             // The kernel knows the keyboard's keys better than its keymap listing did.
             const DeviceInfo& info = device.info();
             err_ << fill(text::noteNoKey, {info.node, info.name, hexNumber(change.usage)});
+            work.plan.writeAfter =
+                work.plan.after.skipped.insert(change.usage).second || work.plan.writeAfter;
         } else if (deviceIsGone(error)) {
             return noteGone(work, error);
         } else {

@@ -65,7 +65,7 @@ bool isKeyboard(const Keymap& original) {
 }
 
 MappedKeymap mappedKeymap(const Keymap& original, bool hid, const std::vector<Mapping>& mappings) {
-    MappedKeymap mapped{original, {}, {}};
+    MappedKeymap mapped{original, {}, {}, {}};
     for (const Mapping& mapping : mappings) {
         const std::uint32_t destination =
             mapping.dstUsage() == 0 ? 0 : keyCodeOf(mapping.dstUsage());
@@ -73,6 +73,7 @@ MappedKeymap mappedKeymap(const Keymap& original, bool hid, const std::vector<Ma
         const auto assign = [&](std::uint32_t scancode) {
             mapped.keymap[scancode] = destination;
             mapped.usageOf[scancode] = mapping.srcUsage();
+            mapped.scancodesOf[mapping.srcUsage()].push_back(scancode);
             found = true;
         };
         if (hid) {
@@ -98,6 +99,7 @@ InstallPlan planInstall(const Keymap& current, const std::optional<DeviceRecord>
     InstallPlan plan;
     plan.missingUsages = wanted.missingUsages;
     plan.after.mappings = mappings;
+    plan.after.skipped.insert(wanted.missingUsages.begin(), wanted.missingUsages.end());
     for (const auto& [scancode, keycode] : wanted.keymap)
         if (keycode != original.at(scancode))
             plan.after.originals[scancode] = original.at(scancode);

@@ -35,6 +35,7 @@ bool isKeyboard(const Keymap& original);
 struct MappedKeymap {
     Keymap keymap;
     std::map<std::uint32_t, unsigned> usageOf;  // scancode -> the source usage mapped onto it
+    std::map<unsigned, std::vector<std::uint32_t>> scancodesOf;  // source usage -> its scancodes
     std::vector<unsigned> missingUsages;
 };
 MappedKeymap mappedKeymap(const Keymap& original, bool hid, const std::vector<Mapping>& mappings);

@@ -13,11 +13,40 @@ inline constexpr std::string_view usage =
     "usage: hidutil property --set TEXT [--matching TEXT]\n"
     "       hidutil property --get UserKeyMapping [--matching TEXT]\n"
     "       hidutil list [-m keyboard | --matching TEXT]\n"
+    "       hidutil status [--json]\n"
     "       hidutil --help\n"
     "\n"
     "TEXT is a property text such as '{\"UserKeyMapping\" : [{\"HIDKeyboardModifierMappingSrc\" : "
     "0x700000039, \"HIDKeyboardModifierMappingDst\" : 0x700000029}]}' or '{\"ProductID\": "
     "0x27e}'.\n"
+    "property --get prints the list last set for all keyboards in this boot, or with --matching "
+    "the\n"
+    "list set on each matching keyboard, in the shape --set echoes it; (null) when none was set.\n"
+    "\n"
+    "status reads back from the kernel what became of every entry installed, keyboard by "
+    "keyboard:\n"
+    "  keyboard PRODUCTID TRANSPORT REGISTRYID PRODUCT\n"
+    "  mapping SRC DST STATE\n"
+    "One keyboard line for every keyboard, followed by a mapping line for every entry of the list\n"
+    "installed on it, in the list's order (none when nothing is installed there). Fields are\n"
+    "separated by one space; numbers are hexadecimal with 0x; PRODUCT, the device's name, is the\n"
+    "rest of the line. STATE is one of\n"
+    "  installed   the key gives the new key's code\n"
+    "  skipped     the keyboard has no such key\n"
+    "  overridden  the key gives another code now (udev's hwdb applied again, another tool):\n"
+    "              install the list again\n"
+    "  unusable    the entry can never be installed (a blank or unknown usage)\n"
+    "Lines of other kinds may be added later; skip those you do not know. With --json, the same "
+    "as\n"
+    "one object: {\"Keyboards\": [{\"Product\": TEXT, \"ProductID\": N, \"Transport\": TEXT,\n"
+    "\"RegistryID\": N, \"UserKeyMapping\": [{\"HIDKeyboardModifierMappingSrc\": N,\n"
+    "\"HIDKeyboardModifierMappingDst\": N, \"State\": TEXT}, ...]}, ...]}, numbers in decimal.\n"
+    "\n"
+    "Exit status: 0 done (for status: nothing overridden), 1 failed (for status: a keyboard or "
+    "what\n"
+    "was installed on it could not be read; what could be read is printed), 2 bad command line,\n"
+    "3 status found an entry overridden.\n"
+    "\n"
     "Changing or listing keyboards needs read and write access to /dev/input/event*, which members "
     "of\n"
     "the group 'input' have.\n"
@@ -33,6 +62,8 @@ inline constexpr std::string_view usage =
 // Command words.
 inline constexpr std::string_view commandProperty = "property";
 inline constexpr std::string_view commandList = "list";
+inline constexpr std::string_view commandStatus = "status";
+inline constexpr std::string_view optionJson = "--json";
 inline constexpr std::string_view optionSet = "--set";
 inline constexpr std::string_view optionGet = "--get";
 inline constexpr std::string_view optionMatching = "--matching";
@@ -111,6 +142,8 @@ inline constexpr std::string_view errorRecord =
 inline constexpr std::string_view errorNoInstance =
     "hidutil: cannot tell which input device {} ({}) is, so there is no keeping its original "
     "keys; its keys are left as they are\n";
+inline constexpr std::string_view errorRecordUnreadable =
+    "hidutil: cannot read {}, what was installed on {} ({}): {}\n";
 inline constexpr std::string_view errorNoDevices = "hidutil: cannot read {}: {}\n";
 inline constexpr std::string_view errorState = "hidutil: cannot keep the original keys in {}: {}\n";
 inline constexpr std::string_view errorNoStateDir =
@@ -160,6 +193,20 @@ inline constexpr const char* deviceColumns[] = {"VendorID",  "ProductID", "Locat
                                                 "Transport", "Product",   "Built-In"};
 inline constexpr std::string_view keyboardClass = "KeyvaneEvdevKeyboard";
 inline constexpr std::string_view otherClass = "KeyvaneEvdevService";
+
+// Status.
+inline constexpr std::string_view statusKeyboardLine = "keyboard {} {} {} {}\n";
+inline constexpr std::string_view statusMappingLine = "mapping {} {} {}\n";
+inline constexpr std::string_view stateInstalled = "installed";
+inline constexpr std::string_view stateSkipped = "skipped";
+inline constexpr std::string_view stateOverridden = "overridden";
+inline constexpr std::string_view stateUnusable = "unusable";
+inline constexpr std::string_view statusJsonKeyboard =
+    "{}{\"Product\": {}, \"ProductID\": {}, \"Transport\": {}, \"RegistryID\": {}, "
+    "\"UserKeyMapping\": [";
+inline constexpr std::string_view statusJsonMapping =
+    "{}{\"HIDKeyboardModifierMappingSrc\": {}, \"HIDKeyboardModifierMappingDst\": {}, "
+    "\"State\": {}}";
 
 // Transports by bus type.
 inline constexpr std::string_view transportUsb = "USB";

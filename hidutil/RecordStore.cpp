@@ -15,9 +15,13 @@ namespace keyvane::hidutil {
 namespace {
 
 constexpr const char* folderName = "keyvane";
-constexpr const char* magicLine = "keyvane-keymap-record 1";
+// Records of the first format, without "skipped" lines, may be left from earlier in the same boot
+// by an older hidutil; they are read the same way.
+constexpr const char* magicLine = "keyvane-keymap-record 2";
+constexpr const char* firstFormatMagicLine = "keyvane-keymap-record 1";
 constexpr const char* originalWord = "original";
 constexpr const char* mappingWord = "mapping";
+constexpr const char* skippedWord = "skipped";
 constexpr std::string_view keymapPrefix = "keymap.";
 constexpr std::string_view mappingsPrefix = "mappings.";
 constexpr std::string_view temporaryMark = ".new";
@@ -66,21 +70,32 @@ void writeMappings(std::ostringstream& out, const std::vector<Mapping>& mappings
 // A record or mapping list read back; anything unexpected makes the whole file unusable.
 std::optional<DeviceRecord> parseRecord(std::istream& in) {
     std::string line;
-    if (!std::getline(in, line) || line != magicLine)
+    if (!std::getline(in, line) || (line != magicLine && line != firstFormatMagicLine))
         return std::nullopt;
     DeviceRecord record;
     while (std::getline(in, line)) {
         std::istringstream words(line);
-        std::string word, first, second, rest;
-        if (!(words >> word >> first >> second) || (words >> rest))
-            return std::nullopt;
-        const auto a = readHex(first), b = readHex(second);
-        if (!a || !b)
-            return std::nullopt;
-        if (word == originalWord && *a <= UINT32_MAX && *b <= UINT32_MAX)
-            record.originals[static_cast<std::uint32_t>(*a)] = static_cast<std::uint32_t>(*b);
-        else if (word == mappingWord)
-            record.mappings.push_back({*a, *b});
+        std::string word, number;
+        std::vector<std::uint64_t> numbers;
+        words >> word;
+        while (words >> number) {
+            const auto value = readHex(number);
+            if (!value)
+                return std::nullopt;
+            numbers.push_back(*value);
+        }
+        const auto fits = [&](std::size_t count) {
+            return numbers.size() == count &&
+                   std::all_of(numbers.begin(), numbers.end(),
+                               [](std::uint64_t n) { return n <= UINT32_MAX; });
+        };
+        if (word == originalWord && fits(2))
+            record.originals[static_cast<std::uint32_t>(numbers[0])] =
+                static_cast<std::uint32_t>(numbers[1]);
+        else if (word == mappingWord && numbers.size() == 2)
+            record.mappings.push_back({numbers[0], numbers[1]});
+        else if (word == skippedWord && fits(1))
+            record.skipped.insert(static_cast<unsigned>(numbers[0]));
         else
             return std::nullopt;
     }
@@ -170,6 +185,8 @@ std::error_code RecordStore::save(const std::string& instance, const DeviceRecor
     for (const auto& [scancode, keycode] : record.originals)
         out << originalWord << ' ' << writeHex(scancode) << ' ' << writeHex(keycode) << '\n';
     writeMappings(out, record.mappings);
+    for (unsigned usage : record.skipped)
+        out << skippedWord << ' ' << writeHex(usage) << '\n';
     return writeAtomically(file, out.str(), durable);
 }
 

@@ -14,10 +14,13 @@
 namespace keyvane::hidutil {
 
 // What hidutil changed on one device: the code every scancode it changed had just before it first
-// changed it, and the list it installed last.
+// changed it, the list it installed last, and the source usages of that list the device has no key
+// for (keyboard page usages), so that reading the keymap back later tells a key left out from one
+// changed since.
 struct DeviceRecord {
     std::map<std::uint32_t, std::uint32_t> originals;
     std::vector<Mapping> mappings;
+    std::set<unsigned> skipped;
     bool operator==(const DeviceRecord&) const = default;
 };
 

@@ -31,6 +31,7 @@ using namespace std::chrono_literals;
 const std::string capsLockToEscape =
     R"({"UserKeyMapping" : [{"HIDKeyboardModifierMappingSrc" : 0x700000039, "HIDKeyboardModifierMappingDst" : 0x700000029}]})";
 const std::vector<std::string> listCall = {"list", "-m", "keyboard"};
+const std::vector<std::string> statusCall = {"status"};
 
 // A second client of the bus, standing in for other programs of the session: it can hold the
 // login helper's name and hears the notifications posted on the bus.
@@ -106,8 +107,9 @@ TEST_F(LaunchTest, NormalThenLoginLaunchShowOrHideTheWindowInstallAndCountTheLau
     EXPECT_TRUE(window->isVisible());
     EXPECT_TRUE(mainWindowShown);
     EXPECT_EQ(window->windowTitle().toStdString(), "Keyvane " + SCL::appVersion());
-    EXPECT_EQ(hidutil.calls(), (Calls{FakeHidutil::clearingCall(),
-                                      FakeHidutil::installCall(capsLockToEscape), listCall}));
+    EXPECT_EQ(hidutil.calls(),
+              (Calls{FakeHidutil::clearingCall(), FakeHidutil::installCall(capsLockToEscape),
+                     statusCall, listCall}));
     EXPECT_TRUE(other.notifications.empty());
     EXPECT_TRUE(QTest::qWaitFor(
         [] { return UserDefaults::standard().integerForKey("launchcount") == 1; }, 20000));
@@ -130,10 +132,10 @@ TEST_F(LaunchTest, NormalThenLoginLaunchShowOrHideTheWindowInstallAndCountTheLau
     app = launch();
     EXPECT_FALSE(app->mainVC().MainWin()->isVisible());
     EXPECT_EQ(app->mainVC().MainWin()->windowTitle().toStdString(), "Keyvane " + SCL::appVersion());
-    EXPECT_EQ(
-        hidutil.calls(),
-        (Calls{FakeHidutil::clearingCall(), FakeHidutil::installCall(capsLockToEscape), listCall,
-               FakeHidutil::clearingCall(), FakeHidutil::installCall(capsLockToEscape)}));
+    EXPECT_EQ(hidutil.calls(),
+              (Calls{FakeHidutil::clearingCall(), FakeHidutil::installCall(capsLockToEscape),
+                     statusCall, listCall, FakeHidutil::clearingCall(),
+                     FakeHidutil::installCall(capsLockToEscape), statusCall}));
     EXPECT_TRUE(QTest::qWaitFor(
         [] { return UserDefaults::standard().integerForKey("launchcount") == 2; }, 20000));
     ASSERT_TRUE(server.waitForRequests(reportsSoFar + 4));
@@ -180,7 +182,7 @@ TEST_F(LaunchTest, ASecondStartReopensTheWindowOfTheRunningCopyOrSaysWhyItCannot
     EXPECT_TRUE(window->isVisible());
     EXPECT_TRUE(mainWindowShown);
     // The second processes never got as far as installing anything.
-    EXPECT_EQ(hidutil.calls().size(), 3u);
+    EXPECT_EQ(hidutil.calls().size(), 4u);
 }
 
 // What cannot be read or saved, the user is told once, with the file's path.
@@ -242,10 +244,10 @@ TEST_F(LaunchTest, ABurstOfNewKeyboardsInstallsTheMappingsOnce) {
     hidutil.clearCalls();
     for (const char* node : {"/dev/input/event11", "/dev/input/event12", "/dev/input/event13"})
         devices->report(InputDeviceEvent::Action::Add, node, true);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return hidutil.calls().size() >= 2; }, 20000));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return hidutil.calls().size() >= 3; }, 20000));
     settle(1500ms);
-    EXPECT_EQ(hidutil.calls(),
-              (Calls{FakeHidutil::clearingCall(), FakeHidutil::installCall(capsLockToEscape)}));
+    EXPECT_EQ(hidutil.calls(), (Calls{FakeHidutil::clearingCall(),
+                                      FakeHidutil::installCall(capsLockToEscape), statusCall}));
 }
 
 }  // namespace

@@ -95,7 +95,7 @@ TEST_F(Install, MapsHidKeyboardsByUsageAndOthersByKeyCode) {
 // Clearing puts back exactly the keymaps found before the first run, a remap that another tool
 // (udev's hwdb) made beforehand included, whatever happened between, and leaves no record behind.
 TEST_F(Install, ClearingRestoresExactlyWhatWasFoundWhateverHappenedBetween) {
-    const std::string reboot = "reboot", replug = "replug";
+    const std::string reboot = "reboot", replug = "replug", firstFormat = "first format";
     struct Step {
         std::string text;  // a list to install, or what happens to the machine
         int killAfter = -1;
@@ -116,6 +116,10 @@ TEST_F(Install, ClearingRestoresExactlyWhatWasFoundWhateverHappenedBetween) {
         {"a letter disabled", {{mappings({entry("0x700000004", "0x700000000")})}, {clear}}},
         {"a reboot leaves records of no use", {{swap}, {reboot}, {clear}, {swap}, {clear}}},
         {"a replugged keyboard is another device", {{swap}, {replug}, {swap}, {clear}}},
+        // An older hidutil, earlier in this boot, kept no skipped keys (the AT keyboard has no
+        // F13).
+        {"records of the first format",
+         {{mappings({aToB, entry("0x700000068", "0x700000029")})}, {firstFormat}, {swap}, {clear}}},
     };
     // Killed after each change, on a clean keymap (the application clears first) and over a list.
     // The AT keyboard has no Caps Lock left to map, so it changes one key less.
@@ -143,6 +147,16 @@ TEST_F(Install, ClearingRestoresExactlyWhatWasFoundWhateverHappenedBetween) {
                 hid->info.instance = "input9";
                 hid->keymap = hidBefore;
                 devices.keyboards = {at, hid};
+            } else if (step.text == firstFormat) {
+                std::string skipped;
+                for (const auto& name : keymapRecords()) {
+                    std::ifstream in(*folder / name);
+                    std::string line, content = "keyvane-keymap-record 1\n";
+                    for (std::getline(in, line); std::getline(in, line);)
+                        (line.rfind("skipped", 0) == 0 ? skipped : content) += line + "\n";
+                    std::ofstream(*folder / name) << content;
+                }
+                EXPECT_EQ(skipped, "skipped 0x68\n");
             } else if (step.killAfter >= 0) {
                 testing::MemoryKeyboard& killed = step.killOnAt ? *at : *hid;
                 killed.changesBeforeKill = killed.changes + step.killAfter;
@@ -172,6 +186,7 @@ TEST_F(Install, WhatIsLeftOutIsANoteAndWhatIsNotTakenAFailure) {
         const char* record = nullptr;           // the content of event6's record
         bool succeeds = true;
         std::string err;
+        const char* statusOfOther = nullptr;  // the state status reads back on event6
     };
     const Row rows[] = {
         // The application writes 0x7000000 for an id left blank.
@@ -188,9 +203,11 @@ TEST_F(Install, WhatIsLeftOutIsANoteAndWhatIsNotTakenAFailure) {
          .unopenedKeyboard = false,
          .err = "hidutil: note: skipping /dev/input/event9, which is no keyboard: Permission "
                 "denied\n"},
+        // The kernel knows the keyboard's keys better than its keymap listing did.
         {.refusal = std::errc::invalid_argument,
          .err = "hidutil: note: keyboard /dev/input/event6 (Memory Keyboard) has no key for usage "
-                "0x39\n"},
+                "0x39\n",
+         .statusOfOther = "skipped"},
         {.refusal = std::errc::no_such_device,
          .err = "hidutil: note: keyboard /dev/input/event6 (Memory Keyboard) went away: No such "
                 "device\n"},
@@ -236,22 +253,54 @@ TEST_F(Install, WhatIsLeftOutIsANoteAndWhatIsNotTakenAFailure) {
         EXPECT_EQ(outcome.status, row.succeeds ? exitSuccess : exitFailure) << row.err;
         EXPECT_EQ(outcome.out.find("UserKeyMapping") != std::string::npos, row.succeeds) << row.err;
         EXPECT_EQ(fine->codeOf(0x70039), KEY_ESC) << row.err;
+        if (row.statusOfOther) {
+            const std::string line =
+                "0x100000006 Memory Keyboard\nmapping 0x700000039 0x700000029 ";
+            EXPECT_NE(run({"status"}).out.find(line + row.statusOfOther + "\n"), std::string::npos);
+        }
         fs::remove_all(*folder);
     }
 
-    // A keyboard whose descriptor stops at usage 0x65 gets what it has a key for.
+    // A keyboard whose descriptor stops at usage 0x65 gets what it has a key for, and status reads
+    // back what became of each entry: a key changed since (as udev's hwdb does) is overridden until
+    // the list is installed again.
     auto full = testing::hidKeyboard(0x27e, 5);
     auto small = testing::hidKeyboard(0x300, 6, 0x65);
+    small->info.name = "Small \"Keyboard\"\n";
     devices = MemoryDeviceSource();
-    devices.keyboards = {full, small};
-    const Outcome partly = set(mappings({capsToEscape, entry("0x700000068", "0x700000029")}));
-    EXPECT_EQ(partly.status, exitSuccess);
-    EXPECT_EQ(partly.err,
-              "hidutil: note: keyboard /dev/input/event6 (Memory Keyboard) has no key "
-              "for usage 0x68\n");
+    devices.keyboards = {full, small, testing::atKeyboard(1), testing::hidMouse(2)};
+    const std::string list =
+        mappings({capsToEscape, entry("0x700000068", "0x700000029"), entry("0x7000000", "0x7")});
+    run({"property", "--set", list, "--matching", R"({"VendorID": 0x1d50})"});
     EXPECT_EQ(small->codeOf(0x70039), KEY_ESC);
     EXPECT_EQ(full->codeOf(0x70068), KEY_ESC);
-
+    full->set(0x70039, KEY_LEFTCTRL);
+    const Outcome status = run({"status"});
+    EXPECT_EQ(status.status, exitOverridden) << status.err;
+    EXPECT_EQ(status.out,
+              "keyboard 0x27e USB 0x100000005 Memory Keyboard\n"
+              "mapping 0x700000039 0x700000029 overridden\n"
+              "mapping 0x700000068 0x700000029 installed\n"
+              "mapping 0x7000000 0x7 unusable\n"
+              "keyboard 0x300 USB 0x100000006 Small \"Keyboard\" \n"
+              "mapping 0x700000039 0x700000029 installed\n"
+              "mapping 0x700000068 0x700000029 skipped\n"
+              "mapping 0x7000000 0x7 unusable\n"
+              "keyboard 0x1 Internal 0x100000001 AT Translated Set 2 keyboard\n");
+    ASSERT_EQ(set(list).status, exitSuccess);
+    const Outcome json = run({"status", "--json"});
+    EXPECT_EQ(json.status, exitSuccess);
+    EXPECT_EQ(
+        json.out.rfind(
+            "{\"Keyboards\": [\n  {\"Product\": \"Memory Keyboard\", \"ProductID\": 638, "
+            "\"Transport\": \"USB\", \"RegistryID\": 4294967301, \"UserKeyMapping\": [\n    "
+            "{\"HIDKeyboardModifierMappingSrc\": 30064771129, \"HIDKeyboardModifierMappingDst\": "
+            "30064771113, \"State\": \"installed\"},\n",
+            0),
+        0u)
+        << json.out;
+    EXPECT_NE(json.out.find(R"({"Product": "Small \"Keyboard\"\u000a", "ProductID": 768)"),
+              std::string::npos);
     devices.bootId.clear();
     EXPECT_EQ(set(clear).err,
               "hidutil: cannot read the boot id (/proc/sys/kernel/random/boot_id), "

@@ -41,8 +41,9 @@ FakeHidutil::~FakeHidutil() {
     ::unsetenv("FAKE_HIDUTIL_DIR");
 }
 
-void FakeHidutil::setOutput(const std::string& subcommand, const std::string& output) {
-    std::ofstream(dir_ / ("output-" + subcommand)) << output;
+void FakeHidutil::setOutput(const std::string& subcommand, const std::string& output, int run) {
+    const std::string name = "output-" + subcommand + (run ? "." + std::to_string(run) : "");
+    std::ofstream(dir_ / name) << output;
 }
 
 void FakeHidutil::setExitStatus(const std::string& subcommand, int status) {

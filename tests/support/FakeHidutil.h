@@ -14,8 +14,9 @@ class FakeHidutil {
     FakeHidutil(const FakeHidutil&) = delete;
     FakeHidutil& operator=(const FakeHidutil&) = delete;
 
-    // What the fake prints when run with this first argument ("property", "list").
-    void setOutput(const std::string& subcommand, const std::string& output);
+    // What the fake prints when run with this first argument ("property", "list"); with run, only
+    // the run-th time (from 1, counted since the calls were last cleared).
+    void setOutput(const std::string& subcommand, const std::string& output, int run = 0);
     // How the fake ends when run with this first argument (0 unless told).
     void setExitStatus(const std::string& subcommand, int status);
     // Every argument vector received so far, oldest first.

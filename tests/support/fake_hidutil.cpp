@@ -1,8 +1,9 @@
 // A stand-in for hidutil that tests put first on PATH. Every argument vector it receives is
 // appended to "$FAKE_HIDUTIL_DIR/calls", one line per run, arguments separated by tabs and escaped
-// (\\, \t, \n). It prints "$FAKE_HIDUTIL_DIR/output-<first argument>" when that file exists;
-// without one, "property" answers like a successful installation and everything else prints
-// nothing.
+// (\\, \t, \n). The n-th run with a first argument (counted in that file) prints
+// "$FAKE_HIDUTIL_DIR/output-<first argument>.<n>", or else "output-<first argument>", when that
+// file exists; without either, "property" answers like a successful installation and everything
+// else prints nothing.
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
@@ -40,7 +41,14 @@ int main(int argc, char** argv) {
         calls << "\n";
     }
     const std::string subcommand = argc > 1 ? argv[1] : "";
-    std::ifstream output(std::string(dir) + "/output-" + subcommand);
+    int run = 0;
+    std::ifstream calls(std::string(dir) + "/calls");
+    for (std::string line; std::getline(calls, line);)
+        run += line.substr(0, line.find('\t')) == escaped(subcommand);
+    const std::string file = std::string(dir) + "/output-" + subcommand;
+    std::ifstream output(file + "." + std::to_string(run));
+    if (!output)
+        output.open(file);
     if (output) {
         std::cout << output.rdbuf();
     } else if (subcommand == "property") {

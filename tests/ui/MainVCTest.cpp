@@ -15,6 +15,7 @@
 #include <fstream>
 
 #include "app/LoginItem.h"
+#include "engine/MappingStatus.h"
 #include "engine/MappingStore.h"
 #include "platform/LoginItems.h"
 #include "platform/UserDefaults.h"
@@ -157,6 +158,68 @@ TEST_F(MainVCTest, AddPresentsTheCaptureWindowModallyAndDeleteRemoves) {
     outlet<QTableView>("tableView")->selectRow(1);
     QTest::keyClick(outlet<QTableView>("tableView"), Qt::Key_Delete);
     EXPECT_EQ(column(0), (std::vector<std::string>{"Caps Lock", "Tab"}));
+}
+
+// After every installation the keymaps are read back: an overridden mapping is installed once
+// more, never twice, whatever the second reading says; the capture window leaves none installed.
+TEST_F(MainVCTest, StatusColumnSaysWhatBecameOfEachMappingAfterEveryInstallation) {
+    MappingStatus::followInstallations([] { currentMainVC->statusChanged(); });
+    const auto status = [](const char* caps, const char* command, const char* tab) {
+        return std::string("mapping 0x700000039 0x700000029 ") + caps +
+               "\nmapping 0x7000000e3 0x700000029 " + command +
+               "\nmapping 0x70000002b 0x700000029 " + tab + "\n";
+    };
+    const std::string desk = "keyboard 0x27e USB 0x100000005 Desk Keyboard\n",
+                      travel = "keyboard 0x300 Bluetooth 0x100000006 Travel Keyboard\n";
+    struct Row {
+        std::string first, second;  // what the kernel says before installing again, and after
+        std::vector<std::string> texts;
+    };
+    const Row rows[] = {
+        {desk + status("installed", "overridden", "skipped") + travel +
+             status("skipped", "installed", "skipped"),
+         desk + status("installed", "installed", "skipped") + travel +
+             status("skipped", "installed", "skipped"),
+         {"Installed on 1 of 2 keyboards", "Overridden on Desk Keyboard, installed again",
+          "No keyboard has this key"}},
+        {desk + status("installed", "installed", "skipped") + travel +
+             status("installed", "overridden", "skipped"),
+         desk + status("installed", "installed", "skipped") + travel +
+             status("installed", "overridden", "skipped"),
+         {"Installed on 2 keyboards",
+          "Overridden on Travel Keyboard, even after installing again"}},
+    };
+    keyMappings = {threeRecords[0], threeRecords[1], threeRecords[1]};
+    keyMappings[2]["originalId"] = "2b";
+    MappingStore::saveMappings();
+    for (const Row& row : rows) {
+        hidutil.clearCalls();
+        hidutil.setOutput("status", row.first, 1);
+        hidutil.setOutput("status", row.second, 2);
+        if (!vc) {
+            load();
+        } else {
+            outlet<QTableView>("tableView")->selectRow(2);
+            clickSegment("removeSegment");
+        }
+        EXPECT_EQ(column(2), row.texts);
+        auto calls = hidutil.calls();
+        if (calls.size() == 7u)
+            calls.pop_back();  // the keyboard list, when the window loads
+        ASSERT_EQ(calls.size(), 6u);
+        for (std::size_t call : {0u, 3u})
+            EXPECT_EQ(calls[call], FakeHidutil::clearingCall());
+        EXPECT_EQ(calls[1], calls[4]);
+        EXPECT_EQ(calls[2], calls[5]);
+        EXPECT_EQ(calls[5], std::vector<std::string>{"status"});
+    }
+    EXPECT_EQ(outlet<QTableView>("tableView")->model()->index(1, 2).data(Qt::ToolTipRole),
+              "Desk Keyboard: installed\nTravel Keyboard: changed by another program, also after "
+              "installing again");
+
+    clickSegment("addSegment");
+    EXPECT_EQ(column(2), (std::vector<std::string>{"Not installed", "Not installed"}));
+    vc->presentedKeyboardVC()->cancelClick();
 }
 
 TEST_F(MainVCTest, OnlyAChoiceFromTheOpenedListChangesTheKeyboard) {

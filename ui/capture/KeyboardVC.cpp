@@ -10,6 +10,7 @@
 
 #include "engine/KeyTable.h"
 #include "engine/MappingApplier.h"
+#include "engine/MappingStatus.h"
 #include "engine/MappingStore.h"
 #include "engine/ShellRunner.h"
 #include "remote/SCL.h"
@@ -90,6 +91,7 @@ void KeyboardVC::viewDidLoad() {
     currentKeyboardVC = this;
     window_->resize(preferredWidth, preferredHeight);
     std::cout << ShellRunner::run(MappingApplier::clearingCommand) << std::endl;
+    MappingStatus::cleared();
     fillKeyPopup();
 }
 

@@ -12,6 +12,7 @@
 #include "app/LoginItem.h"
 #include "engine/MappingApplier.h"
 #include "engine/MappingFile.h"
+#include "engine/MappingStatus.h"
 #include "engine/MappingStore.h"
 #include "engine/ShellRunner.h"
 #include "platform/Application.h"
@@ -20,6 +21,7 @@
 #include "ui/main/KeyboardList.h"
 #include "ui/main/MappingFileDialogs.h"
 #include "ui/main/SegmentedControl.h"
+#include "ui/main/StatusColumn.h"
 #include "ui_MainWindow.h"
 
 namespace keyvane {
@@ -39,7 +41,9 @@ MainVC::MainVC(QObject* parent)
       ui_(std::make_unique<Ui::MainWindow>()) {
     ui_->setupUi(window_.get());
     ui_->tableView->setModel(this);
-    ui_->tableView->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
+    // Key names are short; the status takes the room that is left.
+    ui_->tableView->horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    ui_->tableView->horizontalHeader()->setSectionResizeMode(statusColumn, QHeaderView::Stretch);
     ui_->startLabel->setAttribute(Qt::WA_TransparentForMouseEvents);
     window_->installEventFilter(this);
     connectActions();
@@ -50,6 +54,9 @@ MainVC::~MainVC() {
     if (currentMainVC == this)
         currentMainVC = nullptr;
     window_->removeEventFilter(this);
+    // The table sizes its columns to their contents while the window closes, asking this model,
+    // which is half gone by then.
+    ui_->tableView->setModel(nullptr);
 }
 
 void MainVC::connectActions() {
@@ -124,7 +131,7 @@ int MainVC::rowCount(const QModelIndex& parent) const {
 }
 
 int MainVC::columnCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : 2;
+    return parent.isValid() ? 0 : 3;
 }
 
 QVariant MainVC::data(const QModelIndex& index, int role) const {
@@ -133,6 +140,10 @@ QVariant MainVC::data(const QModelIndex& index, int role) const {
     if (!index.isValid() || static_cast<std::size_t>(index.row()) >= keyMappings.size())
         return {};
     const KeyMapping& record = keyMappings[static_cast<std::size_t>(index.row())];
+    if (index.column() == statusColumn) {
+        const auto state = MappingStatus::stateOf(record);
+        return role == Qt::ToolTipRole ? statusToolTip(state) : statusText(state);
+    }
     auto value = record.find(columns[index.column()]);
     const std::string text = value == record.end() ? std::string() : value->second;
     if (role == Qt::ToolTipRole)
@@ -141,12 +152,12 @@ QVariant MainVC::data(const QModelIndex& index, int role) const {
 }
 
 QVariant MainVC::headerData(int section, Qt::Orientation orientation, int role) const {
-    if (orientation != Qt::Horizontal || section < 0 || section > 1)
+    if (orientation != Qt::Horizontal || section < 0 || section > statusColumn)
         return {};
-    if (role == columnIdentifierRole)
+    if (role == columnIdentifierRole && section != statusColumn)
         return QString::fromLatin1(columns[section]);
     if (role == Qt::DisplayRole)
-        return section == 0 ? tr("Original key") : tr("New key");
+        return section == 0 ? tr("Original key") : section == 1 ? tr("New key") : tr("Status");
     return {};
 }
 
@@ -171,6 +182,11 @@ void MainVC::importMappings() {
         return;
     showStoredChoices();
     MappingApplier::applyMappings();
+}
+
+void MainVC::statusChanged() {
+    if (rowCount() > 0)
+        emit dataChanged(index(0, statusColumn), index(rowCount() - 1, statusColumn));
 }
 
 void MainVC::segmentedBtnClick(SegmentedControl* sender) {

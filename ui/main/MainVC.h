@@ -25,6 +25,8 @@ class MainVC : public QAbstractTableModel {
     // Column identifiers are record keys: a cell shows the record's value under its column's key.
     static constexpr const char* originalColumn = "original";
     static constexpr const char* remappedColumn = "remapped";
+    // The third column is no record key: it says what the kernel does with the mapping.
+    static constexpr int statusColumn = 2;
     static constexpr int columnIdentifierRole = Qt::UserRole;
 
     explicit MainVC(QObject* parent = nullptr);
@@ -52,6 +54,8 @@ class MainVC : public QAbstractTableModel {
     void reloadTable();
     // Shows the list and the keyboard choice again after both were replaced elsewhere.
     void showStoredChoices();
+    // Shows what the last read-back found.
+    void statusChanged();
 
   private:
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -318,6 +318,16 @@ int keymapRecords() {
     return count;
 }
 
+// The mapping lines that "hidutil status" prints under the keyboard line that ends with name.
+std::string statusOf(const Result& status, const std::string& name) {
+    const std::size_t line = status.out.find(" " + name + "\n");
+    if (line == std::string::npos)
+        return "(not listed)";
+    const std::size_t begin = line + name.size() + 2;
+    const std::size_t end = status.out.find("keyboard ", begin);
+    return status.out.substr(begin, end == std::string::npos ? end : end - begin);
+}
+
 bool listed(const std::vector<std::pair<std::string, std::string>>& keyboards,
             const std::string& product, const std::string& transport) {
     for (const auto& keyboard : keyboards)
@@ -459,6 +469,31 @@ int main(int argc, char** argv) {
           "F13 is skipped on the keyboard without it");
     check(c.pressesOf(0x39) == std::vector<int>{KEY_ESC}, "keyboard C: Caps Lock gives Escape");
     check(a.pressesOf(0x68) == std::vector<int>{KEY_ESC}, "keyboard A: F13 gives Escape");
+
+    // Status reads back from the kernel what became of each entry: installed, skipped on the
+    // keyboard without F13, and overridden once another program changed a key, until installed
+    // again.
+    const std::string bothInstalled =
+        "mapping 0x700000039 0x700000029 installed\nmapping 0x700000068 0x700000029 installed\n";
+    const Result status = run({"status"});
+    check(status.status == 0 && statusOf(status, a.name) == bothInstalled,
+          "status: both entries installed on keyboard A");
+    check(
+        statusOf(status, c.name) ==
+            "mapping 0x700000039 0x700000029 installed\nmapping 0x700000068 0x700000029 skipped\n",
+        "status: F13 skipped on keyboard C");
+    check(status.out.find("keyboard 0x3333 USB 0x") != std::string::npos,
+          "status: product id and transport of keyboard C");
+    remap(nodeA, 0x70039, KEY_LEFTALT);
+    const Result overridden = run({"status", "--json"});
+    check(overridden.status == 3 &&
+              overridden.out.find("\"HIDKeyboardModifierMappingSrc\": 30064771129, "
+                                  "\"HIDKeyboardModifierMappingDst\": 30064771113, \"State\": "
+                                  "\"overridden\"") != std::string::npos,
+          "status: an entry changed by ioctl after the install is overridden");
+    check(installed(run({"property", "--set", mapping({{"39", "29"}, {"68", "29"}})})) &&
+              statusOf(run({"status"}), a.name) == bothInstalled,
+          "status: installed again after a new install");
     ::close(c.event);
     ::close(c.fd);  // unplugged: its record is of no use any more
     for (int attempt = 0; attempt < 100 && std::filesystem::exists(nodeC); ++attempt)

@@ -1,0 +1,155 @@
+#include "hidutil/Status.h"
+
+#include <algorithm>
+
+#include "hidutil/Messages.h"
+
+namespace keyvane::hidutil {
+namespace {
+
+EntryState stateOf(const Mapping& mapping, const Keymap& current, const DeviceRecord& record,
+                   const MappedKeymap& wanted) {
+    if (whyUnusable(mapping))
+        return EntryState::Unusable;
+    const unsigned source = mapping.srcUsage();
+    const auto scancodes = wanted.scancodesOf.find(source);
+    if (record.skipped.contains(source) || scancodes == wanted.scancodesOf.end())
+        return EntryState::Skipped;
+    for (std::uint32_t scancode : scancodes->second) {
+        const auto now = current.find(scancode);
+        if (now == current.end() || now->second != wanted.keymap.at(scancode))
+            return EntryState::Overridden;
+    }
+    return EntryState::Installed;
+}
+
+// A device name as one line: control characters (a newline would start a line of its own) become
+// spaces.
+std::string oneLine(const std::string& name) {
+    std::string line = name;
+    for (char& c : line)
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f)
+            c = ' ';
+    return line;
+}
+
+// The length of the valid UTF-8 sequence at text[i], or 0.
+std::size_t utf8Length(const std::string& text, std::size_t i) {
+    const auto byte = [&](std::size_t k) { return static_cast<unsigned char>(text[k]); };
+    const unsigned char lead = byte(i);
+    std::size_t length = lead < 0x80                   ? 1
+                         : lead >= 0xc2 && lead < 0xe0 ? 2
+                         : lead >= 0xe0 && lead < 0xf0 ? 3
+                         : lead >= 0xf0 && lead < 0xf5 ? 4
+                                                       : 0;
+    if (length == 0 || i + length > text.size())
+        return 0;
+    for (std::size_t k = 1; k < length; ++k)
+        if ((byte(i + k) & 0xc0) != 0x80)
+            return 0;
+    // No overlong forms, surrogates or code points above U+10FFFF.
+    if ((lead == 0xe0 && byte(i + 1) < 0xa0) || (lead == 0xed && byte(i + 1) >= 0xa0) ||
+        (lead == 0xf0 && byte(i + 1) < 0x90) || (lead == 0xf4 && byte(i + 1) >= 0x90))
+        return 0;
+    return length;
+}
+
+// A JSON string; bytes that are no UTF-8 (a device may name itself anything) become U+FFFD.
+std::string jsonString(const std::string& text) {
+    static constexpr char digits[] = "0123456789abcdef";
+    std::string out = "\"";
+    for (std::size_t i = 0; i < text.size();) {
+        const unsigned char c = static_cast<unsigned char>(text[i]);
+        const std::size_t length = utf8Length(text, i);
+        if (c == '"' || c == '\\') {
+            out += '\\';
+            out += static_cast<char>(c);
+        } else if (c < 0x20) {
+            out += "\\u00";
+            out += digits[c >> 4];
+            out += digits[c & 0xf];
+        } else if (length == 0) {
+            out += "\\ufffd";
+            i += 1;
+            continue;
+        } else {
+            out.append(text, i, length);
+            i += length;
+            continue;
+        }
+        ++i;
+    }
+    return out + '"';
+}
+
+}  // namespace
+
+std::vector<EntryStatus> readBack(const Keymap& current, const DeviceRecord& record) {
+    const Keymap original = originalKeymap(current, &record);
+    std::vector<Mapping> usable;
+    for (const Mapping& mapping : record.mappings)
+        if (!whyUnusable(mapping))
+            usable.push_back(mapping);
+    const MappedKeymap wanted = mappedKeymap(original, isHidKeymap(current), usable);
+    std::vector<EntryStatus> entries;
+    for (const Mapping& mapping : record.mappings)
+        entries.push_back({mapping, stateOf(mapping, current, record, wanted)});
+    return entries;
+}
+
+std::string_view stateName(EntryState state) {
+    switch (state) {
+        case EntryState::Installed:
+            return text::stateInstalled;
+        case EntryState::Skipped:
+            return text::stateSkipped;
+        case EntryState::Overridden:
+            return text::stateOverridden;
+        case EntryState::Unusable:
+            return text::stateUnusable;
+    }
+    return {};
+}
+
+bool anyOverridden(const std::vector<KeyboardStatus>& keyboards) {
+    return std::any_of(keyboards.begin(), keyboards.end(), [](const KeyboardStatus& keyboard) {
+        return std::any_of(
+            keyboard.entries.begin(), keyboard.entries.end(),
+            [](const EntryStatus& entry) { return entry.state == EntryState::Overridden; });
+    });
+}
+
+std::string formatStatus(const std::vector<KeyboardStatus>& keyboards) {
+    std::string out;
+    for (const KeyboardStatus& keyboard : keyboards) {
+        const ServiceRow& row = keyboard.row;
+        out += fill(text::statusKeyboardLine, {hexNumber(row.productId), row.transport,
+                                               hexNumber(row.registryId), oneLine(row.product)});
+        for (const EntryStatus& entry : keyboard.entries)
+            out += fill(text::statusMappingLine,
+                        {hexNumber(entry.mapping.src), hexNumber(entry.mapping.dst),
+                         stateName(entry.state)});
+    }
+    return out;
+}
+
+std::string formatStatusJson(const std::vector<KeyboardStatus>& keyboards) {
+    std::string out = "{\"Keyboards\": [";
+    for (std::size_t k = 0; k < keyboards.size(); ++k) {
+        const ServiceRow& row = keyboards[k].row;
+        out += fill(text::statusJsonKeyboard,
+                    {k ? ",\n  " : "\n  ", jsonString(row.product), std::to_string(row.productId),
+                     jsonString(row.transport), std::to_string(row.registryId)});
+        const auto& entries = keyboards[k].entries;
+        for (std::size_t e = 0; e < entries.size(); ++e)
+            out += fill(text::statusJsonMapping,
+                        {e ? ",\n    " : "\n    ", std::to_string(entries[e].mapping.src),
+                         std::to_string(entries[e].mapping.dst),
+                         jsonString(std::string(stateName(entries[e].state)))});
+        out += entries.empty() ? "]}" : "\n  ]}";
+    }
+    out += keyboards.empty() ? "]}\n" : "\n]}\n";
+    return out;
+}
+
+}  // namespace keyvane::hidutil

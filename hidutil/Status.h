@@ -1,0 +1,45 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "hidutil/Keymap.h"
+#include "hidutil/Output.h"
+#include "hidutil/Property.h"
+#include "hidutil/RecordStore.h"
+
+namespace keyvane::hidutil {
+
+// What became of one entry of the list installed on a keyboard, read back from its keymap now.
+enum class EntryState {
+    Installed,   // every key it changed gives the code installed
+    Skipped,     // the keyboard has no key for its source
+    Overridden,  // a key it changed gives another code now (udev's hwdb again, another tool)
+    Unusable,    // never installable (a blank or unknown usage)
+};
+
+struct EntryStatus {
+    Mapping mapping;
+    EntryState state = EntryState::Installed;
+};
+
+// Every entry of the record's list, in its order. A later entry of the same source takes its keys,
+// so an earlier one shares its state.
+std::vector<EntryStatus> readBack(const Keymap& current, const DeviceRecord& record);
+
+struct KeyboardStatus {
+    ServiceRow row;
+    std::vector<EntryStatus> entries;
+};
+
+std::string_view stateName(EntryState state);
+bool anyOverridden(const std::vector<KeyboardStatus>& keyboards);
+
+// "keyboard PRODUCTID TRANSPORT REGISTRYID PRODUCT" per keyboard, then "mapping SRC DST STATE" per
+// entry installed on it.
+std::string formatStatus(const std::vector<KeyboardStatus>& keyboards);
+// The same as one JSON object (see the usage text).
+std::string formatStatusJson(const std::vector<KeyboardStatus>& keyboards);
+
+}  // namespace keyvane::hidutil
