@@ -189,7 +189,7 @@ TEST_F(CommandLineTest, ARunningCopyCarriesOutTheCommandsOverTheBus) {
     EXPECT_EQ(MappingFile::storedKeyboardId(), "0x27e");
     run = keyvane({"--list"});
     EXPECT_EQ(run.out, "Keyboard: the keyboard 0x27e\nCommand -> Control\nCaps Lock -> Escape\n");
-    EXPECT_EQ(hidutil.calls().size(), 4u);  // each import cleared and installed
+    EXPECT_EQ(hidutil.calls().size(), 6u);  // each import cleared, installed and read back
 
     // While a key is being captured, the keys must stay unmapped.
     app.mainVC().MainWin()->findChild<QAction*>("addMappingAction")->trigger();
