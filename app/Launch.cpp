@@ -4,6 +4,7 @@
 #include <QMainWindow>
 #include <iostream>
 
+#include "app/LoginItem.h"
 #include "app/SettingsAlerts.h"
 #include "engine/MappingStatus.h"
 #include "platform/Bundle.h"
@@ -38,7 +39,7 @@ Launch::Outcome Launch::start() {
         if (currentMainVC)
             currentMainVC->statusChanged();
     });
-    mainVC_ = std::make_unique<MainVC>();
+    mainVC_ = std::make_unique<MainVC>(updateLoginItem);
     mainVC_->viewDidLoad();
     delegate_.setWindow(mainVC_->MainWin());
     QObject::connect(&instance_, &SingleInstance::reopenRequested, &delegate_, [this] {

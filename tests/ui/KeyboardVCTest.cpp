@@ -85,7 +85,7 @@ class KeyboardVCTest : public ::testing::Test {
     bool applyEnabled() { return outlet<QPushButton>("applyBtn")->isEnabled(); }
 
     FakeHidutil hidutil;
-    MainVC mainVC;
+    MainVC mainVC{[] {}};
     KeyboardVC vc;
 };
 

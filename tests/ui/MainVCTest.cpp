@@ -48,7 +48,7 @@ class MainVCTest : public ::testing::Test {
     }
 
     void load() {
-        vc = std::make_unique<MainVC>();
+        vc = std::make_unique<MainVC>(updateLoginItem);
         vc->viewDidLoad();
         vc->MainWin()->show();
     }

@@ -9,7 +9,6 @@
 #include <QMainWindow>
 #include <iostream>
 
-#include "app/LoginItem.h"
 #include "engine/MappingApplier.h"
 #include "engine/MappingFile.h"
 #include "engine/MappingStatus.h"
@@ -35,8 +34,9 @@ const char* const columns[] = {MainVC::originalColumn, MainVC::remappedColumn};
 
 }  // namespace
 
-MainVC::MainVC(QObject* parent)
+MainVC::MainVC(std::function<void()> updateLoginItem, QObject* parent)
     : QAbstractTableModel(parent),
+      updateLoginItem_(std::move(updateLoginItem)),
       window_(std::make_unique<QMainWindow>()),
       ui_(std::make_unique<Ui::MainWindow>()) {
     ui_->setupUi(window_.get());
@@ -224,7 +224,7 @@ void MainVC::keyboardPopupChanged(QComboBox* sender) {
 
 void MainVC::applyCheckboxClicked(QCheckBox* sender) {
     MappingStore::saveApplyAtLogin(sender->isChecked());
-    updateLoginItem();
+    updateLoginItem_();
 }
 
 void MainVC::quitBtnClicked() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QAbstractTableModel>
+#include <functional>
 #include <memory>
 
 class QCheckBox;
@@ -29,7 +30,8 @@ class MainVC : public QAbstractTableModel {
     static constexpr int statusColumn = 2;
     static constexpr int columnIdentifierRole = Qt::UserRole;
 
-    explicit MainVC(QObject* parent = nullptr);
+    // `updateLoginItem` makes the login item follow the stored "applyatlogin" choice.
+    explicit MainVC(std::function<void()> updateLoginItem, QObject* parent = nullptr);
     ~MainVC() override;
 
     QMainWindow* MainWin() const { return window_.get(); }
@@ -64,6 +66,7 @@ class MainVC : public QAbstractTableModel {
     void presentKeyboardVC();
     void importMappings();
 
+    std::function<void()> updateLoginItem_;
     std::unique_ptr<QMainWindow> window_;
     std::unique_ptr<Ui::MainWindow> ui_;
     std::unique_ptr<KeyboardVC> keyboardVC_;  // the last capture window presented
