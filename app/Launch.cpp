@@ -6,8 +6,11 @@
 
 #include "app/LoginItem.h"
 #include "app/SettingsAlerts.h"
+#include "engine/MappingApplier.h"
 #include "engine/MappingStatus.h"
+#include "platform/Alert.h"
 #include "platform/Bundle.h"
+#include "remote/SCL.h"
 #include "ui/main/MainVC.h"
 
 namespace keyvane {
@@ -34,6 +37,9 @@ Launch::Outcome Launch::start() {
     alertOnSettingsProblems();
     QApplication::setQuitOnLastWindowClosed(
         delegate_.applicationShouldTerminateAfterLastWindowClosed());
+    MappingApplier::setEffects(
+        {SCL::logEvent, SCL::logError,
+         [](const std::string& text, const std::string& title) { showAlert(text, title, {}); }});
     // Every installation from here on is read back, and the window says what became of it.
     MappingStatus::followInstallations([] {
         if (currentMainVC)

@@ -5,13 +5,22 @@
 #include "engine/MappingStore.h"
 #include "engine/ShellRunner.h"
 #include "engine/Text.h"
-#include "platform/Alert.h"
-#include "remote/SCL.h"
 
 namespace keyvane {
 namespace {
 
 std::function<void()> afterInstall;
+ApplierEffects effects;
+
+void logEvent(const std::string& name, const std::string& value, const std::string& notes) {
+    if (effects.logEvent)
+        effects.logEvent(name, value, notes);
+}
+
+void alert(const std::string& text, const std::string& title) {
+    if (effects.showAlert)
+        effects.showAlert(text, title);
+}
 
 std::string chooseTemplate() {
     std::optional<std::string> keyboardId = MappingStore::loadKeyboardId();
@@ -71,24 +80,29 @@ MappingApplier::Installation MappingApplier::install() {
 bool MappingApplier::applyMappings() {
     const Installation installation = install();
     std::cout << installation.clearingOutput << std::endl;
-    SCL::logEvent("applymapping", "startcmd", installation.clearingOutput);
+    logEvent("applymapping", "startcmd", installation.clearingOutput);
     if (installation.command.empty())
         return installation.installed();
 
     if (installation.hasBlankId) {
-        SCL::logError(blankIdError + installation.command);
-        showAlert(blankIdAlertText, blankIdAlertTitle, [] {});
+        if (effects.logError)
+            effects.logError(blankIdError + installation.command);
+        alert(blankIdAlertText, blankIdAlertTitle);
     }
     std::cout << installation.command << std::endl;
-    SCL::logEvent("sh", "cmd", installation.command);
+    logEvent("sh", "cmd", installation.command);
     std::cout << installation.result << std::endl;
-    SCL::logEvent("sh", "result", installation.result);
+    logEvent("sh", "result", installation.result);
 
     if (!installation.installed())
-        showAlert(failedAlertText, failedAlertTitle, [] {});
+        alert(failedAlertText, failedAlertTitle);
     if (afterInstall)
         afterInstall();
     return installation.installed();
+}
+
+void MappingApplier::setEffects(ApplierEffects given) {
+    effects = std::move(given);
 }
 
 void MappingApplier::setAfterInstall(std::function<void()> hook) {

@@ -5,11 +5,22 @@
 
 namespace keyvane {
 
+// What an installation tells beyond its trace, handed in by the application: events and errors for
+// the web service, and alerts (text, title) for the user. Left empty, they are not told.
+struct ApplierEffects {
+    std::function<void(const std::string& name, const std::string& value, const std::string& notes)>
+        logEvent;
+    std::function<void(const std::string& message)> logError;
+    std::function<void(const std::string& text, const std::string& title)> showAlert;
+};
+
 // Installs the whole of `keyMappings` with one hidutil command, for every keyboard or for the one
 // whose product id is stored under "keyboardId". Always clears first, so the installed mappings
 // are rebuilt from the list and never patched.
 class MappingApplier {
   public:
+    // Main thread only, like every installation.
+    static void setEffects(ApplierEffects effects);
     // What one installation ran and what hidutil answered.
     struct Installation {
         std::string clearingOutput;
