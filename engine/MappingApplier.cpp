@@ -2,9 +2,9 @@
 
 #include <iostream>
 
+#include "common/Text.h"
 #include "engine/MappingStore.h"
 #include "engine/ShellRunner.h"
-#include "engine/Text.h"
 
 namespace keyvane {
 namespace {

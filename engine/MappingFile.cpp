@@ -4,8 +4,8 @@
 #include <cctype>
 #include <fstream>
 
+#include "common/AtomicFile.h"
 #include "engine/KeyTable.h"
-#include "platform/AtomicFile.h"
 #include "platform/JsonText.h"
 
 namespace keyvane {
@@ -204,7 +204,12 @@ bool MappingFile::write(const std::filesystem::path& file, std::string& error) {
         error = "there is no folder " + folder.string();
         return false;
     }
-    return replaceFileAtomically(file, compose(keyMappings, storedKeyboardId()), error);
+    if (const std::error_code written =
+            replaceFileAtomically(file, compose(keyMappings, storedKeyboardId()))) {
+        error = written.message();
+        return false;
+    }
+    return true;
 }
 
 void MappingFile::adopt(const Reading& reading, Adoption how) {

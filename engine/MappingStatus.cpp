@@ -1,10 +1,10 @@
 #include "engine/MappingStatus.h"
 
 #include <algorithm>
-#include <charconv>
 #include <iostream>
 #include <sstream>
 
+#include "common/Hex.h"
 #include "engine/MappingApplier.h"
 #include "engine/ShellRunner.h"
 
@@ -24,18 +24,9 @@ bool checking = false;
 // What the last check read before installing again, and afterwards.
 std::optional<std::vector<StatusKeyboard>> firstRead, lastRead;
 
-std::optional<std::uint64_t> hexNumber(std::string_view digits) {
-    std::uint64_t value = 0;
-    const auto [end, error] =
-        std::from_chars(digits.data(), digits.data() + digits.size(), value, 16);
-    if (digits.empty() || error != std::errc() || end != digits.data() + digits.size())
-        return std::nullopt;
-    return value;
-}
-
 std::optional<std::uint64_t> usageOf(const KeyMapping& mapping, const char* key) {
     const auto id = mapping.find(key);
-    return id == mapping.end() ? std::nullopt : hexNumber(usagePrefix + id->second);
+    return id == mapping.end() ? std::nullopt : parseHex(usagePrefix + id->second);
 }
 
 bool anyOverridden(const std::vector<StatusKeyboard>& keyboards) {
@@ -77,8 +68,8 @@ std::vector<StatusKeyboard> parseStatus(const std::string& output) {
             std::getline(words, product);
             keyboards.push_back({third, product, {}});
         } else if (kind == mappingWord && !keyboards.empty()) {
-            const auto src = hexNumber(first.substr(std::min<std::size_t>(2, first.size())));
-            const auto dst = hexNumber(second.substr(std::min<std::size_t>(2, second.size())));
+            const auto src = parseHex(first.substr(std::min<std::size_t>(2, first.size())));
+            const auto dst = parseHex(second.substr(std::min<std::size_t>(2, second.size())));
             if (src && dst && !third.empty())
                 keyboards.back().entries.push_back({*src, *dst, third});
         }

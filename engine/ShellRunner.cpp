@@ -13,6 +13,8 @@
 #include <mutex>
 #include <thread>
 
+#include "common/Utf8.h"
+
 extern char** environ;
 
 namespace keyvane {
@@ -71,62 +73,7 @@ class Reaper {
     std::deque<pid_t> children_;
 };
 
-std::size_t validSequenceLength(const std::string& s, std::size_t i) {
-    const auto byte = [&](std::size_t k) { return static_cast<unsigned char>(s[k]); };
-    unsigned char lead = byte(i);
-    if (lead < 0x80)
-        return 1;
-    std::size_t length;
-    unsigned char low = 0x80, high = 0xBF;  // bounds of the first continuation byte
-    if (lead >= 0xC2 && lead <= 0xDF) {
-        length = 2;
-    } else if (lead >= 0xE0 && lead <= 0xEF) {
-        length = 3;
-        if (lead == 0xE0)
-            low = 0xA0;  // overlong
-        if (lead == 0xED)
-            high = 0x9F;  // surrogates
-    } else if (lead >= 0xF0 && lead <= 0xF4) {
-        length = 4;
-        if (lead == 0xF0)
-            low = 0x90;  // overlong
-        if (lead == 0xF4)
-            high = 0x8F;  // above U+10FFFF
-    } else {
-        return 0;
-    }
-    if (i + length > s.size())
-        return 0;
-    if (byte(i + 1) < low || byte(i + 1) > high)
-        return 0;
-    for (std::size_t k = 2; k < length; ++k)
-        if ((byte(i + k) & 0xC0) != 0x80)
-            return 0;
-    return length;
-}
-
 }  // namespace
-
-std::string decodeUtf8Lossily(std::string bytes) {
-    std::size_t i = 0;
-    while (i < bytes.size() && validSequenceLength(bytes, i) != 0)
-        i += validSequenceLength(bytes, i);
-    if (i == bytes.size())
-        return bytes;
-
-    std::string text(bytes, 0, i);
-    while (i < bytes.size()) {
-        std::size_t length = validSequenceLength(bytes, i);
-        if (length == 0) {
-            text += "\xEF\xBF\xBD";
-            ++i;
-        } else {
-            text.append(bytes, i, length);
-            i += length;
-        }
-    }
-    return text;
-}
 
 std::string ShellRunner::run(const std::string& commandLine) {
     int pipeFds[2];

@@ -16,7 +16,4 @@ class ShellRunner {
     static constexpr const char* shellPath = "/bin/bash";
 };
 
-// Replaces every invalid UTF-8 sequence by U+FFFD; valid text comes back unchanged.
-std::string decodeUtf8Lossily(std::string bytes);
-
 }  // namespace keyvane

@@ -30,13 +30,4 @@ int linuxKeyCodeForUsage(unsigned usage) {
     return usage < keyCodes.size() ? keyCodes[usage] : 0;
 }
 
-int usageForLinuxKeyCode(int keyCode) {
-    if (keyCode <= 0 || keyCode == unknownKeyCode)
-        return -1;
-    for (unsigned usage = 0; usage < keyCodes.size(); ++usage)
-        if (keyCodes[usage] == keyCode)
-            return static_cast<int>(usage);
-    return -1;
-}
-
 }  // namespace keyvane

@@ -15,9 +15,4 @@ inline constexpr int unknownKeyCode = 240;
 // does not reach it. Usages without a key of their own give unknownKeyCode, as in the kernel.
 int linuxKeyCodeForUsage(unsigned usage);
 
-// The lowest keyboard usage whose default key code is keyCode, or -1. Several usages share some
-// key codes (Backslash and Non-US #, three kinds of Delete); the lowest is the common key.
-// unknownKeyCode names no key, so it gives -1 too.
-int usageForLinuxKeyCode(int keyCode);
-
 }  // namespace keyvane

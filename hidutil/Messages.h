@@ -183,7 +183,6 @@ inline constexpr std::string_view matchedRowKey = "UserKeyMapping   ";
 inline constexpr std::string_view servicesHeading = "Services:\n";
 inline constexpr std::string_view devicesHeading = "Devices:\n";
 inline constexpr std::string_view nullText = "(null)";
-inline constexpr std::string_view hexFormat = "0x{}";
 inline constexpr std::string_view builtInYes = "1";
 inline constexpr std::string_view builtInNo = "0";
 inline constexpr const char* serviceColumns[] = {

@@ -46,16 +46,6 @@ std::uint32_t locationOf(const DeviceInfo& device) {
 
 }  // namespace
 
-std::string hexNumber(std::uint64_t value) {
-    static constexpr char digits[] = "0123456789abcdef";
-    std::string reversed;
-    do {
-        reversed += digits[value & 0xf];
-        value >>= 4;
-    } while (value);
-    return fill(text::hexFormat, {std::string(reversed.rbegin(), reversed.rend())});
-}
-
 std::string formatMappingList(const std::vector<Mapping>& mappings) {
     std::string out(text::listOpen);
     for (std::size_t i = 0; i < mappings.size(); ++i) {

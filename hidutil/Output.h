@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "common/Hex.h"
 #include "hidutil/Device.h"
 #include "hidutil/Property.h"
 
@@ -19,8 +20,6 @@ std::string formatEcho(const std::vector<Mapping>& mappings);
 // The RegistryID / Key / Value table, one row per device.
 std::string formatMatchedEcho(const std::vector<std::uint64_t>& registryIds,
                               const std::vector<std::vector<Mapping>>& values);
-
-std::string hexNumber(std::uint64_t value);
 
 // One line of a service table.
 struct ServiceRow {

@@ -1,5 +1,6 @@
 #include "hidutil/Property.h"
 
+#include "common/Hex.h"
 #include "hidutil/HidKeyCodes.h"
 #include "hidutil/Messages.h"
 
@@ -11,29 +12,16 @@ Checked<T> refuse(std::size_t position, std::string expected) {
     return {std::nullopt, {position, std::move(expected)}};
 }
 
-std::string hex(std::uint64_t number) {
-    char digits[17];
-    int length = 0;
-    do {
-        digits[length++] = "0123456789abcdef"[number & 0xf];
-        number >>= 4;
-    } while (number);
-    std::string result;
-    while (length)
-        result += digits[--length];
-    return fill(text::hexFormat, {result});
-}
-
 // Why a usage cannot be installed, or nothing when it can.
 std::optional<std::string> usageProblem(std::uint64_t value, bool isDestination) {
     if (value >> 32 != keyboardPage)
-        return fill(text::reasonNotKeyboardPage, {hex(value), hex(value >> 32)});
+        return fill(text::reasonNotKeyboardPage, {hexNumber(value), hexNumber(value >> 32)});
     const auto usage = static_cast<unsigned>(value & 0xffffffffu);
     if (isDestination && usage == 0)
         return std::nullopt;
     const int code = linuxKeyCodeForUsage(usage);
     if (code == 0 || code == unknownKeyCode)
-        return fill(text::reasonNoKeyCode, {hex(value)});
+        return fill(text::reasonNoKeyCode, {hexNumber(value)});
     return std::nullopt;
 }
 
@@ -89,7 +77,8 @@ std::vector<Mapping> usableMappings(const std::vector<Mapping>& mappings, std::o
     std::vector<Mapping> usable;
     for (const Mapping& mapping : mappings) {
         if (auto problem = whyUnusable(mapping))
-            notes << fill(text::noteSkippedMapping, {hex(mapping.src), hex(mapping.dst), *problem});
+            notes << fill(text::noteSkippedMapping,
+                          {hexNumber(mapping.src), hexNumber(mapping.dst), *problem});
         else
             usable.push_back(mapping);
     }

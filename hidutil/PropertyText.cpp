@@ -1,5 +1,7 @@
 #include "hidutil/PropertyText.h"
 
+#include "common/Hex.h"
+#include "common/Utf8.h"
 #include "hidutil/Messages.h"
 
 namespace keyvane::hidutil {
@@ -123,25 +125,15 @@ class Reader {
         }
     }
 
-    static int hexDigit(char c) {
-        if (c >= '0' && c <= '9')
-            return c - '0';
-        if (c >= 'a' && c <= 'f')
-            return c - 'a' + 10;
-        if (c >= 'A' && c <= 'F')
-            return c - 'A' + 10;
-        return -1;
-    }
-
     bool readInteger(std::uint64_t& result) {
         const std::size_t start = pos_;
         std::uint64_t number = 0;
         if (peek() == '0' && pos_ + 1 < text_.size() &&
             (text_[pos_ + 1] == 'x' || text_[pos_ + 1] == 'X')) {
             pos_ += 2;
-            if (hexDigit(peek()) < 0)
+            if (hexDigitValue(peek()) < 0)
                 return fail(pos_, text::expectHexDigit);
-            for (int digit; (digit = hexDigit(peek())) >= 0; ++pos_) {
+            for (int digit; (digit = hexDigitValue(peek())) >= 0; ++pos_) {
                 if (number >> 60)
                     return fail(start, text::expectSmallerInteger);
                 number = number << 4 | static_cast<unsigned>(digit);
@@ -161,17 +153,38 @@ class Reader {
         return true;
     }
 
-    static void appendUtf8(std::string& out, unsigned code) {
-        if (code < 0x80) {
-            out += static_cast<char>(code);
-        } else if (code < 0x800) {
-            out += static_cast<char>(0xC0 | code >> 6);
-            out += static_cast<char>(0x80 | (code & 0x3F));
-        } else {
-            out += static_cast<char>(0xE0 | code >> 12);
-            out += static_cast<char>(0x80 | (code >> 6 & 0x3F));
-            out += static_cast<char>(0x80 | (code & 0x3F));
+    // The value of the four hexadecimal digits after the "u" at pos_, or -1.
+    int escapedUnit() const {
+        int unit = 0;
+        for (std::size_t i = 1; i <= 4; ++i) {
+            const int digit = pos_ + i < text_.size() ? hexDigitValue(text_[pos_ + i]) : -1;
+            if (digit < 0)
+                return -1;
+            unit = unit << 4 | digit;
         }
+        return unit;
+    }
+
+    // A Unicode escape, pos_ at its "u": a surrogate pair becomes the one code point it encodes,
+    // and a surrogate without its other half U+FFFD, so that the text stays valid UTF-8.
+    bool readUnicodeEscape(std::string& out, std::size_t escape) {
+        const int unit = escapedUnit();
+        if (unit < 0)
+            return fail(escape, text::expectEscape);
+        pos_ += 4;
+        char32_t code = static_cast<char32_t>(unit);
+        if (unit >= 0xD800 && unit <= 0xDBFF && text_.compare(pos_ + 1, 2, "\\u") == 0) {
+            pos_ += 2;
+            const int low = escapedUnit();
+            if (low >= 0xDC00 && low <= 0xDFFF) {
+                code = 0x10000 + ((code - 0xD800) << 10) + static_cast<char32_t>(low - 0xDC00);
+                pos_ += 4;
+            } else {
+                pos_ -= 2;  // the next escape is read on its own
+            }
+        }
+        appendUtf8(out, code >= 0xD800 && code <= 0xDFFF ? char32_t{0xFFFD} : code);
+        return true;
     }
 
     bool readString(std::string& out) {
@@ -214,18 +227,10 @@ class Reader {
                 case 't':
                     out += '\t';
                     break;
-                case 'u': {
-                    unsigned code = 0;
-                    for (int i = 1; i <= 4; ++i) {
-                        const int digit = pos_ + i < text_.size() ? hexDigit(text_[pos_ + i]) : -1;
-                        if (digit < 0)
-                            return fail(escape, text::expectEscape);
-                        code = code << 4 | static_cast<unsigned>(digit);
-                    }
-                    appendUtf8(out, code);
-                    pos_ += 4;
+                case 'u':
+                    if (!readUnicodeEscape(out, escape))
+                        return false;
                     break;
-                }
                 default:
                     return fail(escape, text::expectEscape);
             }

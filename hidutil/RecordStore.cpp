@@ -11,6 +11,9 @@
 #include <fstream>
 #include <sstream>
 
+#include "common/AtomicFile.h"
+#include "common/Hex.h"
+
 namespace keyvane::hidutil {
 namespace {
 
@@ -42,29 +45,16 @@ std::error_code damaged() {
     return {1, category};
 }
 
-std::optional<std::uint64_t> readHex(const std::string& word) {
-    if (word.size() < 3 || word.size() > 18 || word.compare(0, 2, "0x") != 0)
+std::optional<std::uint64_t> readHex(std::string_view word) {
+    if (!word.starts_with("0x"))
         return std::nullopt;
-    std::uint64_t value = 0;
-    for (std::size_t i = 2; i < word.size(); ++i) {
-        const char c = word[i];
-        const int digit = c >= '0' && c <= '9' ? c - '0' : c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
-        if (digit < 0)
-            return std::nullopt;
-        value = value << 4 | static_cast<unsigned>(digit);
-    }
-    return value;
-}
-
-std::string writeHex(std::uint64_t value) {
-    std::ostringstream out;
-    out << "0x" << std::hex << value;
-    return out.str();
+    return parseHex(word.substr(2));
 }
 
 void writeMappings(std::ostringstream& out, const std::vector<Mapping>& mappings) {
     for (const Mapping& mapping : mappings)
-        out << mappingWord << ' ' << writeHex(mapping.src) << ' ' << writeHex(mapping.dst) << '\n';
+        out << mappingWord << ' ' << hexNumber(mapping.src) << ' ' << hexNumber(mapping.dst)
+            << '\n';
 }
 
 // A record or mapping list read back; anything unexpected makes the whole file unusable.
@@ -183,22 +173,15 @@ std::error_code RecordStore::save(const std::string& instance, const DeviceRecor
     std::ostringstream out;
     out << magicLine << '\n';
     for (const auto& [scancode, keycode] : record.originals)
-        out << originalWord << ' ' << writeHex(scancode) << ' ' << writeHex(keycode) << '\n';
+        out << originalWord << ' ' << hexNumber(scancode) << ' ' << hexNumber(keycode) << '\n';
     writeMappings(out, record.mappings);
     for (unsigned usage : record.skipped)
-        out << skippedWord << ' ' << writeHex(usage) << '\n';
-    return writeAtomically(file, out.str(), durable);
+        out << skippedWord << ' ' << hexNumber(usage) << '\n';
+    return replaceFileAtomically(file, out.str(), durable ? Sync::FileOnly : Sync::None);
 }
 
 std::error_code RecordStore::syncFolder() const {
-    const int fd = ::open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0)
-        return lastError();
-    std::error_code error;
-    if (::fsync(fd) != 0)
-        error = lastError();
-    ::close(fd);
-    return error;
+    return keyvane::syncFolder(folder_);
 }
 
 void RecordStore::removeStale(const std::optional<std::set<std::string>>& present) const {
@@ -237,33 +220,8 @@ std::error_code RecordStore::saveAllKeyboards(const std::vector<Mapping>& mappin
     std::ostringstream out;
     out << magicLine << '\n';
     writeMappings(out, mappings);
-    return writeAtomically(folder_ / (std::string(mappingsPrefix) + bootId_), out.str(), false);
-}
-
-std::error_code RecordStore::writeAtomically(const std::filesystem::path& file,
-                                             const std::string& content, bool durable) const {
-    const std::string temporary =
-        file.string() + std::string(temporaryMark) + std::to_string(static_cast<long>(::getpid()));
-    const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    if (fd < 0)
-        return lastError();
-    std::error_code error;
-    for (std::size_t done = 0; done < content.size() && !error;) {
-        const ssize_t n = ::write(fd, content.data() + done, content.size() - done);
-        if (n >= 0)
-            done += static_cast<std::size_t>(n);
-        else if (errno != EINTR)
-            error = lastError();
-    }
-    if (!error && durable && ::fsync(fd) != 0)
-        error = lastError();
-    if (::close(fd) != 0 && !error)
-        error = lastError();
-    if (!error && ::rename(temporary.c_str(), file.c_str()) != 0)
-        error = lastError();
-    if (error)
-        ::unlink(temporary.c_str());
-    return error;
+    return replaceFileAtomically(folder_ / (std::string(mappingsPrefix) + bootId_), out.str(),
+                                 Sync::None);
 }
 
 }  // namespace keyvane::hidutil

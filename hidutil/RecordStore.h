@@ -72,8 +72,6 @@ class RecordStore {
     std::error_code saveAllKeyboards(const std::vector<Mapping>& mappings) const;
 
   private:
-    std::error_code writeAtomically(const std::filesystem::path& file, const std::string& content,
-                                    bool durable) const;
     std::filesystem::path folder_;
     std::string bootId_;
 };

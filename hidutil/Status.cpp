@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "common/Hex.h"
+#include "common/Utf8.h"
 #include "hidutil/Messages.h"
 
 namespace keyvane::hidutil {
@@ -33,48 +35,25 @@ std::string oneLine(const std::string& name) {
     return line;
 }
 
-// The length of the valid UTF-8 sequence at text[i], or 0.
-std::size_t utf8Length(const std::string& text, std::size_t i) {
-    const auto byte = [&](std::size_t k) { return static_cast<unsigned char>(text[k]); };
-    const unsigned char lead = byte(i);
-    std::size_t length = lead < 0x80                   ? 1
-                         : lead >= 0xc2 && lead < 0xe0 ? 2
-                         : lead >= 0xe0 && lead < 0xf0 ? 3
-                         : lead >= 0xf0 && lead < 0xf5 ? 4
-                                                       : 0;
-    if (length == 0 || i + length > text.size())
-        return 0;
-    for (std::size_t k = 1; k < length; ++k)
-        if ((byte(i + k) & 0xc0) != 0x80)
-            return 0;
-    // No overlong forms, surrogates or code points above U+10FFFF.
-    if ((lead == 0xe0 && byte(i + 1) < 0xa0) || (lead == 0xed && byte(i + 1) >= 0xa0) ||
-        (lead == 0xf0 && byte(i + 1) < 0x90) || (lead == 0xf4 && byte(i + 1) >= 0x90))
-        return 0;
-    return length;
-}
-
 // A JSON string; bytes that are no UTF-8 (a device may name itself anything) become U+FFFD.
 std::string jsonString(const std::string& text) {
-    static constexpr char digits[] = "0123456789abcdef";
     std::string out = "\"";
     for (std::size_t i = 0; i < text.size();) {
         const unsigned char c = static_cast<unsigned char>(text[i]);
-        const std::size_t length = utf8Length(text, i);
+        const Utf8Step step = decodeUtf8At(text, i);
         if (c == '"' || c == '\\') {
             out += '\\';
             out += static_cast<char>(c);
         } else if (c < 0x20) {
             out += "\\u00";
-            out += digits[c >> 4];
-            out += digits[c & 0xf];
-        } else if (length == 0) {
+            appendHexByte(out, c, false);
+        } else if (!step.valid) {
             out += "\\ufffd";
             i += 1;
             continue;
         } else {
-            out.append(text, i, length);
-            i += length;
+            out.append(text, i, step.length);
+            i += step.length;
             continue;
         }
         ++i;

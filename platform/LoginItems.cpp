@@ -2,7 +2,7 @@
 
 #include <iostream>
 
-#include "platform/AtomicFile.h"
+#include "common/AtomicFile.h"
 #include "platform/XdgDirs.h"
 
 namespace keyvane {
@@ -48,10 +48,11 @@ bool LoginItems::setEnabled(const std::string& identifier, const std::filesystem
                             bool enabled) {
     const std::filesystem::path entry = entryPath(identifier);
     if (enabled) {
-        std::string error;
-        if (replaceFileAtomically(entry, desktopEntry(executable), error))
+        const std::error_code error = replaceFileAtomically(entry, desktopEntry(executable));
+        if (!error)
             return true;
-        std::cerr << "keyvane: cannot enable the login item: " << error << std::endl;
+        std::cerr << "keyvane: cannot enable the login item " << entry.string() << ": "
+                  << error.message() << std::endl;
         return false;
     }
     std::error_code ec;

@@ -8,7 +8,7 @@
 #include <iostream>
 #include <sstream>
 
-#include "platform/AtomicFile.h"
+#include "common/AtomicFile.h"
 #include "platform/JsonText.h"
 #include "platform/XdgDirs.h"
 
@@ -165,9 +165,8 @@ void UserDefaults::setObject(const std::string& key, DefaultsValue value) {
     }
 
     contents_[key] = std::move(value);
-    std::string error;
-    if (!replaceFileAtomically(file_, jsonText(contents_), error)) {
-        reportNotSaved(error);
+    if (const std::error_code error = replaceFileAtomically(file_, jsonText(contents_))) {
+        reportNotSaved(error.message());
         loadedStamp_.reset();  // the next read shows what the file really holds
         return;
     }

@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <array>
 
+#include "common/Text.h"
+#include "common/Utf8.h"
 #include "platform/UnicodeText.h"
-#include "remote/Utf8.h"
 
 namespace keyvane {
 
@@ -12,28 +13,6 @@ RemoteConfig remoteConfig;
 
 namespace config_answer {
 namespace {
-
-std::string replacingAll(std::string_view text, std::string_view what, std::string_view with) {
-    std::string result;
-    std::size_t start = 0;
-    for (std::size_t found; (found = text.find(what, start)) != std::string_view::npos;
-         start = found + what.size()) {
-        result.append(text.substr(start, found - start));
-        result.append(with);
-    }
-    result.append(text.substr(start));
-    return result;
-}
-
-std::vector<std::string> splitKeepingEmpty(std::string_view text, char separator) {
-    std::vector<std::string> pieces;
-    std::size_t start = 0;
-    for (std::size_t found; (found = text.find(separator, start)) != std::string_view::npos;
-         start = found + 1)
-        pieces.emplace_back(text.substr(start, found - start));
-    pieces.emplace_back(text.substr(start));
-    return pieces;
-}
 
 constexpr std::array<int, 256> base64Values() {
     std::array<int, 256> values{};
@@ -82,8 +61,8 @@ std::string reversedCharacters(std::string_view text) {
 }
 
 std::string decodedText(std::string_view body) {
-    const std::string base64 =
-        reversedCharacters(replacingAll(body, service::paddingInTransit, service::padding));
+    const std::string base64 = reversedCharacters(
+        replacingOccurrences(std::string(body), service::paddingInTransit, service::padding));
     const std::optional<std::vector<unsigned char>> bytes = base64Decode(base64);
     if (!bytes)
         return {};

@@ -4,6 +4,8 @@
 #include <string_view>
 #include <utility>
 
+#include "common/Hex.h"
+#include "common/Utf8.h"
 #include "platform/Bundle.h"
 #include "platform/MainQueue.h"
 #include "platform/SystemInfo.h"
@@ -12,7 +14,6 @@
 #include "remote/ServiceTexts.h"
 #include "remote/ServiceUrls.h"
 #include "remote/Trace.h"
-#include "remote/Utf8.h"
 
 namespace keyvane {
 namespace {
@@ -143,12 +144,11 @@ std::string SCL::sanitizeName(const std::string& text) {
 }
 
 std::string SCL::percentEncode(const std::string& text) {
-    static constexpr char hex[] = "0123456789ABCDEF";
     std::string result;
     result.reserve(text.size() + text.size() / 2);
     const auto escape = [&](unsigned char byte) {
-        const char escaped[] = {'%', hex[byte >> 4], hex[byte & 0x0F]};
-        result.append(escaped, 3);
+        result += '%';
+        appendHexByte(result, byte, true);
     };
     std::size_t i = 0;
     while (i < text.size()) {

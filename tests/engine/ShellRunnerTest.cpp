@@ -8,6 +8,7 @@
 #include <string>
 #include <thread>
 
+#include "common/Utf8.h"
 #include "engine/ShellRunner.h"
 
 namespace keyvane {

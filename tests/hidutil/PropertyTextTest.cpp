@@ -157,9 +157,20 @@ TEST(PropertyText, NestingIsBoundedAndNumbersUseAllSixtyFourBits) {
         ASSERT_TRUE(parsed.value) << largest;
         EXPECT_EQ(parsed.value->integer, UINT64_MAX);
     }
-    const auto escaped = parsePropertyText(R"(["a\"\\\/\b\f\n\r\t\u00e9\u20ac"])");
-    ASSERT_TRUE(escaped.value);
-    EXPECT_EQ(escaped.value->items.at(0).string, "a\"\\/\b\f\n\r\t\u00e9\u20ac");
+    // Escapes; surrogates come out as valid UTF-8: a pair as its code point, a lone half as U+FFFD.
+    const std::pair<const char*, const char*> strings[] = {
+        {R"(["a\"\\\/\b\f\n\r\t\u00e9\u20ac"])", "a\"\\/\b\f\n\r\t\u00e9\u20ac"},
+        {R"(["\uD83D\uDE00"])", "\xF0\x9F\x98\x80"},
+        {R"(["\ud83dx\ude00"])", "\xEF\xBF\xBDx\xEF\xBF\xBD"},
+        {R"(["\uD83D\u0041\uD83D"])",
+         "\xEF\xBF\xBD"
+         "A\xEF\xBF\xBD"},
+    };
+    for (const auto& [text, expected] : strings) {
+        const auto escaped = parsePropertyText(text);
+        ASSERT_TRUE(escaped.value) << text;
+        EXPECT_EQ(escaped.value->items.at(0).string, expected) << text;
+    }
 }
 
 TEST(Arguments, AnythingButTheKnownCommandLinesGivesTheUsage) {

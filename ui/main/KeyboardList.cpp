@@ -4,7 +4,7 @@
 
 #include "engine/MappingStore.h"
 #include "engine/ShellRunner.h"
-#include "engine/Text.h"
+#include "common/Text.h"
 
 namespace keyvane {
 namespace {

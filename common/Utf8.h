@@ -19,4 +19,7 @@ Utf8Step decodeUtf8At(std::string_view text, std::size_t position);
 bool isValidUtf8(std::string_view text);
 void appendUtf8(std::string& text, char32_t codePoint);
 
+// Replaces every invalid byte by U+FFFD; valid text comes back unchanged.
+std::string decodeUtf8Lossily(std::string bytes);
+
 }  // namespace keyvane

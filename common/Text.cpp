@@ -1,4 +1,4 @@
-#include "engine/Text.h"
+#include "common/Text.h"
 
 namespace keyvane {
 

@@ -1,4 +1,4 @@
-#include "remote/Utf8.h"
+#include "common/Utf8.h"
 
 namespace keyvane {
 
@@ -66,6 +66,22 @@ void appendUtf8(std::string& text, char32_t codePoint) {
         put(0x80 | ((codePoint >> 6) & 0x3F));
         put(0x80 | (codePoint & 0x3F));
     }
+}
+
+std::string decodeUtf8Lossily(std::string bytes) {
+    if (isValidUtf8(bytes))
+        return bytes;
+    std::string text;
+    text.reserve(bytes.size() + 8);
+    for (std::size_t i = 0; i < bytes.size();) {
+        const Utf8Step step = decodeUtf8At(bytes, i);
+        if (step.valid)
+            text.append(bytes, i, step.length);
+        else
+            text += "\xEF\xBF\xBD";
+        i += step.length;
+    }
+    return text;
 }
 
 }  // namespace keyvane

@@ -1,0 +1,69 @@
+#include "common/AtomicFile.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace keyvane {
+namespace {
+
+std::error_code lastError() {
+    return {errno, std::generic_category()};
+}
+
+std::error_code writeAll(int fd, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(fd, bytes.data(), bytes.size());
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written < 0)
+            return lastError();
+        bytes.remove_prefix(static_cast<size_t>(written));
+    }
+    return {};
+}
+
+}  // namespace
+
+std::error_code replaceFileAtomically(const std::filesystem::path& file, std::string_view contents,
+                                      Sync sync) {
+    const std::filesystem::path folder = file.parent_path().empty() ? "." : file.parent_path();
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    if (error)
+        return error;
+
+    std::string temporary = file.string() + ".new-XXXXXX";
+    const int fd = ::mkostemp(temporary.data(), O_CLOEXEC);
+    if (fd < 0)
+        return lastError();
+    error = writeAll(fd, contents);
+    if (!error && sync != Sync::None && ::fsync(fd) != 0)
+        error = lastError();
+    if (::close(fd) != 0 && !error)
+        error = lastError();
+    if (!error && ::rename(temporary.c_str(), file.c_str()) != 0)
+        error = lastError();
+    if (error) {
+        ::unlink(temporary.c_str());
+        return error;
+    }
+    // The replacement has happened; a folder that cannot be synced does not undo it.
+    if (sync == Sync::FileAndFolder)
+        syncFolder(folder);
+    return {};
+}
+
+std::error_code syncFolder(const std::filesystem::path& folder) {
+    const int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0)
+        return lastError();
+    std::error_code error;
+    if (::fsync(fd) != 0)
+        error = lastError();
+    ::close(fd);
+    return error;
+}
+
+}  // namespace keyvane
