@@ -5,7 +5,6 @@
 #include <QMainWindow>
 #include <QTimer>
 #include <QWindow>
-#include <iostream>
 
 #include "engine/MappingApplier.h"
 #include "engine/MappingStore.h"

@@ -7,6 +7,7 @@
 #include <map>
 
 #include "app/CommandService.h"
+#include "common/Log.h"
 #include "engine/MappingApplier.h"
 #include "engine/MappingFile.h"
 #include "engine/MappingStore.h"
@@ -30,7 +31,7 @@ constexpr const char* appendOption = "--append";
 constexpr const char* clearingFailedMessage =
     "keyvane: hidutil did not confirm that the mappings were removed";
 constexpr const char* outOfReachMessage =
-    "keyvane: Keyvane runs for this user, but not on this session's message bus, so it cannot be "
+    "Keyvane runs for this user, but not on this session's message bus, so it cannot be "
     "asked to import; its list would overwrite the import. Run the command in its desktop "
     "session, or end Keyvane first.";
 constexpr const char* partlyUnusableMessage =
@@ -135,8 +136,7 @@ int status() {
     hidutil.setProcessChannelMode(QProcess::ForwardedChannels);
     hidutil.start("hidutil", {"status"});
     if (!hidutil.waitForStarted(-1)) {
-        std::cerr << "keyvane: cannot run hidutil: " << hidutil.errorString().toStdString()
-                  << std::endl;
+        warn("cannot run hidutil: " + hidutil.errorString().toStdString());
         return 1;
     }
     hidutil.waitForFinished(-1);
@@ -146,19 +146,18 @@ int status() {
 // Without a running copy: the stored settings, and hidutil run from here.
 int executeHere(const CommandLine::Command& command) {
     if (command.action == Action::Import && SingleInstance::lockHeld(bundle::appIdentifier)) {
-        std::cerr << outOfReachMessage << std::endl;
+        warn(outOfReachMessage);
         return 1;
     }
     MappingStore::loadMappings();
-    const CommandLine::Session session{
-        std::cout, std::cerr,
-        [] {
-            const auto installation = MappingApplier::install();
-            if (installation.hasBlankId)
-                std::cerr << "keyvane: " << MappingApplier::blankIdAlertText << std::endl;
-            return installation.installed();
-        },
-        [] {}, [] {}};
+    const CommandLine::Session session{std::cout, std::cerr,
+                                       [] {
+                                           const auto installation = MappingApplier::install();
+                                           if (installation.hasBlankId)
+                                               warn(MappingApplier::blankIdAlertText);
+                                           return installation.installed();
+                                       },
+                                       [] {}, [] {}};
     return CommandLine::execute(command, session);
 }
 
@@ -168,9 +167,8 @@ int executeInRunningCopy(const CommandLine::Command& command) {
     const std::optional<CommandService::Answer> answer =
         CommandService::ask(CommandLine::arguments(command), error);
     if (!answer) {
-        std::cerr << "keyvane: Keyvane runs but did not answer, so the command may not have been "
-                     "carried out: "
-                  << error << std::endl;
+        warn("Keyvane runs but did not answer, so the command may not have been carried out: " +
+             error);
         return 1;
     }
     std::cout << answer->output << std::flush;

@@ -2,10 +2,10 @@
 
 #include <QApplication>
 #include <QMainWindow>
-#include <iostream>
 
 #include "app/LoginItem.h"
 #include "app/SettingsAlerts.h"
+#include "common/Log.h"
 #include "engine/MappingApplier.h"
 #include "engine/MappingStatus.h"
 #include "platform/Alert.h"
@@ -25,10 +25,10 @@ Launch::Outcome Launch::start() {
         case SingleInstance::Claim::AlreadyRunning:
             return askRunningCopyToReopen();
         case SingleInstance::Claim::RunningOutOfReach:
-            std::cerr << outOfReachMessage << std::endl;
+            warn(outOfReachMessage);
             return Outcome::RunningOutOfReach;
         case SingleInstance::Claim::NoBus:
-            std::cerr << noBusMessage << std::endl;
+            warn(noBusMessage);
             break;
         case SingleInstance::Claim::First:
             break;
@@ -59,7 +59,7 @@ Launch::Outcome Launch::askRunningCopyToReopen() {
     std::string error;
     if (SingleInstance::askToReopen(bundle::appIdentifier, error))
         return Outcome::HandedToRunningCopy;
-    std::cerr << notAnsweringMessage << error << std::endl;
+    warn(notAnsweringMessage + error);
     return Outcome::RunningCopyDidNotAnswer;
 }
 

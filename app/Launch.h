@@ -22,14 +22,13 @@ class Launch {
         RunningOutOfReach,        // another copy runs, but not on this session bus
     };
 
-    static constexpr const char* notAnsweringMessage =
-        "keyvane: Keyvane already runs but does not answer: ";
+    static constexpr const char* notAnsweringMessage = "Keyvane already runs but does not answer: ";
     static constexpr const char* outOfReachMessage =
-        "keyvane: Keyvane already runs for this user, outside this session's message bus, so it "
+        "Keyvane already runs for this user, outside this session's message bus, so it "
         "cannot be asked to show its window from here; this start ends. Use the window of the "
         "running copy, or end it first.";
     static constexpr const char* noBusMessage =
-        "keyvane: no session bus; starting as a normal launch (a second start cannot ask this one "
+        "no session bus; starting as a normal launch (a second start cannot ask this one "
         "to show its window, and the login helper cannot be told to quit)";
 
     explicit Launch(LifecycleSettings settings = LifecycleSettings());

@@ -2,23 +2,23 @@
 #include <QIcon>
 #include <csignal>
 #include <cstdlib>
-#include <iostream>
 
 #include "app/CommandLine.h"
 #include "app/Launch.h"
+#include "common/Log.h"
 #include "platform/Bundle.h"
 #include "platform/SessionBus.h"
 
 namespace {
 
 constexpr const char* noDisplayMessage =
-    "keyvane: Keyvane needs a graphical session to show its window, and this one has none: "
+    "Keyvane needs a graphical session to show its window, and this one has none: "
     "neither DISPLAY (X11) nor WAYLAND_DISPLAY (Wayland) is set. Start it from your desktop, or "
     "set one of them.";
 constexpr const char* reopenedFromConsoleMessage =
-    "keyvane: no graphical session here; the running Keyvane was asked to show its window";
+    "no graphical session here; the running Keyvane was asked to show its window";
 constexpr const char* displayUnreachableMessage =
-    "keyvane: Keyvane cannot open its window: the graphical session it was given does not answer "
+    "Keyvane cannot open its window: the graphical session it was given does not answer "
     "(DISPLAY=";
 
 // Qt brings up its display itself when QT_QPA_PLATFORM names one (offscreen, vnc, ...); otherwise
@@ -38,10 +38,10 @@ int startWithoutGraphicalSession(int argc, char** argv) {
     if (keyvane::session_bus::isRunning(keyvane::bundle::appIdentifier) &&
         keyvane::Launch::askRunningCopyToReopen() ==
             keyvane::Launch::Outcome::HandedToRunningCopy) {
-        std::cerr << reopenedFromConsoleMessage << std::endl;
+        keyvane::warn(reopenedFromConsoleMessage);
         return 0;
     }
-    std::cerr << noDisplayMessage << std::endl;
+    keyvane::warn(noDisplayMessage);
     return 1;
 }
 
@@ -49,12 +49,11 @@ int startWithoutGraphicalSession(int argc, char** argv) {
 // with advice to reinstall; say instead what is wrong, and end with 1.
 void exitOnDisplayFailure(QtMsgType type, const QMessageLogContext&, const QString& message) {
     if (type != QtFatalMsg) {
-        std::cerr << message.toStdString() << std::endl;
+        keyvane::warn(message.toStdString());
         return;
     }
-    std::cerr << displayUnreachableMessage << qgetenv("DISPLAY").toStdString()
-              << ", WAYLAND_DISPLAY=" << qgetenv("WAYLAND_DISPLAY").toStdString() << ")."
-              << std::endl;
+    keyvane::warn(displayUnreachableMessage + qgetenv("DISPLAY").toStdString() +
+                  ", WAYLAND_DISPLAY=" + qgetenv("WAYLAND_DISPLAY").toStdString() + ").");
     std::_Exit(1);
 }
 

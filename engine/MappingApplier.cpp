@@ -1,7 +1,6 @@
 #include "engine/MappingApplier.h"
 
-#include <iostream>
-
+#include "common/Log.h"
 #include "common/Text.h"
 #include "engine/MappingStore.h"
 #include "engine/ShellRunner.h"
@@ -79,7 +78,7 @@ MappingApplier::Installation MappingApplier::install() {
 
 bool MappingApplier::applyMappings() {
     const Installation installation = install();
-    std::cout << installation.clearingOutput << std::endl;
+    trace(installation.clearingOutput);
     logEvent("applymapping", "startcmd", installation.clearingOutput);
     if (installation.command.empty())
         return installation.installed();
@@ -89,9 +88,9 @@ bool MappingApplier::applyMappings() {
             effects.logError(blankIdError + installation.command);
         alert(blankIdAlertText, blankIdAlertTitle);
     }
-    std::cout << installation.command << std::endl;
+    trace(installation.command);
     logEvent("sh", "cmd", installation.command);
-    std::cout << installation.result << std::endl;
+    trace(installation.result);
     logEvent("sh", "result", installation.result);
 
     if (!installation.installed())

@@ -1,10 +1,10 @@
 #include "engine/MappingStatus.h"
 
 #include <algorithm>
-#include <iostream>
 #include <sstream>
 
 #include "common/Hex.h"
+#include "common/Log.h"
 #include "engine/MappingApplier.h"
 #include "engine/ShellRunner.h"
 
@@ -87,13 +87,13 @@ void MappingStatus::check() {
         return;  // the installation that a check makes is read back by that check
     checking = true;
     std::string output = ShellRunner::run(statusCommand);
-    std::cout << output << std::endl;
+    trace(output);
     firstRead = lastRead = parseStatus(output);
     if (anyOverridden(*firstRead)) {
-        std::cout << "a mapping was overridden: installing again" << std::endl;
+        trace("a mapping was overridden: installing again");
         MappingApplier::applyMappings();
         output = ShellRunner::run(statusCommand);
-        std::cout << output << std::endl;
+        trace(output);
         lastRead = parseStatus(output);
     }
     checking = false;

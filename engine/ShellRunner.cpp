@@ -9,10 +9,10 @@
 #include <condition_variable>
 #include <cstring>
 #include <deque>
-#include <iostream>
 #include <mutex>
 #include <thread>
 
+#include "common/Log.h"
 #include "common/Utf8.h"
 
 extern char** environ;
@@ -78,8 +78,7 @@ class Reaper {
 std::string ShellRunner::run(const std::string& commandLine) {
     int pipeFds[2];
     if (::pipe2(pipeFds, O_CLOEXEC) != 0) {
-        std::cerr << "keyvane: cannot run " << shellPath << ": pipe: " << std::strerror(errno)
-                  << std::endl;
+        warn(std::string("cannot run ") + shellPath + ": pipe: " + std::strerror(errno));
         return {};
     }
     posix_spawn_file_actions_t actions;
@@ -95,8 +94,7 @@ std::string ShellRunner::run(const std::string& commandLine) {
     ::close(pipeFds[1]);
     if (error != 0) {
         ::close(pipeFds[0]);
-        std::cerr << "keyvane: cannot run " << shellPath << ": " << std::strerror(error)
-                  << std::endl;
+        warn(std::string("cannot run ") + shellPath + ": " + std::strerror(error));
         return {};
     }
     std::string output = readToEnd(pipeFds[0]);

@@ -4,8 +4,8 @@
 #include <QFileInfo>
 #include <QProcess>
 #include <QStandardPaths>
-#include <iostream>
 
+#include "common/Log.h"
 #include "platform/Bundle.h"
 #include "platform/SessionBus.h"
 
@@ -23,7 +23,7 @@ QString findApplication() {
 }
 
 void say(const std::string& line) {
-    std::cerr << "keyvane-launcher: " << line << std::endl;
+    warn(line);
 }
 
 }  // namespace

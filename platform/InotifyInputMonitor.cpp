@@ -6,10 +6,10 @@
 #include <QSocketNotifier>
 #include <cerrno>
 #include <fstream>
-#include <iostream>
 #include <sstream>
 #include <system_error>
 
+#include "common/Log.h"
 #include "hidutil/KeyCapabilities.h"
 
 namespace keyvane {
@@ -97,8 +97,8 @@ void InotifyInputMonitor::stopWatching(const std::string& reason) {
         notifier_->deleteLater();
         notifier_ = nullptr;
     }
-    std::cerr << "keyvane: not watching " << folder_.string() << " for new keyboards (" << reason
-              << "); " << fallbackNote << "." << std::endl;
+    warn("not watching " + folder_.string() + " for new keyboards (" + std::string(reason) + "); " +
+         std::string(fallbackNote) + ".");
 }
 
 }  // namespace keyvane

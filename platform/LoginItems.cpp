@@ -1,8 +1,7 @@
 #include "platform/LoginItems.h"
 
-#include <iostream>
-
 #include "common/AtomicFile.h"
+#include "common/Log.h"
 #include "platform/XdgDirs.h"
 
 namespace keyvane {
@@ -51,15 +50,14 @@ bool LoginItems::setEnabled(const std::string& identifier, const std::filesystem
         const std::error_code error = replaceFileAtomically(entry, desktopEntry(executable));
         if (!error)
             return true;
-        std::cerr << "keyvane: cannot enable the login item " << entry.string() << ": "
-                  << error.message() << std::endl;
+        warn("cannot enable the login item " + entry.string() + ": " + error.message());
         return false;
     }
     std::error_code ec;
     std::filesystem::remove(entry, ec);
     if (!ec)
         return true;
-    std::cerr << "keyvane: cannot remove " << entry.string() << ": " << ec.message() << std::endl;
+    warn("cannot remove " + entry.string() + ": " + ec.message());
     return false;
 }
 

@@ -9,8 +9,8 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
-#include <iostream>
 
+#include "common/Log.h"
 #include "platform/SessionBus.h"
 
 namespace keyvane {
@@ -60,8 +60,8 @@ bool SingleInstance::lock(const std::string& identifier) {
     // Not inherited by the commands the application runs, which may outlive it.
     lockFile_ = ::open(file.c_str(), O_RDONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
     if (lockFile_ < 0) {
-        std::cerr << "keyvane: cannot open " << file.string()
-                  << "; a second copy of Keyvane for this user would not be noticed" << std::endl;
+        warn("cannot open " + file.string() +
+             "; a second copy of Keyvane for this user would not be noticed");
         return true;
     }
     if (::flock(lockFile_, LOCK_EX | LOCK_NB) == 0)

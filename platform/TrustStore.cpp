@@ -7,10 +7,11 @@
 #include <openssl/x509_vfy.h>
 
 #include <cstdlib>
-#include <iostream>
 #include <mutex>
 #include <string>
 #include <vector>
+
+#include "common/Log.h"
 
 namespace keyvane::trust_store {
 namespace {
@@ -50,10 +51,9 @@ void load() {
     result->systemFolder = curl->capath ? curl->capath : X509_get_default_cert_dir();
     const char* extraFile = std::getenv("SSL_CERT_FILE");
     if (extraFile && *extraFile && readPemFile(extraFile, result->certificates) == 0)
-        std::cerr << "keyvane: SSL_CERT_FILE names " << extraFile
-                  << ", which holds no certificate that could be read; only the system's "
-                     "authorities are trusted"
-                  << std::endl;
+        warn(std::string("SSL_CERT_FILE names ") + extraFile +
+             ", which holds no certificate that could be read; only the system's authorities are "
+             "trusted");
     // A file that ends is no error for the exchange that runs next on this thread.
     ERR_clear_error();
     authorities = result;

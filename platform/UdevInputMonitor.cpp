@@ -4,8 +4,9 @@
 
 #include <QSocketNotifier>
 #include <cstring>
-#include <iostream>
 #include <optional>
+
+#include "common/Log.h"
 
 namespace keyvane {
 namespace {
@@ -37,7 +38,7 @@ UdevInputMonitor::UdevInputMonitor(QObject* parent) : InputDeviceMonitor(parent)
     if (!monitor_ ||
         udev_monitor_filter_add_match_subsystem_devtype(monitor_, "input", nullptr) < 0 ||
         udev_monitor_enable_receiving(monitor_) < 0) {
-        std::cerr << "keyvane: cannot follow udev's monitor of input devices" << std::endl;
+        warn("cannot follow udev's monitor of input devices");
         return;
     }
     notifier_ = new QSocketNotifier(udev_monitor_get_fd(monitor_), QSocketNotifier::Read, this);

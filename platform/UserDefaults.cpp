@@ -5,10 +5,10 @@
 #include <cmath>
 #include <ctime>
 #include <fstream>
-#include <iostream>
 #include <sstream>
 
 #include "common/AtomicFile.h"
+#include "common/Log.h"
 #include "platform/JsonText.h"
 #include "platform/XdgDirs.h"
 
@@ -99,22 +99,22 @@ void UserDefaults::moveCorruptFileAside(const std::string& reason) {
     }
     std::error_code ec;
     std::filesystem::rename(file_, aside, ec);
-    std::cerr << "keyvane: the settings in " << file_.string() << " cannot be read (" << reason
-              << "); using empty settings. ";
+    const std::string problem = "the settings in " + file_.string() + " cannot be read (" + reason +
+                                "); using empty settings. ";
     if (ec) {
-        std::cerr << "The file cannot be moved aside (" << ec.message()
-                  << "), so no settings will be saved." << std::endl;
+        warn(problem + "The file cannot be moved aside (" + ec.message() +
+             "), so no settings will be saved.");
         report({Problem::Kind::Unreadable, file_, {}, reason});
         return;
     }
-    std::cerr << "The unreadable file was kept as " << aside.string() << "." << std::endl;
+    warn(problem + "The unreadable file was kept as " + aside.string() + ".");
     corrupt_ = false;
     loadedStamp_ = stampOfFile();
     report({Problem::Kind::Unreadable, file_, aside, reason});
 }
 
 void UserDefaults::reportNotSaved(const std::string& reason) {
-    std::cerr << "keyvane: settings not saved to " << file_.string() << ": " << reason << std::endl;
+    warn("settings not saved to " + file_.string() + ": " + reason);
     if (!saveFailing_)
         report({Problem::Kind::NotSaved, file_, {}, reason});
     saveFailing_ = true;

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "common/Hex.h"
+#include "common/Log.h"
 #include "common/Utf8.h"
 #include "platform/Bundle.h"
 #include "platform/MainQueue.h"
@@ -13,7 +14,6 @@
 #include "platform/UrlSession.h"
 #include "remote/ServiceTexts.h"
 #include "remote/ServiceUrls.h"
-#include "remote/Trace.h"
 
 namespace keyvane {
 namespace {
@@ -48,8 +48,8 @@ void parseHeaderLines(const std::string& headerLines, UrlRequest& request) {
             continue;
         const std::size_t separator = line.find(": ");
         if (separator == std::string_view::npos) {
-            traceLine(service::headerNoMatchFrom);
-            traceLine(service::headerNoMatchTo);
+            trace(service::headerNoMatchFrom);
+            trace(service::headerNoMatchTo);
             request.headerFields.emplace_back("", "");
         } else {
             request.headerFields.emplace_back(std::string(line.substr(0, separator)),
@@ -78,13 +78,13 @@ void SCL::sendRequest(const std::string& url, std::function<void(const std::stri
         std::move(request), [onText = std::move(onText), onFailure = std::move(onFailure),
                              onData = std::move(onData)](UrlOutcome outcome) {
             if (outcome.failed) {
-                traceLine(outcome.errorDetail);
+                trace(outcome.errorDetail);
                 MainQueue::async([onFailure, description = std::move(outcome.errorDescription)] {
                     if (onFailure)
                         onFailure(description);
                 });
             } else if (!outcome.body) {
-                traceLine(service::noErrorNoData);
+                trace(service::noErrorNoData);
                 MainQueue::async([onFailure] {
                     if (onFailure)
                         onFailure(service::noErrorNoData);

@@ -1,6 +1,7 @@
 #include <optional>
 #include <string>
 
+#include "common/Log.h"
 #include "platform/Alert.h"
 #include "platform/Application.h"
 #include "platform/Browser.h"
@@ -10,7 +11,6 @@
 #include "remote/SCL.h"
 #include "remote/ServiceTexts.h"
 #include "remote/ServiceUrls.h"
-#include "remote/Trace.h"
 
 namespace keyvane {
 
@@ -27,7 +27,7 @@ void SCL::fetchConfig() {
 void SCL::applyConfig(const std::string& text) {
     if (std::optional<RemoteConfig> config = config_answer::decode(text)) {
         remoteConfig = std::move(*config);
-        traceLine(service::configLoaded);
+        trace(service::configLoaded);
     }
 }
 

@@ -6,8 +6,8 @@
 #include <QListView>
 #include <QStandardItemModel>
 #include <charconv>
-#include <iostream>
 
+#include "common/Log.h"
 #include "engine/KeyTable.h"
 #include "engine/MappingApplier.h"
 #include "engine/MappingStatus.h"
@@ -90,7 +90,7 @@ KeyboardVC::~KeyboardVC() {
 void KeyboardVC::viewDidLoad() {
     currentKeyboardVC = this;
     window_->resize(preferredWidth, preferredHeight);
-    std::cout << ShellRunner::run(MappingApplier::clearingCommand) << std::endl;
+    trace(ShellRunner::run(MappingApplier::clearingCommand));
     MappingStatus::cleared();
     fillKeyPopup();
 }
@@ -124,8 +124,7 @@ void KeyboardVC::keyPopupChanged(QComboBox* sender) {
     if (row < 0 || sender->itemText(row).toStdString() == KeyTable::separatorName)
         return;
     const std::string keyId = sender->itemData(row).toString().toStdString();
-    std::cout << "picked: " << sender->itemText(row).toStdString() << " (" << keyId << ")"
-              << std::endl;
+    trace("picked: " + sender->itemText(row).toStdString() + " (" + keyId + ")");
     std::uint16_t keyCode = 0;
     auto [end, error] = std::from_chars(keyId.data(), keyId.data() + keyId.size(), keyCode);
     if (error != std::errc() || end != keyId.data() + keyId.size())
@@ -134,7 +133,7 @@ void KeyboardVC::keyPopupChanged(QComboBox* sender) {
 }
 
 void KeyboardVC::handleKeyEvent(const KeyEvent& event) {
-    std::cout << event.description << std::endl;
+    trace(event.description);
     const KeyTable::Entry* entry = KeyTable::lookup(std::to_string(event.keyCode));
     if (!entry)
         return;

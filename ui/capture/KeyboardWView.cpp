@@ -1,9 +1,9 @@
 #include "ui/capture/KeyboardWView.h"
 
 #include <QKeyEvent>
-#include <iostream>
 #include <sstream>
 
+#include "common/Log.h"
 #include "engine/LinuxKeyCodes.h"
 #include "ui/capture/KeyboardVC.h"
 
@@ -59,7 +59,7 @@ void KeyboardWView::forward(QKeyEvent* event) {
     const int linuxKeyCode = linuxKeyCodeOf(event);
     const std::string description = describe(event, linuxKeyCode);
     if (event->type() == QEvent::KeyPress)
-        std::cout << description << std::endl;
+        trace(description);
     // Keys without a virtual key code have no entry in the key table either: nothing to capture.
     std::optional<std::uint16_t> keyCode = virtualKeyCodeForLinuxKeyCode(linuxKeyCode);
     if (currentKeyboardVC && keyCode)

@@ -7,8 +7,8 @@
 #include <QEvent>
 #include <QHeaderView>
 #include <QMainWindow>
-#include <iostream>
 
+#include "common/Log.h"
 #include "engine/MappingApplier.h"
 #include "engine/MappingFile.h"
 #include "engine/MappingStatus.h"
@@ -96,7 +96,7 @@ void MainVC::updateRemoveEnabled() {
 void MainVC::viewDidLoad() {
     currentMainVC = this;
     MappingStore::loadMappings();
-    std::cout << MappingStore::describe(keyMappings) << std::endl;
+    trace(MappingStore::describe(keyMappings));
     MappingApplier::applyMappings();
     reloadTable();
     fillKeyboardPopup(ui_->keyboardPopup);
@@ -214,8 +214,7 @@ void MainVC::presentKeyboardVC() {
 void MainVC::keyboardPopupChanged(QComboBox* sender) {
     const QString title = sender->currentText();
     const std::string identifier = sender->currentData().toString().toStdString();
-    std::cout << "keyboard pop-up item: " << title.toStdString() << " (" << identifier << ")"
-              << std::endl;
+    trace("keyboard pop-up item: " + title.toStdString() + " (" + identifier + ")");
     if (!loaded_)
         return;
     MappingStore::saveKeyboardId(identifier);
@@ -228,7 +227,7 @@ void MainVC::applyCheckboxClicked(QCheckBox* sender) {
 }
 
 void MainVC::quitBtnClicked() {
-    std::cout << ShellRunner::run(MappingApplier::clearingCommand) << std::endl;
+    trace(ShellRunner::run(MappingApplier::clearingCommand));
     terminateApplication();
 }
 
