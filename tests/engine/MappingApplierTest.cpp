@@ -29,14 +29,8 @@ std::string property(const std::string& entries) {
 
 // An alert as (title, text).
 using Alert = std::pair<std::string, std::string>;
-const Alert blankIdAlert{
-    "Error applying mapping",
-    "OriginalId or remappedId was blank, please remove all mappings and re-add them."};
-const Alert failedAlert{
-    "Unable to apply keyboard mappings",
-    "Unable to apply keyboard mappings. Most often this is because you are trying to apply "
-    "mappings to an external USB keyboard which is no longer connected. Try applying the mappings "
-    "to all keyboards instead."};
+const Alert blankIdAlert{MappingApplier::blankIdAlertTitle, MappingApplier::blankIdAlertText};
+const Alert failedAlert{MappingApplier::failedAlertTitle, MappingApplier::failedAlertText};
 
 // Records what the applier tells, in place of the application's web service and alerts.
 class MappingApplierTest : public ::testing::Test {

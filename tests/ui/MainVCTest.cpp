@@ -90,7 +90,6 @@ class MainVCTest : public ::testing::Test {
 
 TEST_F(MainVCTest, FirstLaunchShowsTheHintAStoredListIsShownRemovalStoresThenInstalls) {
     load();
-    EXPECT_EQ(currentMainVC, vc.get());
     EXPECT_EQ(column(0), std::vector<std::string>{});
     EXPECT_TRUE(outlet<QLabel>("startLabel")->isVisible());
     EXPECT_EQ(hidutil.calls(), (Calls{FakeHidutil::clearingCall(), {"list", "-m", "keyboard"}}));
@@ -141,14 +140,12 @@ TEST_F(MainVCTest, AddPresentsTheCaptureWindowModallyAndDeleteRemoves) {
     keyMappings = threeRecords;
     MappingStore::saveMappings();
     load();
-    hidutil.clearCalls();
     clickSegment("addSegment");
     KeyboardVC* capture = currentKeyboardVC;
     ASSERT_NE(capture, nullptr);
     EXPECT_TRUE(capture->window()->isVisible());
     EXPECT_TRUE(capture->window()->isModal());
     EXPECT_EQ(capture->window()->parentWidget(), vc->MainWin());
-    EXPECT_EQ(hidutil.calls(), Calls{FakeHidutil::clearingCall()});  // keys arrive unmapped
     capture->cancelClick();
 
     activateMainWindow();
