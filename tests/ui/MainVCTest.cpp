@@ -158,35 +158,34 @@ TEST_F(MainVCTest, AddPresentsTheCaptureWindowModallyAndDeleteRemoves) {
 // more, never twice, whatever the second reading says; the capture window leaves none installed.
 TEST_F(MainVCTest, StatusColumnSaysWhatBecameOfEachMappingAfterEveryInstallation) {
     MappingStatus::followInstallations([] { currentMainVC->statusChanged(); });
-    const auto status = [](const char* caps, const char* command, const char* tab) {
-        return std::string("mapping 0x700000039 0x700000029 ") + caps +
-               "\nmapping 0x7000000e3 0x700000029 " + command +
-               "\nmapping 0x70000002b 0x700000029 " + tab + "\n";
+    // What the kernel says of Caps Lock and Command on each keyboard; neither has Tab.
+    const auto reading = [](const char* deskCaps, const char* deskCommand, const char* travelCaps,
+                            const char* travelCommand) {
+        const auto keyboard = [](const std::string& head, const char* caps, const char* command) {
+            return "keyboard " + head + "\nmapping 0x700000039 0x700000029 " + caps +
+                   "\nmapping 0x7000000e3 0x700000029 " + command +
+                   "\nmapping 0x70000002b 0x700000029 skipped\n";
+        };
+        return keyboard("0x27e USB 0x100000005 Desk Keyboard", deskCaps, deskCommand) +
+               keyboard("0x300 Bluetooth 0x100000006 Travel Keyboard", travelCaps, travelCommand);
     };
-    const std::string desk = "keyboard 0x27e USB 0x100000005 Desk Keyboard\n",
-                      travel = "keyboard 0x300 Bluetooth 0x100000006 Travel Keyboard\n";
-    struct Row {
+    const struct {
         std::string first, second;  // what the kernel says before installing again, and after
         std::vector<std::string> texts;
-    };
-    const Row rows[] = {
-        {desk + status("installed", "overridden", "skipped") + travel +
-             status("skipped", "installed", "skipped"),
-         desk + status("installed", "installed", "skipped") + travel +
-             status("skipped", "installed", "skipped"),
+    } rows[] = {
+        {reading("installed", "overridden", "skipped", "installed"),
+         reading("installed", "installed", "skipped", "installed"),
          {"Installed on 1 of 2 keyboards", "Overridden on Desk Keyboard, installed again",
           "No keyboard has this key"}},
-        {desk + status("installed", "installed", "skipped") + travel +
-             status("installed", "overridden", "skipped"),
-         desk + status("installed", "installed", "skipped") + travel +
-             status("installed", "overridden", "skipped"),
+        {reading("installed", "installed", "installed", "overridden"),
+         reading("installed", "installed", "installed", "overridden"),
          {"Installed on 2 keyboards",
           "Overridden on Travel Keyboard, even after installing again"}},
     };
     keyMappings = {threeRecords[0], threeRecords[1], threeRecords[1]};
     keyMappings[2]["originalId"] = "2b";
     MappingStore::saveMappings();
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         hidutil.clearCalls();
         hidutil.setOutput("status", row.first, 1);
         hidutil.setOutput("status", row.second, 2);
