@@ -39,7 +39,6 @@ class Launch {
     static Outcome askRunningCopyToReopen();
 
     MainVC& mainVC() const { return *mainVC_; }
-    AppDelegate& delegate() { return delegate_; }
 
   private:
     CommandService commands_;

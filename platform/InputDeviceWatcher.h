@@ -22,8 +22,6 @@ class InputDeviceWatcher : public QObject {
     explicit InputDeviceWatcher(std::unique_ptr<InputDeviceMonitor> monitor,
                                 QObject* parent = nullptr);
 
-    bool isWatching() const { return monitor_->isMonitoring(); }
-
   signals:
     void keyboardsChanged();
 

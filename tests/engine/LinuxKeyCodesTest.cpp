@@ -24,11 +24,7 @@ TEST(LinuxKeyCodes, EveryKeyboardKeyOfTheTableComesBackFromItsKernelKeyCode) {
     EXPECT_EQ(keyboardKeys, 104);
 }
 
-TEST(LinuxKeyCodes, KnownKeysModifiersAndKeysWithoutAnEntry) {
-    EXPECT_EQ(virtualKeyCodeForLinuxKeyCode(KEY_CAPSLOCK), 57);
-    EXPECT_EQ(virtualKeyCodeForLinuxKeyCode(KEY_ESC), 53);
-    EXPECT_EQ(virtualKeyCodeForLinuxKeyCode(KEY_LEFTMETA), 55);
-    EXPECT_EQ(virtualKeyCodeForLinuxKeyCode(KEY_102ND), 10);
+TEST(LinuxKeyCodes, ModifiersAndKeysWithoutAnEntry) {
     for (int none : {0, KEY_F13, KEY_FN, KEY_MUTE, 10000, -8})
         EXPECT_EQ(virtualKeyCodeForLinuxKeyCode(none), std::nullopt) << none;
     for (int key : {KEY_LEFTSHIFT, KEY_RIGHTMETA, KEY_CAPSLOCK, KEY_A, KEY_ESC})

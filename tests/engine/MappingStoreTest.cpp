@@ -67,31 +67,5 @@ TEST_F(MappingStoreTest, ExtraKeysAndDuplicatesSurviveARoundTrip) {
     EXPECT_EQ(*other, (DefaultsValue{DefaultsArray{{std::int64_t{1}}, {2.5}, {true}}}));
 }
 
-TEST_F(MappingStoreTest, AppendAndRemoveWriteTheWholeListThrough) {
-    keyMappings.clear();
-    MappingStore::appendMapping(mapping("39", "29"));
-    MappingStore::appendMapping(mapping("e3", "e7"));
-    MappingStore::appendMapping(mapping("04", "00"));
-
-    MappingStore::removeMapping(0);
-    const std::vector<KeyMapping> expected = {mapping("e3", "e7"), mapping("04", "00")};
-    EXPECT_EQ(keyMappings, expected);
-
-    keyMappings.clear();
-    MappingStore::loadMappings();
-    EXPECT_EQ(keyMappings, expected);
-}
-
-TEST_F(MappingStoreTest, KeyboardIdAndApplyAtLoginAreAbsentAtFirstThenKeptAsStored) {
-    EXPECT_FALSE(MappingStore::loadKeyboardId().has_value());
-    EXPECT_FALSE(MappingStore::loadApplyAtLogin());
-    MappingStore::saveKeyboardId("0x27e");
-    MappingStore::saveApplyAtLogin(true);
-    EXPECT_EQ(MappingStore::loadKeyboardId(), "0x27e");
-    EXPECT_TRUE(MappingStore::loadApplyAtLogin());
-    MappingStore::saveApplyAtLogin(false);
-    EXPECT_FALSE(MappingStore::loadApplyAtLogin());
-}
-
 }  // namespace
 }  // namespace keyvane

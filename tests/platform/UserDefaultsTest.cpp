@@ -43,19 +43,18 @@ TEST(UserDefaults, EveryValueTypeSurvivesARoundTripWithItsJsonType) {
     defaults.setInteger("count", 9007199254740993);  // not representable as a double
 
     UserDefaults reader(UserDefaults::standardPath());
-    const DefaultsValue* list = reader.objectForKey("list");
-    ASSERT_NE(list, nullptr);
-    const DefaultsArray* array = list->get<DefaultsArray>();
-    ASSERT_NE(array, nullptr);
-    ASSERT_EQ(array->size(), 2u);
-    EXPECT_EQ(*(*array)[1].get<DefaultsDictionary>()->at("quote\"").get<std::string>(),
-              "line\nfeed");
-    EXPECT_EQ(*(*array)[1].get<DefaultsDictionary>()->at("ü").get<std::string>(), "§");
-    EXPECT_EQ(reader.stringForKey("text"), "0x27e");
-    ASSERT_NE(reader.objectForKey("flag")->get<bool>(), nullptr);
-    EXPECT_TRUE(reader.boolForKey("flag"));
-    ASSERT_NE(reader.objectForKey("count")->get<std::int64_t>(), nullptr);
-    EXPECT_EQ(reader.integerForKey("count"), 9007199254740993);
+    const auto read = [&](const char* key) {
+        const DefaultsValue* value = reader.objectForKey(key);
+        return value ? *value : DefaultsValue{};
+    };
+    const auto text = [](const char* value) { return DefaultsValue{std::string(value)}; };
+    const DefaultsValue list{DefaultsArray{
+        {DefaultsDictionary{{"original", text("Caps Lock")}, {"originalId", text("39")}}},
+        {DefaultsDictionary{{"quote\"", text("line\nfeed")}, {"ü", text("§")}}}}};
+    EXPECT_EQ(read("list"), list);
+    EXPECT_EQ(read("text"), text("0x27e"));
+    EXPECT_EQ(read("flag"), DefaultsValue{true});
+    EXPECT_EQ(read("count"), DefaultsValue{std::int64_t{9007199254740993}});
 
     // Absent keys and keys of another type read as the neutral value.
     EXPECT_EQ(reader.objectForKey("absent"), nullptr);

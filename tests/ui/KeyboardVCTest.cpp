@@ -22,8 +22,8 @@ using testing::FakeHidutil;
 using Calls = std::vector<std::vector<std::string>>;
 
 // Linux key codes, as X11 delivers them (plus 8) in the native scan code.
-constexpr int keyA = 30, keyS = 31, keyEscape = 1, keyTab = 15, keyCapsLock = 58, keyLeftShift = 42,
-              keyLeftCtrl = 29, keyF13 = 183;
+constexpr int keyEscape = 1, keyTab = 15, keyCapsLock = 58, keyLeftShift = 42, keyLeftCtrl = 29,
+              keyF13 = 183;
 
 class KeyboardVCTest : public ::testing::Test {
   protected:
@@ -43,14 +43,11 @@ class KeyboardVCTest : public ::testing::Test {
         return widget;
     }
 
-    void send(QEvent::Type type, int linuxKeyCode, bool autoRepeat = false) {
-        QKeyEvent event(type, Qt::Key_unknown, Qt::NoModifier, quint32(linuxKeyCode + 8), 0, 0,
-                        QString(), autoRepeat);
+    void send(QEvent::Type type, int linuxKeyCode) {
+        QKeyEvent event(type, Qt::Key_unknown, Qt::NoModifier, quint32(linuxKeyCode + 8), 0, 0);
         QApplication::sendEvent(QApplication::focusWidget(), &event);
     }
-    void press(int linuxKeyCode, bool autoRepeat = false) {
-        send(QEvent::KeyPress, linuxKeyCode, autoRepeat);
-    }
+    void press(int linuxKeyCode) { send(QEvent::KeyPress, linuxKeyCode); }
     void release(int linuxKeyCode) { send(QEvent::KeyRelease, linuxKeyCode); }
 
     // A choice from the opened list, the only way to pick.
@@ -89,44 +86,38 @@ class KeyboardVCTest : public ::testing::Test {
     KeyboardVC vc;
 };
 
-TEST_F(KeyboardVCTest, ModifierReleaseIsAbsorbedAndTheNextKeyBecomesTheNewKey) {
-    release(keyLeftCtrl);  // held since Ctrl+N opened the window: not a key chosen here
-    EXPECT_EQ(text("srcKeyLbl"), "Original key");
-    press(keyLeftShift);
-    EXPECT_EQ(text("srcKeyLbl"), "Shift");
-    EXPECT_EQ(text("instructionLbl"),
-              "Press the new key to remap the original key into (or pick from the below list)");
-    release(keyLeftShift);
-    EXPECT_FALSE(applyEnabled());
-    press(keyEscape);
-    EXPECT_EQ(text("destKeyLbl"), "Escape");
-    EXPECT_TRUE(applyEnabled());
+// The first key captured is the original, later ones replace the new key; a release counts only for
+// a modifier pressed here.
+TEST_F(KeyboardVCTest, KeysFollowTheStepsAndOnlyAModifiersReleaseIsAKey) {
+    const struct {
+        QEvent::Type type;
+        int key;
+        const char* original;
+        const char* newKey;
+    } steps[] = {
+        {QEvent::KeyRelease, keyLeftCtrl, "Original key", "New key"},  // held since Ctrl+N
+        {QEvent::KeyPress, keyF13, "Original key", "New key"},         // no entry in the key table
+        {QEvent::KeyPress, keyLeftShift, "Shift", "New key"},
+        {QEvent::KeyRelease, keyLeftShift, "Shift", "New key"},
+        {QEvent::KeyPress, keyEscape, "Shift", "Escape"},
+        {QEvent::KeyPress, keyTab, "Shift", "Tab"},  // Tab does not move the focus
+        {QEvent::KeyRelease, keyEscape, "Shift", "Tab"},
+        {QEvent::KeyPress, keyLeftShift, "Shift", "Tab"},
+    };
+    for (const auto& step : steps) {
+        send(step.type, step.key);
+        EXPECT_EQ(text("srcKeyLbl"), step.original) << step.key;
+        EXPECT_EQ(text("destKeyLbl"), step.newKey) << step.key;
+        EXPECT_EQ(applyEnabled(), std::string(step.newKey) != "New key") << step.key;
+    }
+    EXPECT_EQ(QApplication::focusWidget(), outlet<KeyboardWView>("keyboardWView"));
+    EXPECT_EQ(text("instructionLbl"), KeyboardVC::newKeyInstruction);
     EXPECT_FALSE(outlet<QLabel>("instructionLbl")->isVisible());
-    release(keyEscape);  // ordinary keys count only when pressed
-    EXPECT_EQ(text("destKeyLbl"), "Escape");
 
     // A screen reader reads the keys themselves, also from the capture area that has the focus.
     EXPECT_EQ(accessibleName("srcKeyLbl"), "Shift");
-    EXPECT_EQ(accessibleName("destKeyLbl"), "Escape");
-    EXPECT_EQ(accessibleName("keyboardWView"), "Original key: Shift, new key: Escape");
-}
-
-TEST_F(KeyboardVCTest, RepeatsUnknownKeysAndLaterKeysFollowTheSteps) {
-    press(keyF13);  // no entry in the key table
-    EXPECT_EQ(text("srcKeyLbl"), "Original key");
-    press(keyA);
-    press(keyA, true);
-    press(keyA, true);
-    EXPECT_EQ(text("srcKeyLbl"), "a");
-    EXPECT_FALSE(applyEnabled());
-    press(keyS);
-    press(keyTab);  // a third key replaces the new key; Tab does not move focus
-    press(keyTab, true);
-    EXPECT_EQ(text("srcKeyLbl"), "a");
-    EXPECT_EQ(text("destKeyLbl"), "Tab");
-    EXPECT_EQ(QApplication::focusWidget(), outlet<KeyboardWView>("keyboardWView"));
-    press(keyA);  // the original again: nothing changes
-    EXPECT_EQ(text("destKeyLbl"), "Tab");
+    EXPECT_EQ(accessibleName("destKeyLbl"), "Tab");
+    EXPECT_EQ(accessibleName("keyboardWView"), "Original key: Shift, new key: Tab");
 }
 
 TEST_F(KeyboardVCTest, PickerOffersKeysWithoutCodesAndDisableKeyOnlyForTheNewKey) {
@@ -176,10 +167,8 @@ TEST_F(KeyboardVCTest, ApplyStoresTheRecordAndInstallsCapsLockToEscape) {
     EXPECT_FALSE(vc.window()->isVisible());
 }
 
-TEST_F(KeyboardVCTest, OpensClearedFocusedTitledAndSizedCancelLeavesTheSystemCleared) {
+TEST_F(KeyboardVCTest, OpensClearedAndFocusedCancelLeavesTheSystemCleared) {
     EXPECT_EQ(currentKeyboardVC, &vc);
-    EXPECT_EQ(vc.window()->windowTitle().toStdString(), "Remap a key");
-    EXPECT_EQ(vc.window()->size(), QSize(511, 138));
     EXPECT_EQ(QApplication::focusWidget(), outlet<KeyboardWView>("keyboardWView"));
     keyMappings = {
         {{"original", "a"}, {"originalId", "04"}, {"remapped", "b"}, {"remappedId", "05"}}};

@@ -50,8 +50,6 @@ class MainVC : public QAbstractTableModel {
     void applyCheckboxClicked(QCheckBox* sender);
     void quitBtnClicked();
 
-    KeyboardVC* presentedKeyboardVC() const { return keyboardVC_.get(); }
-
     // Shows `keyMappings` again after records were appended elsewhere.
     void reloadTable();
     // Shows the list and the keyboard choice again after both were replaced elsewhere.
