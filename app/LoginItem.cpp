@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 
+#include "common/Log.h"
 #include "engine/MappingStore.h"
 #include "platform/Alert.h"
 #include "platform/Bundle.h"
@@ -22,8 +23,10 @@ std::filesystem::path launcherExecutable() {
 
 void updateLoginItem() {
     const bool enabled = MappingStore::loadApplyAtLogin();
-    if (LoginItems::setEnabled(bundle::launcherIdentifier, launcherExecutable(), enabled))
+    std::string error;
+    if (LoginItems::setEnabled(bundle::launcherIdentifier, launcherExecutable(), enabled, error))
         return;
+    warn(error);
     showAlert(loginItemAlertText, loginItemAlertTitle, [] {});
 }
 

@@ -1,7 +1,6 @@
 #include "platform/LoginItems.h"
 
 #include "common/AtomicFile.h"
-#include "common/Log.h"
 #include "platform/XdgDirs.h"
 
 namespace keyvane {
@@ -44,21 +43,17 @@ std::filesystem::path LoginItems::entryPath(const std::string& identifier) {
 }
 
 bool LoginItems::setEnabled(const std::string& identifier, const std::filesystem::path& executable,
-                            bool enabled) {
+                            bool enabled, std::string& error) {
     const std::filesystem::path entry = entryPath(identifier);
-    if (enabled) {
-        const std::error_code error = replaceFileAtomically(entry, desktopEntry(executable));
-        if (!error)
-            return true;
-        warn("cannot enable the login item " + entry.string() + ": " + error.message());
-        return false;
-    }
     std::error_code ec;
-    std::filesystem::remove(entry, ec);
-    if (!ec)
-        return true;
-    warn("cannot remove " + entry.string() + ": " + ec.message());
-    return false;
+    if (enabled)
+        ec = replaceFileAtomically(entry, desktopEntry(executable));
+    else
+        std::filesystem::remove(entry, ec);
+    if (ec)
+        error = "cannot " + std::string(enabled ? "write " : "remove ") + entry.string() + ": " +
+                ec.message();
+    return !ec;
 }
 
 }  // namespace keyvane

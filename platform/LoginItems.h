@@ -10,9 +10,9 @@ namespace keyvane {
 class LoginItems {
   public:
     // Enabling writes the entry <identifier>.desktop, which starts `executable`; disabling removes
-    // it. False when the entry could not be written or removed (the reason goes to standard error).
+    // it. False when the entry could not be written or removed, with the reason in `error`.
     static bool setEnabled(const std::string& identifier, const std::filesystem::path& executable,
-                           bool enabled);
+                           bool enabled, std::string& error);
 
     static std::filesystem::path entryPath(const std::string& identifier);
 };

@@ -30,13 +30,16 @@ TEST(LoginItemsTest, TheEntryStartsTheHelperWhereverItIsInstalled) {
          R"(Exec="/opt/\\"q\\"/\\`x\\`\\\\y/keyvane-launcher")"},
     };
     const auto entry = LoginItems::entryPath("app.keyvane.KeyvaneLauncher");
+    std::string error;
     for (const auto& row : rows) {
-        ASSERT_TRUE(LoginItems::setEnabled("app.keyvane.KeyvaneLauncher", row.executable, true));
+        ASSERT_TRUE(
+            LoginItems::setEnabled("app.keyvane.KeyvaneLauncher", row.executable, true, error))
+            << error;
         EXPECT_EQ(execLine(entry), row.exec) << row.executable;
         const std::string validate = "desktop-file-validate '" + entry.string() + "'";
         EXPECT_EQ(std::system(validate.c_str()), 0) << row.executable;
     }
-    ASSERT_TRUE(LoginItems::setEnabled("app.keyvane.KeyvaneLauncher", "/x", false));
+    ASSERT_TRUE(LoginItems::setEnabled("app.keyvane.KeyvaneLauncher", "/x", false, error)) << error;
     EXPECT_FALSE(std::filesystem::exists(entry));
 }
 
