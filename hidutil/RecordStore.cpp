@@ -8,11 +8,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
 
 #include "common/AtomicFile.h"
 #include "common/Hex.h"
+#include "common/Text.h"
 
 namespace keyvane::hidutil {
 namespace {
@@ -51,29 +50,80 @@ std::optional<std::uint64_t> readHex(std::string_view word) {
     return parseHex(word.substr(2));
 }
 
-void writeMappings(std::ostringstream& out, const std::vector<Mapping>& mappings) {
-    for (const Mapping& mapping : mappings)
-        out << mappingWord << ' ' << hexNumber(mapping.src) << ' ' << hexNumber(mapping.dst)
-            << '\n';
+void appendLine(std::string& out, std::string_view word, std::uint64_t first) {
+    out += word;
+    out += ' ';
+    out += hexNumber(first);
+    out += '\n';
+}
+
+void appendLine(std::string& out, std::string_view word, std::uint64_t first,
+                std::uint64_t second) {
+    out += word;
+    out += ' ';
+    out += hexNumber(first);
+    out += ' ';
+    out += hexNumber(second);
+    out += '\n';
+}
+
+std::string composeRecord(const DeviceRecord& record) {
+    std::string out = magicLine;
+    out += '\n';
+    for (const auto& [scancode, keycode] : record.originals)
+        appendLine(out, originalWord, scancode, keycode);
+    for (const Mapping& mapping : record.mappings)
+        appendLine(out, mappingWord, mapping.src, mapping.dst);
+    for (unsigned usage : record.skipped)
+        appendLine(out, skippedWord, usage);
+    return out;
+}
+
+bool isBlank(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+// Takes the next blank-separated word off the front of line; false when none is left.
+bool takeWord(std::string_view& line, std::string_view& word) {
+    std::size_t start = 0;
+    while (start < line.size() && isBlank(line[start]))
+        ++start;
+    std::size_t end = start;
+    while (end < line.size() && !isBlank(line[end]))
+        ++end;
+    word = line.substr(start, end - start);
+    line.remove_prefix(end);
+    return !word.empty();
+}
+
+// One line of a record: its word and the numbers after it; nothing when a number is no number.
+bool parseLine(std::string_view line, std::string_view& word, std::vector<std::uint64_t>& numbers) {
+    numbers.clear();
+    word = {};
+    takeWord(line, word);
+    for (std::string_view number; takeWord(line, number);) {
+        const auto value = readHex(number);
+        if (!value)
+            return false;
+        numbers.push_back(*value);
+    }
+    return true;
 }
 
 // A record or mapping list read back; anything unexpected makes the whole file unusable.
-std::optional<DeviceRecord> parseRecord(std::istream& in) {
-    std::string line;
-    if (!std::getline(in, line) || (line != magicLine && line != firstFormatMagicLine))
+std::optional<DeviceRecord> parseRecord(std::string_view content) {
+    // The last line ends with a newline, which starts no further line.
+    if (content.ends_with('\n'))
+        content.remove_suffix(1);
+    const std::vector<std::string> lines = splitKeepingEmpty(content, '\n');
+    if (lines.front() != magicLine && lines.front() != firstFormatMagicLine)
         return std::nullopt;
     DeviceRecord record;
-    while (std::getline(in, line)) {
-        std::istringstream words(line);
-        std::string word, number;
-        std::vector<std::uint64_t> numbers;
-        words >> word;
-        while (words >> number) {
-            const auto value = readHex(number);
-            if (!value)
-                return std::nullopt;
-            numbers.push_back(*value);
-        }
+    std::string_view word;
+    std::vector<std::uint64_t> numbers;
+    for (std::size_t i = 1; i < lines.size(); ++i) {
+        if (!parseLine(lines[i], word, numbers))
+            return std::nullopt;
         const auto fits = [&](std::size_t count) {
             return numbers.size() == count &&
                    std::all_of(numbers.begin(), numbers.end(),
@@ -89,9 +139,25 @@ std::optional<DeviceRecord> parseRecord(std::istream& in) {
         else
             return std::nullopt;
     }
-    if (in.bad())
-        return std::nullopt;
     return record;
+}
+
+// The whole file; nothing in content when it does not exist.
+std::error_code readFile(const std::filesystem::path& file, std::optional<std::string>& content) {
+    content.reset();
+    const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
+        return errno == ENOENT ? std::error_code() : lastError();
+    std::string bytes;
+    char buffer[4096];
+    ssize_t n;
+    while ((n = ::read(fd, buffer, sizeof buffer)) > 0 || (n < 0 && errno == EINTR))
+        bytes.append(buffer, static_cast<std::size_t>(std::max<ssize_t>(n, 0)));
+    const std::error_code error = n < 0 ? lastError() : std::error_code();
+    ::close(fd);
+    if (!error)
+        content = std::move(bytes);
+    return error;
 }
 
 std::optional<std::filesystem::path> absoluteFolder(const char* variable, const char* below) {
@@ -145,20 +211,10 @@ std::filesystem::path RecordStore::fileOf(const std::string& instance) const {
 std::error_code RecordStore::load(const std::string& instance,
                                   std::optional<DeviceRecord>& record) const {
     record.reset();
-    const int fd = ::open(fileOf(instance).c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0)
-        return errno == ENOENT ? std::error_code() : lastError();
-    std::string content;
-    char buffer[4096];
-    ssize_t n;
-    while ((n = ::read(fd, buffer, sizeof buffer)) > 0 || (n < 0 && errno == EINTR))
-        content.append(buffer, static_cast<std::size_t>(std::max<ssize_t>(n, 0)));
-    const std::error_code error = n < 0 ? lastError() : std::error_code();
-    ::close(fd);
-    if (error)
+    std::optional<std::string> content;
+    if (auto error = readFile(fileOf(instance), content); error || !content)
         return error;
-    std::istringstream in(content);
-    record = parseRecord(in);
+    record = parseRecord(*content);
     return record ? std::error_code() : damaged();
 }
 
@@ -170,14 +226,8 @@ std::error_code RecordStore::save(const std::string& instance, const DeviceRecor
             return lastError();
         return {};
     }
-    std::ostringstream out;
-    out << magicLine << '\n';
-    for (const auto& [scancode, keycode] : record.originals)
-        out << originalWord << ' ' << hexNumber(scancode) << ' ' << hexNumber(keycode) << '\n';
-    writeMappings(out, record.mappings);
-    for (unsigned usage : record.skipped)
-        out << skippedWord << ' ' << hexNumber(usage) << '\n';
-    return replaceFileAtomically(file, out.str(), durable ? Sync::FileOnly : Sync::None);
+    return replaceFileAtomically(file, composeRecord(record),
+                                 durable ? Sync::FileOnly : Sync::None);
 }
 
 std::error_code RecordStore::syncFolder() const {
@@ -207,21 +257,18 @@ void RecordStore::removeStale(const std::optional<std::set<std::string>>& presen
 }
 
 std::optional<std::vector<Mapping>> RecordStore::loadAllKeyboards() const {
-    std::ifstream in(folder_ / (std::string(mappingsPrefix) + bootId_));
-    if (!in)
+    std::optional<std::string> content;
+    if (readFile(folder_ / (std::string(mappingsPrefix) + bootId_), content) || !content)
         return std::nullopt;
-    auto record = parseRecord(in);
+    auto record = parseRecord(*content);
     if (!record || !record->originals.empty())
         return std::nullopt;
     return record->mappings;
 }
 
 std::error_code RecordStore::saveAllKeyboards(const std::vector<Mapping>& mappings) const {
-    std::ostringstream out;
-    out << magicLine << '\n';
-    writeMappings(out, mappings);
-    return replaceFileAtomically(folder_ / (std::string(mappingsPrefix) + bootId_), out.str(),
-                                 Sync::None);
+    return replaceFileAtomically(folder_ / (std::string(mappingsPrefix) + bootId_),
+                                 composeRecord({{}, mappings, {}}), Sync::None);
 }
 
 }  // namespace keyvane::hidutil

@@ -3,8 +3,10 @@
 #include <linux/input-event-codes.h>
 
 #include <cerrno>
+#include <sstream>
 #include <stdexcept>
 
+#include "hidutil/Command.h"
 #include "hidutil/HidKeyCodes.h"
 
 namespace keyvane::testing {
@@ -99,28 +101,16 @@ std::shared_ptr<MemoryKeyboard> hidKeyboard(unsigned product, unsigned number, u
 std::shared_ptr<MemoryKeyboard> atKeyboard(unsigned number) {
     auto keyboard = device(hidutil::bus::i8042, 1, 1, number, "AT Translated Set 2 keyboard");
     // Below 0x59 the scancodes of the XT set are the key codes; a few extended keys follow.
-    for (std::uint32_t scancode = 0; scancode < 256; ++scancode) {
-        std::uint32_t code = scancode < 0x59 ? scancode : 0;
-        switch (scancode) {
-            case 0x80 | 0x1d:
-                code = KEY_RIGHTCTRL;
-                break;
-            case 0x80 | 0x38:
-                code = KEY_RIGHTALT;
-                break;
-            case 0x80 | 0x5b:
-                code = KEY_LEFTMETA;
-                break;
-            case 0x80 | 0x5c:
-                code = KEY_RIGHTMETA;
-                break;
-            case 0x80 | 0x53:
-            case 0x80 | 0x71:  // a second scancode for Delete, as some laptops send
-                code = KEY_DELETE;
-                break;
-        }
-        keyboard->keymap.push_back({scancode, code});
-    }
+    for (std::uint32_t scancode = 0; scancode < 256; ++scancode)
+        keyboard->keymap.push_back({scancode, scancode < 0x59 ? scancode : 0});
+    // 0x80 | 0x71 is a second scancode for Delete, as some laptops send.
+    for (const auto& [scancode, code] : {std::pair{0x80 | 0x1d, KEY_RIGHTCTRL},
+                                         {0x80 | 0x38, KEY_RIGHTALT},
+                                         {0x80 | 0x5b, KEY_LEFTMETA},
+                                         {0x80 | 0x5c, KEY_RIGHTMETA},
+                                         {0x80 | 0x53, KEY_DELETE},
+                                         {0x80 | 0x71, KEY_DELETE}})
+        keyboard->set(static_cast<std::uint32_t>(scancode), static_cast<std::uint32_t>(code));
     return keyboard;
 }
 
@@ -141,6 +131,22 @@ hidutil::DeviceScan MemoryDeviceSource::scan() {
     }
     scan.unopened = unopened;
     return scan;
+}
+
+std::string userKeyMapping(const std::vector<Entry>& entries) {
+    std::string joined;
+    for (const auto& [src, dst] : entries)
+        joined += std::string(joined.empty() ? "{" : ",{") +
+                  R"("HIDKeyboardModifierMappingSrc" : )" + src +
+                  R"(, "HIDKeyboardModifierMappingDst" : )" + dst + "}";
+    return R"({"UserKeyMapping" : [)" + joined + "]}";
+}
+
+Outcome runHidutil(const std::vector<std::string>& args, hidutil::DeviceSource& devices,
+                   const std::optional<std::filesystem::path>& folder) {
+    std::ostringstream out, err;
+    const int status = hidutil::runCommand(args, devices, folder, out, err);
+    return {status, out.str(), err.str()};
 }
 
 }  // namespace keyvane::testing

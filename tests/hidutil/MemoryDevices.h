@@ -1,6 +1,8 @@
 #pragma once
 
+#include <filesystem>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <system_error>
@@ -46,5 +48,17 @@ class MemoryDeviceSource : public hidutil::DeviceSource {
 
     hidutil::DeviceScan scan() override;
 };
+
+// The property text the application composes for (source, destination) usages.
+using Entry = std::pair<std::string, std::string>;
+std::string userKeyMapping(const std::vector<Entry>& entries);
+
+// What one run of hidutil printed and returned.
+struct Outcome {
+    int status = 0;
+    std::string out, err;
+};
+Outcome runHidutil(const std::vector<std::string>& args, hidutil::DeviceSource& devices,
+                   const std::optional<std::filesystem::path>& folder);
 
 }  // namespace keyvane::testing

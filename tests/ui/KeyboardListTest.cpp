@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <QComboBox>
+#include <fstream>
+#include <iterator>
 #include <utility>
 
 #include "engine/MappingStore.h"
@@ -31,6 +33,12 @@ Filled fillFrom(const std::string& listing) {
     return filled;
 }
 
+// What hidutil listed on the kernel test's machine: the AT keyboard and two HID keyboards.
+std::string listingOnQemu() {
+    std::ifstream in(KEYBOARD_LIST_ON_QEMU);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
 const char* heading =
     "Services:\n"
     "VendorID ProductID LocationID UsagePage Usage RegistryID  Transport Class Product\n";
@@ -39,13 +47,10 @@ TEST(KeyboardList, ItemsComeFromTheSeventhFieldFirstTitleWinsLinesWithAZeroField
     const std::pair<std::string, Items> listings[] = {
         {heading, {}},
         {"", {}},
-        {std::string(heading) +
-             "0x5ac    0x27e     0x14200000 1         6     0x100000a0e USB       Keyboard Apple\n"
-             "0x46d 0xc31c 0x14100000 1 6 0x10000ab12 USB Keyboard Logitech\n"
-             "0x4c  0x267  0x1234     1 6 0x100000b00 Bluetooth Keyboard Magic\n"
-             "0x5ac 0x342 0x2 1 6 0x100000c00 SPI AppleSPIKeyboard\n"
+        // A second keyboard with a title already listed, and a line that is too short.
+        {listingOnQemu() + "0x46d 0xc31c 0x14100000 1 6 0x10000ab12 USB Keyboard Logitech\n" +
              "0x1 0x2 0x3\n",
-         {{"USB", "0x27e"}, {"Bluetooth", "0x267"}, {"Internal", "0x342"}}},
+         {{"Internal", "0x1"}, {"USB", "0x1111"}, {"Bluetooth", "0x2222"}}},
         {"0x5ac 0x0 0x1 1 6 0x2 USB\n"             // " 0x0 " inside: skipped
          "0x0 0x111 0x1 1 6 0x2 Bluetooth\n"       // at the very start: kept
          "0x5ac 0x0abc 0x1 1 6 0x2 Internal\n"     // a longer field: kept

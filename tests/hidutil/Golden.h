@@ -1,0 +1,25 @@
+#pragma once
+
+// The files beside the tests that hidutil's output is compared with, byte for byte.
+// KEYVANE_UPDATE_GOLDEN=1 rewrites them from what hidutil prints now.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+namespace keyvane::testing {
+
+inline std::string goldenFile(const std::string& name) {
+    std::ifstream in(std::string(HIDUTIL_TEST_DATA) + "/" + name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+inline void expectGolden(const std::string& name, const std::string& actual) {
+    if (std::getenv("KEYVANE_UPDATE_GOLDEN"))
+        std::ofstream(std::string(HIDUTIL_TEST_DATA) + "/" + name, std::ios::binary) << actual;
+    EXPECT_EQ(actual, goldenFile(name)) << name;
+}
+
+}  // namespace keyvane::testing
