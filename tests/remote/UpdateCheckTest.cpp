@@ -4,7 +4,6 @@
 #include <QByteArray>
 #include <QTest>
 #include <QTimer>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -69,21 +68,6 @@ TEST(ConfigAnswer, AcceptsExactlyFourLinesBeginningWithConfigAndNothingElse) {
     EXPECT_FALSE(decode(thai));
 }
 
-TEST(ConfigAnswer, ApplyingReplacesAllFourValuesOnlyWhenAccepted) {
-    remoteConfig = RemoteConfig{};
-    ::testing::internal::CaptureStdout();
-    SCL::applyConfig(encodedAnswer("Config\nyes\n2.0\n2.0"));
-    SCL::applyConfig("garbage");
-    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "");
-    EXPECT_EQ(remoteConfig, (RemoteConfig{"config", "no", "1.1", "1.1"}));
-
-    ::testing::internal::CaptureStdout();
-    SCL::applyConfig(encodedAnswer("config\nyes\n1.0\n1.9"));
-    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "config loaded\n");
-    EXPECT_EQ(remoteConfig, (RemoteConfig{"config", "yes", "1.0", "1.9"}));
-    remoteConfig = RemoteConfig{};
-}
-
 TEST(VersionOrder, ComparesCanonicalTextsCodePointByCodePoint) {
     struct Row {
         std::string version, other;
@@ -119,30 +103,23 @@ class UpdateCheck : public ::testing::Test {
     }
     void TearDown() override { remoteConfig = RemoteConfig{}; }
 
-    // Runs `work` as a main-queue task inside the application's event loop. Returns 0 when the
-    // work ended the application, 1 when the loop kept running afterwards.
-    static int runInEventLoop(std::function<void()> work) {
-        QTimer ticks;
+    // Runs the check as a main-queue task inside the application's event loop. Returns 0 when it
+    // ended the application, 1 when the loop kept running afterwards, 99 when it got stuck.
+    static int check() {
+        QTimer ticks, limit;
         int turns = 0;
-        QObject::connect(&ticks, &QTimer::timeout, [&] {
-            // Several turns of the loop: an application that was told to end has none left.
+        // Several turns of the loop: an application that was told to end has none left.
+        ticks.callOnTimeout([&] {
             if (++turns == 5)
                 QCoreApplication::exit(1);
         });
+        limit.callOnTimeout([] { QCoreApplication::exit(99); });
         MainQueue::async([&] {
-            work();
+            SCL::checkForUpdate();
             ticks.start(0);
         });
-        // A stuck alert or a lost task ends the loop too, with a code no branch returns.
-        QTimer limit;
-        limit.setSingleShot(true);
-        QObject::connect(&limit, &QTimer::timeout, [] { QCoreApplication::exit(99); });
         limit.start(60000);
         return QApplication::exec();
-    }
-
-    static int check() {
-        return runInEventLoop([] { SCL::checkForUpdate(); });
     }
 
     testing::AlertAnswerer answerer;
@@ -217,13 +194,14 @@ TEST_F(UpdateCheck, VersionsThatDoNotSortAboveTheInstalledOneShowNothing) {
 TEST_F(UpdateCheck, AfterFetchingTheConfigurationTheCheckRunsOnceWithWhatItHas) {
     testing::HttpsTestServer server;
     server.useForThisProcess();
-    server.answerWith(200, QByteArray::fromStdString(encodedAnswer("config\nno\n1.1\n1.4")));
+    server.answerWith(200, QByteArray::fromStdString(encodedAnswer("config\nyes\n1.0\n1.4")));
     answerer.answerNext("Don't show again for this version");
+    ::testing::internal::CaptureStdout();
     SCL::fetchConfig();
     ASSERT_TRUE(QTest::qWaitFor([&] { return answerer.seen().size() == 1; }, 20000));
     EXPECT_EQ(answerer.seen().back().informativeText,
               "Currently installed: 1.2.0\nLatest version:1.4" + advice);
-    EXPECT_EQ(remoteConfig, (RemoteConfig{"config", "no", "1.1", "1.4"}));
+    EXPECT_EQ(remoteConfig, (RemoteConfig{"config", "yes", "1.0", "1.4"}));
     ASSERT_EQ(server.requests().size(), 1u);
     const std::string target = server.requests().front().target.toStdString();
     const std::string random = target.substr(target.rfind("&ran=") + 5);
@@ -236,6 +214,7 @@ TEST_F(UpdateCheck, AfterFetchingTheConfigurationTheCheckRunsOnceWithWhatItHas) 
     SCL::fetchConfig();
     ASSERT_TRUE(QTest::qWaitFor([&] { return answerer.seen().size() == 2; }, 20000));
     EXPECT_EQ(remoteConfig.latestVersion, "9");
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "config loaded\n");
 
     qputenv("KEYVANE_SERVICE_HOST",
             "127.0.0.1:" + QByteArray::number(testing::unusedLoopbackPort()));
