@@ -151,23 +151,22 @@ bool HttpsTestServer::waitForRequests(std::size_t count, std::chrono::millisecon
 void HttpsTestServer::serve() {
     for (;;) {
         const int connection = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
-        {
-            std::lock_guard lock(mutex_);
-            if (stopping_ || connection < 0) {
-                if (connection >= 0)
-                    ::close(connection);
-                if (stopping_)
-                    return;
-                continue;
-            }
-            connection_ = connection;
+        std::unique_lock lock(mutex_);
+        if (stopping_) {
+            if (connection >= 0)
+                ::close(connection);
+            return;
         }
+        if (connection < 0)
+            continue;
+        connection_ = connection;
+        lock.unlock();
         SSL* tls = SSL_new(context_);
         SSL_set_fd(tls, connection);
         if (SSL_accept(tls) == 1)
             respond(tls);
         SSL_free(tls);
-        std::lock_guard lock(mutex_);
+        lock.lock();
         connection_ = -1;
         ::close(connection);
     }
