@@ -3,7 +3,6 @@
 #include <QByteArray>
 #include <chrono>
 #include <condition_variable>
-#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -14,19 +13,17 @@ typedef struct ssl_st SSL;
 
 namespace keyvane::testing {
 
-// An HTTPS server on the loopback interface, on threads of its own, for the tests of the remote
-// services. It records every request with its bytes exactly as they arrived, and answers as it is
-// told. Its certificate for 127.0.0.1 is a self-signed throwaway of the test process; the trusted
-// one is named by SSL_CERT_FILE once `useForThisProcess` has run (the application reads that file
-// once per process), the untrusted one never.
+// An HTTPS server on the loopback interface, on a thread of its own, for the tests of the remote
+// services. It serves one connection at a time, records every request with its bytes exactly as
+// they arrived, and answers as it is told. Its certificate for 127.0.0.1 is a self-signed
+// throwaway made once per test process; the trusted one is named by SSL_CERT_FILE once
+// `useForThisProcess` has run (the application reads that file once per process), the untrusted
+// one never.
 class HttpsTestServer {
   public:
     struct Request {
         QByteArray raw;     // everything the client sent for this request, as it arrived
         QByteArray target;  // path and query
-
-        // The first line: method, target and protocol, without its line end.
-        QByteArray requestLine() const;
     };
 
     enum class Certificate { Trusted, Untrusted };
@@ -43,11 +40,11 @@ class HttpsTestServer {
 
     // What to do with the next requests (the default: status 200 with an empty body).
     void answerWith(int status, QByteArray body);
-    // Read the request, then send nothing and keep the connection open.
-    void neverAnswer();
     // Read the request, then send an answer's status line and header one byte every `interval`,
-    // never finishing it.
+    // the first after one interval, never finishing it.
     void trickleHeader(std::chrono::milliseconds interval);
+    // Read the request, then send nothing and keep the connection open.
+    void neverAnswer() { trickleHeader(std::chrono::hours(24)); }
 
     std::vector<Request> requests() const;
     // Drives the event loop until `count` requests have arrived (at most `limit`).
@@ -55,19 +52,8 @@ class HttpsTestServer {
                          std::chrono::milliseconds limit = std::chrono::seconds(20));
 
   private:
-    enum class Mode { Answer, Silent, TrickleHeader };
-    struct Reply {
-        Mode mode;
-        int status;
-        QByteArray body;
-        std::chrono::milliseconds interval;
-    };
-
-    void acceptConnections();
-    void serve(int connection);
-    void respond(SSL* tls, const Reply& reply);
-    // Waits for `time`; false when the server is stopping.
-    bool pause(std::chrono::milliseconds time);
+    void serve();
+    void respond(SSL* tls);
 
     SSL_CTX* context_ = nullptr;
     int listener_ = -1;
@@ -75,11 +61,12 @@ class HttpsTestServer {
     mutable std::mutex mutex_;
     std::condition_variable stopped_;
     bool stopping_ = false;
-    Reply reply_{Mode::Answer, 200, {}, {}};
+    int connection_ = -1;  // the one being served
+    int status_ = 200;     // 0: trickle the header
+    QByteArray body_;
+    std::chrono::milliseconds interval_{};
     std::vector<Request> requests_;
-    std::vector<int> connections_;
-    std::vector<std::thread> threads_;
-    std::thread acceptor_;
+    std::thread thread_;
 };
 
 // A loopback port on which nobody listens, for a connection that is refused.
