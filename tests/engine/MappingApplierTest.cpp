@@ -62,35 +62,21 @@ TEST_F(MappingApplierTest, EachListInstallsWithOneExactCommandAfterClearing) {
     const std::vector<std::string> twoOnOne = {
         "property", "--set", property(entry("39", "29") + "," + entry("39", "00")), "--matching",
         R"({"ProductID": 0x27e})"};
+    const auto install = FakeHidutil::installCall;
     const struct {
         std::vector<KeyMapping> list;
         const char* keyboard;  // stored before the run, when given
-        Calls calls;
+        Calls afterClearing;
         std::vector<Alert> alerts;
     } rows[] = {
-        {{}, nullptr, {FakeHidutil::clearingCall()}, {}},
-        {{{{"original", "a"}, {"originalId", "04"}}}, nullptr, {FakeHidutil::clearingCall()}, {}},
-        {{{}}, nullptr, {FakeHidutil::clearingCall()}, {}},
-        {{record("39", "29"), record("e3", "e7")},
-         nullptr,
-         {FakeHidutil::clearingCall(), FakeHidutil::installCall(two)},
-         {}},
-        {{record("", "29")},
-         nullptr,
-         {FakeHidutil::clearingCall(), FakeHidutil::installCall(property(entry("", "29")))},
-         {blankIdAlert}},
-        {{record("39", "")},
-         nullptr,
-         {FakeHidutil::clearingCall(), FakeHidutil::installCall(property(entry("39", "")))},
-         {blankIdAlert}},
-        {{record("39", "29"), record("e3", "e7")},
-         allKeyboardsId,
-         {FakeHidutil::clearingCall(), FakeHidutil::installCall(two)},
-         {}},
-        {{record("39", "29"), record("39", "00")},
-         "0x27e",
-         {FakeHidutil::clearingCall(), twoOnOne},
-         {}},
+        {{}, nullptr, {}, {}},
+        {{{{"original", "a"}, {"originalId", "04"}}}, nullptr, {}, {}},
+        {{{}}, nullptr, {}, {}},
+        {{record("39", "29"), record("e3", "e7")}, nullptr, {install(two)}, {}},
+        {{record("", "29")}, nullptr, {install(property(entry("", "29")))}, {blankIdAlert}},
+        {{record("39", "")}, nullptr, {install(property(entry("39", "")))}, {blankIdAlert}},
+        {{record("39", "29"), record("e3", "e7")}, allKeyboardsId, {install(two)}, {}},
+        {{record("39", "29"), record("39", "00")}, "0x27e", {twoOnOne}, {}},
     };
     ::testing::internal::CaptureStdout();
     for (const auto& row : rows) {
@@ -99,7 +85,9 @@ TEST_F(MappingApplierTest, EachListInstallsWithOneExactCommandAfterClearing) {
         if (row.keyboard)
             MappingStore::saveKeyboardId(row.keyboard);
         MappingApplier::applyMappings();
-        EXPECT_EQ(hidutil.calls(), row.calls) << MappingStore::describe(row.list);
+        Calls calls = row.afterClearing;
+        calls.insert(calls.begin(), FakeHidutil::clearingCall());
+        EXPECT_EQ(hidutil.calls(), calls) << MappingStore::describe(row.list);
         EXPECT_EQ(drainAlerts(), row.alerts) << MappingStore::describe(row.list);
     }
     const std::string trace = ::testing::internal::GetCapturedStdout();
