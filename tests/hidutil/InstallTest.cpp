@@ -63,12 +63,12 @@ TEST_F(Install, MapsHidKeyboardsByUsageAndOthersByKeyCode) {
                                                       // Other Delete usages are other keys.
                                                       {0x7009c, KEY_DELETE}};
     for (const auto& [scancode, code] : hidCodes)
-        EXPECT_EQ(hid->codeOf(scancode), code) << std::hex << scancode;
+        EXPECT_EQ(hid->find(scancode)->keycode, code) << std::hex << scancode;
     // Every AT scancode that produced Delete goes silent.
     const std::pair<unsigned, unsigned> atCodes[] = {
         {0x3a, KEY_ESC}, {0x01, KEY_CAPSLOCK}, {0x1e, KEY_C}, {0x80 | 0x53, 0}, {0x80 | 0x71, 0}};
     for (const auto& [scancode, code] : atCodes)
-        EXPECT_EQ(at->codeOf(scancode), code) << std::hex << scancode;
+        EXPECT_EQ(at->find(scancode)->keycode, code) << std::hex << scancode;
     // Installing the same list again changes nothing that is already in place.
     const int changes = hid->changes;
     ASSERT_EQ(set(list).status, exitSuccess);
@@ -119,8 +119,8 @@ TEST_F(Install, ClearingRestoresExactlyWhatWasFoundWhateverHappenedBetween) {
     for (const Row& row : rows) {
         auto hid = testing::hidKeyboard(0x27e, 5);
         auto at = testing::atKeyboard(0);
-        hid->set(0x70039, KEY_LEFTCTRL);
-        at->set(0x3a, KEY_LEFTCTRL);
+        hid->find(0x70039)->keycode = KEY_LEFTCTRL;
+        at->find(0x3a)->keycode = KEY_LEFTCTRL;
         devices.keyboards = {at, hid};
         const auto hidBefore = hid->keymap, atBefore = at->keymap;
         for (const Step& step : row.steps) {
@@ -220,7 +220,7 @@ TEST_F(Install, WhatIsLeftOutIsANoteAndWhatIsNotTakenAFailure) {
         EXPECT_EQ(outcome.out.find("UserKeyMapping") != std::string::npos,
                   outcome.status == exitSuccess)
             << row.what;
-        EXPECT_EQ(fine->codeOf(0x70039), KEY_ESC) << row.what;
+        EXPECT_EQ(fine->find(0x70039)->keycode, KEY_ESC) << row.what;
         if (row.refusal)
             note("status", run({"status"}), true);
         fs::remove_all(*folder);
@@ -232,7 +232,7 @@ TEST_F(Install, WhatIsLeftOutIsANoteAndWhatIsNotTakenAFailure) {
     devices = MemoryDeviceSource();
     devices.keyboards = {full};
     ASSERT_EQ(set(userKeyMapping({capsToEscape})).status, exitSuccess);
-    full->set(0x70039, KEY_LEFTCTRL);
+    full->find(0x70039)->keycode = KEY_LEFTCTRL;
     note("status after a key was changed by another program", run({"status"}), true);
     ASSERT_EQ(set(userKeyMapping({capsToEscape})).status, exitSuccess);
     note("status after installing again", run({"status"}), true);

@@ -4,7 +4,6 @@
 
 #include <cerrno>
 #include <sstream>
-#include <stdexcept>
 
 #include "hidutil/Command.h"
 #include "hidutil/HidKeyCodes.h"
@@ -29,29 +28,24 @@ class MemoryDevice : public hidutil::KeyDevice {
             return keyboard_->refusal;
         if (keyboard_->changes == keyboard_->changesBeforeKill)
             throw Killed{};
-        if (!find(scancode))
+        auto* entry = keyboard_->find(scancode);
+        if (!entry)
             return std::make_error_code(std::errc::invalid_argument);
         if (!keyboard_->ignored.contains(scancode))
-            find(scancode)->keycode = keycode;
+            entry->keycode = keycode;
         ++keyboard_->changes;
         return {};
     }
 
     std::error_code readKeycode(std::uint32_t scancode, std::uint32_t& keycode) override {
-        if (!find(scancode))
+        const auto* entry = keyboard_->find(scancode);
+        if (!entry)
             return std::make_error_code(std::errc::invalid_argument);
-        keycode = find(scancode)->keycode;
+        keycode = entry->keycode;
         return {};
     }
 
   private:
-    hidutil::KeymapEntry* find(std::uint32_t scancode) {
-        for (auto& entry : keyboard_->keymap)
-            if (entry.scancode == scancode)
-                return &entry;
-        return nullptr;
-    }
-
     std::shared_ptr<MemoryKeyboard> keyboard_;
 };
 
@@ -72,17 +66,11 @@ std::shared_ptr<MemoryKeyboard> device(unsigned bus, unsigned vendor, unsigned p
 
 }  // namespace
 
-unsigned MemoryKeyboard::codeOf(std::uint32_t scancode) const {
-    for (const auto& entry : keymap)
-        if (entry.scancode == scancode)
-            return entry.keycode;
-    throw std::out_of_range("no such scancode");
-}
-
-void MemoryKeyboard::set(std::uint32_t scancode, std::uint32_t keycode) {
+hidutil::KeymapEntry* MemoryKeyboard::find(std::uint32_t scancode) {
     for (auto& entry : keymap)
         if (entry.scancode == scancode)
-            return void(entry.keycode = keycode);
+            return &entry;
+    return nullptr;
 }
 
 std::shared_ptr<MemoryKeyboard> hidKeyboard(unsigned product, unsigned number, unsigned lastUsage) {
@@ -110,7 +98,8 @@ std::shared_ptr<MemoryKeyboard> atKeyboard(unsigned number) {
                                          {0x80 | 0x5c, KEY_RIGHTMETA},
                                          {0x80 | 0x53, KEY_DELETE},
                                          {0x80 | 0x71, KEY_DELETE}})
-        keyboard->set(static_cast<std::uint32_t>(scancode), static_cast<std::uint32_t>(code));
+        keyboard->find(static_cast<std::uint32_t>(scancode))->keycode =
+            static_cast<std::uint32_t>(code);
     return keyboard;
 }
 

@@ -26,8 +26,8 @@ struct MemoryKeyboard {
     int changesBeforeKill = -1;       // negative: never
     int changes = 0;
 
-    unsigned codeOf(std::uint32_t scancode) const;
-    void set(std::uint32_t scancode, std::uint32_t keycode);
+    // The entry of scancode, or null where the keyboard has none.
+    hidutil::KeymapEntry* find(std::uint32_t scancode);
 };
 
 // A USB boot keyboard whose scancodes are the keyboard page's usages up to lastUsage, with the
