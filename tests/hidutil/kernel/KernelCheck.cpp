@@ -13,6 +13,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -57,10 +58,29 @@ void check(bool ok, const std::string& what) {
         ++failures;
 }
 
+std::string eventNodeNamed(const std::string& name) {
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        for (const auto& entry : std::filesystem::directory_iterator("/dev/input")) {
+            if (entry.path().filename().string().rfind("event", 0) != 0)
+                continue;
+            const int fd = ::open(entry.path().c_str(), O_RDONLY | O_CLOEXEC);
+            char found[256] = {};
+            if (fd >= 0 && ::ioctl(fd, EVIOCGNAME(sizeof found - 1), found) >= 0 && name == found) {
+                ::close(fd);
+                return entry.path().string();
+            }
+            if (fd >= 0)
+                ::close(fd);
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+    return {};
+}
+
 struct UhidKeyboard {
     int fd = -1;
     int event = -1;  // its event device
-    std::string name;
+    std::string name, node;
 
     bool create(unsigned product, unsigned bus, const std::string& deviceName,
                 unsigned char lastUsage = 0xe7) {
@@ -80,7 +100,11 @@ struct UhidKeyboard {
         ev.u.create2.bus = static_cast<__u16>(bus);
         ev.u.create2.vendor = testVendor;
         ev.u.create2.product = product;
-        return ::write(fd, &ev, sizeof ev) == static_cast<ssize_t>(sizeof ev);
+        if (::write(fd, &ev, sizeof ev) != static_cast<ssize_t>(sizeof ev))
+            return false;
+        node = eventNodeNamed(name);
+        event = ::open(node.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+        return event >= 0;
     }
 
     // Answers what the kernel asks of the device (nothing needs an answer for a keyboard).
@@ -140,32 +164,13 @@ struct UhidKeyboard {
     }
 };
 
-std::string eventNodeNamed(const std::string& name) {
-    for (int attempt = 0; attempt < 100; ++attempt) {
-        for (const auto& entry : std::filesystem::directory_iterator("/dev/input")) {
-            if (entry.path().filename().string().rfind("event", 0) != 0)
-                continue;
-            const int fd = ::open(entry.path().c_str(), O_RDONLY | O_CLOEXEC);
-            char found[256] = {};
-            if (fd >= 0 && ::ioctl(fd, EVIOCGNAME(sizeof found - 1), found) >= 0 && name == found) {
-                ::close(fd);
-                return entry.path().string();
-            }
-            if (fd >= 0)
-                ::close(fd);
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    }
-    return {};
-}
-
 struct Result {
     int status = -1;  // -1 when killed
     std::string out;  // standard output and error, as they came
 };
 
-// Runs hidutil with environment variables added ("NAME=value").
-Result run(std::vector<std::string> args, std::vector<std::string> environment = {}) {
+// Runs hidutil, which inherits this process's environment.
+Result run(std::vector<std::string> args) {
     args.insert(args.begin(), hidutil);
     int pipeFds[2];
     if (::pipe(pipeFds) != 0)
@@ -175,8 +180,6 @@ Result run(std::vector<std::string> args, std::vector<std::string> environment =
         ::dup2(pipeFds[1], 1);
         ::dup2(pipeFds[1], 2);
         ::close(pipeFds[0]);
-        for (auto& variable : environment)
-            ::putenv(variable.data());
         std::vector<char*> argv;
         for (auto& arg : args)
             argv.push_back(arg.data());
@@ -193,10 +196,7 @@ Result run(std::vector<std::string> args, std::vector<std::string> environment =
     int status = 0;
     ::waitpid(child, &status, 0);
     result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    std::printf("$");
-    for (const auto& variable : environment)
-        std::printf(" %s", variable.c_str());
-    std::printf(" hidutil");
+    std::printf("$ hidutil");
     for (std::size_t i = 1; i < args.size(); ++i)
         std::printf(" '%s'", args[i].c_str());
     std::printf("\n%s[exit %d]\n", result.out.c_str(), result.status);
@@ -205,14 +205,12 @@ Result run(std::vector<std::string> args, std::vector<std::string> environment =
 }
 
 std::string mapping(std::initializer_list<std::pair<const char*, const char*>> entries) {
-    std::string text = R"({"UserKeyMapping" : [)";
-    bool first = true;
-    for (const auto& [src, dst] : entries) {
-        text += std::string(first ? "" : ",") + R"({"HIDKeyboardModifierMappingSrc" : 0x7000000)" +
-                src + R"(, "HIDKeyboardModifierMappingDst" : 0x7000000)" + dst + "}";
-        first = false;
-    }
-    return text + "]}";
+    std::string text;
+    for (const auto& [src, dst] : entries)
+        text += std::string(text.empty() ? "" : ",") +
+                R"({"HIDKeyboardModifierMappingSrc" : 0x7000000)" + src +
+                R"(, "HIDKeyboardModifierMappingDst" : 0x7000000)" + dst + "}";
+    return R"({"UserKeyMapping" : [)" + text + "]}";
 }
 
 // Scancode -> key code, as the kernel lists them by index.
@@ -279,17 +277,12 @@ int main(int argc, char** argv) {
     UhidKeyboard a, b;
     check(a.create(productA, BUS_USB, "Keyvane Test Keyboard A"), "uhid keyboard A created");
     check(b.create(productB, BUS_BLUETOOTH, "Keyvane Test Keyboard B"), "uhid keyboard B created");
-    const std::string nodeA = eventNodeNamed(a.name), nodeB = eventNodeNamed(b.name);
-    const std::string nodeAt = eventNodeNamed("AT Translated Set 2 keyboard");
-    const bool found = !nodeA.empty() && !nodeB.empty() && !nodeAt.empty();
-    check(found,
-          "event devices of A, B and the AT keyboard: " + nodeA + " " + nodeB + " " + nodeAt);
-    if (!found) {
+    const std::string nodeA = a.node, nodeAt = eventNodeNamed("AT Translated Set 2 keyboard");
+    check(!nodeAt.empty(), "event device of the AT keyboard: " + nodeAt);
+    if (a.event < 0 || b.event < 0 || nodeAt.empty()) {
         std::printf("%sfailed\n", doneMarker);
         return 1;
     }
-    a.event = ::open(nodeA.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    b.event = ::open(nodeB.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     const auto atDefault = keymapOf(nodeAt);
     const auto hidDefault = keymapOf(nodeA);
     const std::vector<const UhidKeyboard*> both = {&a, &b};
@@ -325,15 +318,16 @@ int main(int argc, char** argv) {
     remap(nodeA, 0x70039, KEY_LEFTCTRL);
     remap(nodeAt, 0x3a, KEY_LEFTCTRL);
     const auto hidBefore = keymapOf(nodeA), atBefore = keymapOf(nodeAt);
+    const auto restored = [&] {
+        return keymapOf(nodeA) == hidBefore && keymapOf(nodeAt) == atBefore;
+    };
     run({"property", "--set", mapping({})});
-    check(keymapOf(nodeA) == hidBefore && keymapOf(nodeAt) == atBefore,
-          "a remap made beforehand survives clearing");
+    check(restored(), "a remap made beforehand survives clearing");
     check(installed(run({"property", "--set", mapping({{"39", "29"}, {"04", "05"}})})),
           "an install over the remapped key");
     check(a.pressesOf(0x39) == std::vector<int>{KEY_ESC}, "keyboard A: Caps Lock gives Escape");
     run({"property", "--set", mapping({})});
-    check(keymapOf(nodeA) == hidBefore && keymapOf(nodeAt) == atBefore,
-          "clearing puts the remap made beforehand back, not the default");
+    check(restored(), "clearing puts the remap made beforehand back, not the default");
 
     // A logout empties XDG_RUNTIME_DIR; the next launch clears and installs, the user clears.
     const auto swap = mapping({{"04", "05"}, {"05", "04"}, {"e3", "e7"}});
@@ -344,8 +338,7 @@ int main(int argc, char** argv) {
         std::filesystem::remove_all(file.path());
     for (const auto& list : {mapping({}), swap, mapping({})})
         run({"property", "--set", list});
-    check(keymapOf(nodeA) == hidBefore && keymapOf(nodeAt) == atBefore,
-          "after a logout, AT and HID keyboards are restored exactly");
+    check(restored(), "after a logout, AT and HID keyboards are restored exactly");
 
     // A node whose device is gone, and a blank entry beside a valid one: notes, not failures.
     ::mknod("/dev/input/event99", S_IFCHR | 0600, makedev(13, 95));
@@ -361,8 +354,6 @@ int main(int argc, char** argv) {
     // A keyboard whose descriptor stops at usage 0x65 has no F13.
     UhidKeyboard c;
     check(c.create(0x3333, BUS_USB, "Keyvane Test Keyboard C", 0x65), "uhid keyboard C created");
-    const std::string nodeC = eventNodeNamed(c.name);
-    c.event = ::open(nodeC.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     const Result partly = run({"property", "--set", mapping({{"39", "29"}, {"68", "29"}})});
     check(installed(partly) && says(partly, "(Keyvane Test Keyboard C) has no key for usage 0x68"),
           "F13 is skipped on the keyboard without it");
@@ -391,17 +382,18 @@ int main(int argc, char** argv) {
           "status: installed again after a new install");
     ::close(c.event);
     ::close(c.fd);  // unplugged: its record is of no use any more
-    for (int attempt = 0; attempt < 100 && std::filesystem::exists(nodeC); ++attempt)
+    for (int attempt = 0; attempt < 100 && std::filesystem::exists(c.node); ++attempt)
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
     run({"property", "--set", mapping({})});
     check(keymapRecords() == 0, "no record is left, not even of the keyboard unplugged");
 
     // Killed right after its first key change, an install is undone by the next clear.
-    const Result killed = run({"property", "--set", swap}, {"KEYVANE_TEST_KILL_AFTER_CHANGES=1"});
+    ::setenv("KEYVANE_TEST_KILL_AFTER_CHANGES", "1", 1);
+    const Result killed = run({"property", "--set", swap});
+    ::unsetenv("KEYVANE_TEST_KILL_AFTER_CHANGES");
     check(killed.status == -1 && keymapOf(nodeAt) != atBefore, "install killed after one change");
     run({"property", "--set", mapping({})});
-    check(keymapOf(nodeA) == hidBefore && keymapOf(nodeAt) == atBefore,
-          "the next clear undoes the killed install");
+    check(restored(), "the next clear undoes the killed install");
 
     std::printf("%s%s\n", doneMarker, failures == 0 ? "ok" : "failed");
     std::fflush(stdout);
