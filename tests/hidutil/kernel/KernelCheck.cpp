@@ -259,16 +259,6 @@ int keymapRecords() {
     return count;
 }
 
-// The mapping lines that "hidutil status" prints under the keyboard line that ends with name.
-std::string statusOf(const Result& status, const std::string& name) {
-    const std::size_t line = status.out.find(" " + name + "\n");
-    if (line == std::string::npos)
-        return "(not listed)";
-    const std::size_t begin = line + name.size() + 2;
-    const std::size_t end = status.out.find("keyboard ", begin);
-    return status.out.substr(begin, end == std::string::npos ? end : end - begin);
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -362,23 +352,21 @@ int main(int argc, char** argv) {
 
     // Status reads back from the kernel what became of each entry: installed, skipped on the
     // keyboard without F13, and overridden once a key is changed by ioctl, until installed again.
-    const std::string bothInstalled =
-        "mapping 0x700000039 0x700000029 installed\nmapping 0x700000068 0x700000029 installed\n";
+    // Under each keyboard's line come its entries; B follows A, and C, made last, comes last.
+    const std::string onA = a.name + "\nmapping 0x700000039 0x700000029 ";
+    const std::string bothOnA =
+        onA + "installed\nmapping 0x700000068 0x700000029 installed\nkeyboard ";
     const Result status = run({"status"});
-    check(status.status == 0 && statusOf(status, a.name) == bothInstalled &&
-              statusOf(status, c.name) ==
-                  "mapping 0x700000039 0x700000029 installed\n"
-                  "mapping 0x700000068 0x700000029 skipped\n",
+    check(status.status == 0 && says(status, bothOnA) &&
+              status.out.ends_with(c.name + "\nmapping 0x700000039 0x700000029 installed\n"
+                                            "mapping 0x700000068 0x700000029 skipped\n"),
           "status: both entries installed on keyboard A, F13 skipped on keyboard C");
     remap(nodeA, 0x70039, KEY_LEFTALT);
     const Result overridden = run({"status"});
-    check(
-        overridden.status == 3 &&
-            statusOf(overridden, a.name).rfind("mapping 0x700000039 0x700000029 overridden\n", 0) ==
-                0,
-        "status: an entry changed by ioctl after the install is overridden");
+    check(overridden.status == 3 && says(overridden, onA + "overridden\n"),
+          "status: an entry changed by ioctl after the install is overridden");
     check(installed(run({"property", "--set", mapping({{"39", "29"}, {"68", "29"}})})) &&
-              statusOf(run({"status"}), a.name) == bothInstalled,
+              says(run({"status"}), bothOnA),
           "status: installed again after a new install");
     ::close(c.event);
     ::close(c.fd);  // unplugged: its record is of no use any more
