@@ -20,12 +20,7 @@ void writeDefaultsFile(const std::string& json) {
     std::ofstream(UserDefaults::standardPath()) << json;
 }
 
-class MappingStoreTest : public ::testing::Test {
-  protected:
-    void SetUp() override { keyMappings = {mapping("ff", "ff")}; }  // stale contents to drop
-};
-
-TEST_F(MappingStoreTest, AnyIllFormedStoredListLoadsAsEmpty) {
+TEST(MappingStoreTest, AnyIllFormedStoredListLoadsAsEmpty) {
     const char* badValues[] = {
         R"("text")",
         R"({"originalId": "39"})",
@@ -43,13 +38,14 @@ TEST_F(MappingStoreTest, AnyIllFormedStoredListLoadsAsEmpty) {
     }
 }
 
-TEST_F(MappingStoreTest, ExtraKeysAndDuplicatesSurviveARoundTrip) {
+TEST(MappingStoreTest, ExtraKeysAndDuplicatesSurviveARoundTrip) {
     writeDefaultsFile(R"({"keydata2": [
         {"original": "Caps Lock", "originalId": "39", "remapped": "Escape", "remappedId": "29",
          "addedBy": "an older version"},
         {"original": "Caps Lock", "originalId": "39", "remapped": "a", "remappedId": "04"},
         {"original": "x"}
     ], "somethingElse": [1, 2.5, true]})");
+    keyMappings = {mapping("ff", "ff")};  // stale contents to drop
     MappingStore::loadMappings();
     ASSERT_EQ(keyMappings.size(), 3u);
     EXPECT_EQ(keyMappings[0].at("addedBy"), "an older version");
