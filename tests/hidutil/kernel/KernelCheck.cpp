@@ -107,16 +107,6 @@ struct UhidKeyboard {
         return event >= 0;
     }
 
-    // Answers what the kernel asks of the device (nothing needs an answer for a keyboard).
-    void drain() const {
-        pollfd p{fd, POLLIN, 0};
-        while (::poll(&p, 1, 0) > 0) {
-            uhid_event ev{};
-            if (::read(fd, &ev, sizeof ev) <= 0)
-                break;
-        }
-    }
-
     void report(unsigned char modifiers, unsigned char key) const {
         uhid_event ev{};
         ev.type = UHID_INPUT2;
@@ -125,7 +115,10 @@ struct UhidKeyboard {
         ev.u.input2.data[2] = key;
         if (::write(fd, &ev, sizeof ev) < 0)
             std::perror("uhid input");
-        drain();
+        // Reads what the kernel asks of the device, which a keyboard need not answer.
+        pollfd p{fd, POLLIN, 0};
+        while (::poll(&p, 1, 0) > 0 && ::read(fd, &ev, sizeof ev) > 0) {
+        }
     }
 
     // Presses and releases a usage (a modifier usage through the modifier bits).
@@ -273,8 +266,7 @@ int main(int argc, char** argv) {
         std::printf("%sfailed\n", doneMarker);
         return 1;
     }
-    const auto atDefault = keymapOf(nodeAt);
-    const auto hidDefault = keymapOf(nodeA);
+    const auto atDefault = keymapOf(nodeAt), hidDefault = keymapOf(nodeA);
     const std::vector<const UhidKeyboard*> both = {&a, &b};
 
     // The listing is the one hidutil's output test prints from keyboards in memory, byte for byte.
