@@ -18,10 +18,10 @@ TEST(HidKeyCodes, EqualTheKernelsDefaultTableAndStopAfterIt) {
         if (line.empty() || line[0] == '#')
             continue;
         std::istringstream words(line);
-        std::string scancode;
+        unsigned scancode = 0;
         int code = -1;
-        words >> scancode >> code;
-        const unsigned usage = std::stoul(scancode, nullptr, 16) - 0x70000;
+        words >> std::hex >> scancode >> std::dec >> code;
+        const unsigned usage = scancode - 0x70000;
         EXPECT_EQ(usage, rows) << line;
         EXPECT_EQ(linuxKeyCodeForUsage(usage), code) << line;
         ++rows;

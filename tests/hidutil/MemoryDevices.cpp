@@ -2,7 +2,6 @@
 
 #include <linux/input-event-codes.h>
 
-#include <cerrno>
 #include <sstream>
 
 #include "hidutil/Command.h"

@@ -22,10 +22,6 @@ Outcome run(const std::vector<std::string>& args) {
                                std::filesystem::path(std::getenv("XDG_RUNTIME_DIR")) / "hidutil");
 }
 
-Outcome set(const std::string& text) {
-    return run({"property", "--set", text});
-}
-
 // What the session and install tests do not send: upper-case hex, a decimal destination, the same
 // source twice, any JSON white space, a decimal product id and --matching before --set.
 TEST(PropertyText, AcceptsTheApplicationsCommands) {
@@ -52,7 +48,7 @@ TEST(PropertyText, RefusesWithPositionAndWhatWasExpected) {
     ASSERT_GT(lines.size(), 2u);
     std::string said;
     for (std::size_t i = 0; i + 1 < lines.size(); i += 2) {
-        const Outcome result = set(lines[i]);
+        const Outcome result = run({"property", "--set", lines[i]});
         EXPECT_EQ(result.status, exitFailure) << lines[i];
         EXPECT_EQ(result.out, "") << lines[i];
         said += lines[i] + "\n" + result.err;

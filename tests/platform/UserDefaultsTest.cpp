@@ -21,11 +21,6 @@ std::string readFile(const fs::path& file) {
     return text.str();
 }
 
-void writeFile(const fs::path& file, const std::string& text) {
-    fs::create_directories(file.parent_path());
-    std::ofstream(file) << text;
-}
-
 TEST(UserDefaults, LivesUnderXdgConfigHomeOrDotConfig) {
     EXPECT_EQ(UserDefaults::standardPath(),
               fs::path(std::getenv("XDG_CONFIG_HOME")) / "keyvane" / "defaults.json");
@@ -99,7 +94,8 @@ TEST(UserDefaults, UnreadableFileReadsEmptyIsKeptAsideAtOnceAndReported) {
     UserDefaults::setProblemHandler([&](const auto& problem) { problems.push_back(problem); });
     const fs::path file = UserDefaults::standardPath();
     const std::string corrupt = R"({"keydata2": [{"original": "Caps Lock")";
-    writeFile(file, corrupt);
+    fs::create_directories(file.parent_path());
+    std::ofstream(file) << corrupt;
 
     UserDefaults defaults(file);
     ::testing::internal::CaptureStderr();

@@ -13,14 +13,6 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
-namespace {
-
-void feed(const std::string& input) {
-    LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(input.data()), input.size());
-}
-
-}  // namespace
-
 int main(int argc, char** argv) {
     if (argc != 3) {
         std::fprintf(stderr, "usage: property_fuzz_replay CORPUS_DIR ITERATIONS\n");
@@ -35,6 +27,9 @@ int main(int argc, char** argv) {
         return 1;
     const long iterations = std::atol(argv[2]);
     static constexpr char pieces[] = "{}[]\":, \\0x79e3UserKeyMapping\t\n-";
+    const auto feed = [](const std::string& input) {
+        LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(input.data()), input.size());
+    };
     std::mt19937 random(1);
     for (const auto& seed : seeds)
         feed(seed);
