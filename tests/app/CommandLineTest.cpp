@@ -133,9 +133,9 @@ TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
         EXPECT_EQ(run.status, row.status) << context;
         EXPECT_NE(run.out.find(row.out), std::string::npos) << context << run.out;
         EXPECT_NE(run.err.find(row.err), std::string::npos) << context;
-        if (row.status == CommandLine::usageError) {
-            EXPECT_NE(run.err.find(CommandLine::usage), std::string::npos) << context;
-        }
+        EXPECT_EQ(run.err.find(CommandLine::usage) != std::string::npos,
+                  row.status == CommandLine::usageError)
+            << context;
         EXPECT_EQ(hidutil.calls(), row.calls) << context;
         MappingStore::loadMappings();
         EXPECT_EQ(keyMappings.size(), row.listSize) << context;
