@@ -36,11 +36,10 @@ class LaunchTest : public ::testing::Test {
   protected:
     void SetUp() override {
         server.useForThisProcess();
-        keyMappings = {{{"original", "Caps Lock"},
-                        {"originalId", "39"},
-                        {"remapped", "Escape"},
-                        {"remappedId", "29"}}};
-        MappingStore::saveMappings();
+        MappingStore::appendMapping({{"original", "Caps Lock"},
+                                     {"originalId", "39"},
+                                     {"remapped", "Escape"},
+                                     {"remappedId", "29"}});
         keyMappings.clear();
     }
 

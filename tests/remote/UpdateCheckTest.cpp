@@ -6,7 +6,6 @@
 #include <QTimer>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "platform/MainQueue.h"
 #include "platform/UserDefaults.h"
@@ -94,24 +93,22 @@ class UpdateCheck : public ::testing::Test {
         qputenv("KEYVANE_SERVICE_HOST", "updates.example");
         remoteConfig = RemoteConfig{};
     }
-    void TearDown() override { remoteConfig = RemoteConfig{}; }
 
     // Runs the check as a main-queue task inside the application's event loop. Returns 0 when it
     // ended the application, 1 when the loop kept running afterwards, 99 when it got stuck.
     static int check() {
-        QTimer ticks, limit;
+        QTimer ticks;
         int turns = 0;
         // Several turns of the loop: an application that was told to end has none left.
         ticks.callOnTimeout([&] {
             if (++turns == 5)
                 QCoreApplication::exit(1);
         });
-        limit.callOnTimeout([] { QCoreApplication::exit(99); });
         MainQueue::async([&] {
             SCL::checkForUpdate();
             ticks.start(0);
         });
-        limit.start(60000);
+        QTimer::singleShot(60000, &ticks, [] { QCoreApplication::exit(99); });
         return QApplication::exec();
     }
 

@@ -129,21 +129,17 @@ TEST_F(KeyboardVCTest, PickerOffersKeysWithoutCodesAndDisableKeyOnlyForTheNewKey
     wheel();
     EXPECT_EQ(text("srcKeyLbl"), "Original key");
     pick("Paste");
-    EXPECT_EQ(text("srcKeyLbl"), "Paste");
     EXPECT_TRUE(pickable("Disable key"));
     pick("Paste");
     wheel();
     EXPECT_EQ(text("destKeyLbl"), "New key");
     EXPECT_FALSE(applyEnabled());
     pick("Disable key");
-    EXPECT_EQ(text("destKeyLbl"), "Disable key");
-
-    vc->applyClick();
-    ASSERT_EQ(keyMappings.size(), 1u);
-    EXPECT_EQ(keyMappings[0], (KeyMapping{{"original", "Paste"},
-                                          {"originalId", "7d"},
-                                          {"remapped", "Disable key"},
-                                          {"remappedId", "00"}}));
+    vc->applyClick();  // the record is made of what the labels say
+    EXPECT_EQ(keyMappings, (std::vector<KeyMapping>{{{"original", "Paste"},
+                                                     {"originalId", "7d"},
+                                                     {"remapped", "Disable key"},
+                                                     {"remappedId", "00"}}}));
 }
 
 // Apply stores the record, installs it and closes the window. The next capture window opens with

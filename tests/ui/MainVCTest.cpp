@@ -16,7 +16,6 @@
 #include "engine/MappingStatus.h"
 #include "engine/MappingStore.h"
 #include "platform/LoginItems.h"
-#include "platform/UserDefaults.h"
 #include "tests/support/AlertAnswerer.h"
 #include "tests/support/FakeHidutil.h"
 #include "ui/capture/KeyboardVC.h"
