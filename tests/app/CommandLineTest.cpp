@@ -72,8 +72,7 @@ Outcome keyvane(const QStringList& arguments) {
 class CommandLineTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        keyMappings = {capsLockToEscape};
-        MappingStore::saveMappings();
+        MappingStore::appendMapping(capsLockToEscape);
         exportFile = (std::filesystem::path(getenv("HOME")) / "mappings.json").string();
     }
 
@@ -133,9 +132,9 @@ TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
         EXPECT_EQ(run.status, row.status) << context;
         EXPECT_NE(run.out.find(row.out), std::string::npos) << context << run.out;
         EXPECT_NE(run.err.find(row.err), std::string::npos) << context;
-        if (row.status == CommandLine::usageError) {
-            EXPECT_NE(run.err.find(CommandLine::usage), std::string::npos) << context;
-        }
+        EXPECT_EQ(run.err.find(CommandLine::usage) != std::string::npos,
+                  row.status == CommandLine::usageError)
+            << context;
         EXPECT_EQ(hidutil.calls(), row.calls) << context;
         MappingStore::loadMappings();
         EXPECT_EQ(keyMappings.size(), row.listSize) << context;
@@ -179,9 +178,7 @@ TEST_F(CommandLineTest, ARunningCopyCarriesOutTheCommandsOverTheBus) {
     // The copy ends once it has answered, so that it cannot install the mappings again.
     QProcess restore;
     start(restore, {"--restore"});
-    QTimer deadline;
-    deadline.callOnTimeout([] { QCoreApplication::exit(7); });
-    deadline.start(60000);
+    QTimer::singleShot(60000, &restore, [] { QCoreApplication::exit(7); });
     EXPECT_EQ(QCoreApplication::exec(), 0);
     run = outcome(restore);
     EXPECT_EQ(run.status, 0) << run.err;

@@ -69,15 +69,8 @@ TEST_F(LauncherTest, StartsKeyvaneForALoginLaunchAndQuitsWhenToldTo) {
     EXPECT_TRUE(QTest::qWaitFor([] { return !isRunning("app.keyvane.Keyvane"); }, 20000));
 }
 
-TEST_F(LauncherTest, GivesUpWhenKeyvaneNeverReportsItsStart) {
-    const Finished launcher = runToEnd(launcherBesideStandIn(), {"--wait", "1"});
-    EXPECT_EQ(launcher.exitCode, 1);
-    EXPECT_NE(launcher.errors.find("did not report its start within 1 s"), std::string::npos)
-        << launcher.errors;
-    EXPECT_TRUE(standInStarted());
-}
-
-TEST_F(LauncherTest, StartsNothingWhenKeyvaneOrAnotherLauncherAlreadyRuns) {
+// Once nothing runs, it starts Keyvane and gives up when that never reports its start.
+TEST_F(LauncherTest, StartsNothingWhenKeyvaneOrAnotherLauncherAlreadyRunsOrGivesUp) {
     const QString launcher = launcherBesideStandIn();
     for (const char* holder : {"app.keyvane.Keyvane", "app.keyvane.KeyvaneLauncher"}) {
         QDBusConnection::sessionBus().interface()->registerService(holder);
@@ -87,6 +80,12 @@ TEST_F(LauncherTest, StartsNothingWhenKeyvaneOrAnotherLauncherAlreadyRuns) {
     }
     EXPECT_FALSE(standInStarted());
     EXPECT_EQ(runToEnd(launcher, {"--wait"}).exitCode, 2);
+
+    const Finished run = runToEnd(launcher, {"--wait", "1"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.errors.find("did not report its start within 1 s"), std::string::npos)
+        << run.errors;
+    EXPECT_TRUE(standInStarted());
 }
 
 }  // namespace

@@ -17,8 +17,7 @@ namespace {
 
 // Tasks run on the main thread, each to its end before the next (see the alert test below).
 TEST(MainQueue, RunsTasksOneAtATimeInTheOrderEachThreadEnqueuedThemOnTheMainThread) {
-    constexpr int threads = 4;
-    constexpr int perThread = 200;
+    constexpr int threads = 4, perThread = 200;
     std::vector<std::vector<int>> seen(threads);
     int ran = 0;
     int offMainThread = 0;

@@ -48,16 +48,10 @@ void send(Outcome& outcome, const std::string& url, const std::string& body = ""
         });
 }
 
-// Drives the event loop until an outcome is complete (or marked wrong). A second outcome would
-// show when they are compared at the end of a test.
+// Every callback of one answer runs in one main-queue task, so the first call completes an outcome.
+// A second outcome would show when they are compared at the end of a test.
 bool waitForOutcome(const Outcome& outcome) {
-    return QTest::qWaitFor(
-        [&] {
-            return outcome.size() >= 2 ||
-                   (outcome.size() == 1 && (outcome[0].starts_with("failure") ||
-                                            outcome[0].starts_with("off the main thread")));
-        },
-        60000);
+    return QTest::qWaitFor([&] { return !outcome.empty(); }, 60000);
 }
 
 class SendRequest : public ::testing::Test {
@@ -100,8 +94,7 @@ TEST_F(SendRequest, TheRequestGoesOutByteForByteWithOnlyTheFieldsItWasGiven) {
 TEST_F(SendRequest, EveryStatusWithItsBodyIsAnAnswerOnTheMainQueue) {
     struct Row {
         int status;
-        std::string body;
-        std::string text;  // bytes above ASCII become one character each
+        std::string body, text;  // bytes above ASCII become one character each
         bool fromAnotherThread = false;
     };
     const std::vector<Row> rows = {

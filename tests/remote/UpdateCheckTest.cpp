@@ -4,8 +4,8 @@
 #include <QByteArray>
 #include <QTest>
 #include <QTimer>
+#include <optional>
 #include <string>
-#include <vector>
 
 #include "platform/MainQueue.h"
 #include "platform/UserDefaults.h"
@@ -68,29 +68,21 @@ TEST(ConfigAnswer, AcceptsExactlyFourLinesBeginningWithConfigAndNothingElse) {
     EXPECT_FALSE(decode(thai));
 }
 
+// Each pair sorts in this order and never the other way round; é written as e + combining acute
+// equals the precomposed é, which sorts above f.
 TEST(VersionOrder, ComparesCanonicalTextsCodePointByCodePoint) {
-    struct Row {
-        std::string version, other;
-        bool below;
-    };
-    const std::vector<Row> rows = {
-        {"1.1", "1.1.1", true},
-        {"1.10", "1.9", true},
-        {"1.1", "1.1", false},
-        {"1.2", "1.1", false},
-        {"1.9", "1.10", false},
-        {"", "1.1", true},
-        {"1.0", "", false},
-        {"1.Z", "1.a", true},
-        // é written as e + combining acute equals the precomposed é, which sorts above f.
-        {"1.e\xCC\x81", "1.\xC3\xA9", false},
-        {"1.\xC3\xA9", "1.e\xCC\x81", false},
-        {"1.e\xCC\x81", "1.f", false},
-        {"1.f", "1.e\xCC\x81", true},
-    };
-    for (const Row& row : rows)
-        EXPECT_EQ(versionSortsBelow(row.version, row.other), row.below)
-            << row.version << " < " << row.other;
+    const std::pair<std::string, std::string> ordered[] = {
+        {"1.1", "1.1.1"}, {"1.10", "1.9"}, {"1.1", "1.2"},
+        {"", "1.1"},      {"1.Z", "1.a"},  {"1.f", "1.e\xCC\x81"}};
+    for (const auto& [lower, higher] : ordered) {
+        EXPECT_TRUE(versionSortsBelow(lower, higher)) << lower << " < " << higher;
+        EXPECT_FALSE(versionSortsBelow(higher, lower)) << higher << " < " << lower;
+    }
+    for (const auto& [version, same] :
+         {std::pair{"1.1", "1.1"}, std::pair{"1.e\xCC\x81", "1.\xC3\xA9"}}) {
+        EXPECT_FALSE(versionSortsBelow(version, same)) << version;
+        EXPECT_FALSE(versionSortsBelow(same, version)) << version;
+    }
 }
 
 class UpdateCheck : public ::testing::Test {
@@ -101,24 +93,22 @@ class UpdateCheck : public ::testing::Test {
         qputenv("KEYVANE_SERVICE_HOST", "updates.example");
         remoteConfig = RemoteConfig{};
     }
-    void TearDown() override { remoteConfig = RemoteConfig{}; }
 
     // Runs the check as a main-queue task inside the application's event loop. Returns 0 when it
     // ended the application, 1 when the loop kept running afterwards, 99 when it got stuck.
     static int check() {
-        QTimer ticks, limit;
+        QTimer ticks;
         int turns = 0;
         // Several turns of the loop: an application that was told to end has none left.
         ticks.callOnTimeout([&] {
             if (++turns == 5)
                 QCoreApplication::exit(1);
         });
-        limit.callOnTimeout([] { QCoreApplication::exit(99); });
         MainQueue::async([&] {
             SCL::checkForUpdate();
             ticks.start(0);
         });
-        limit.start(60000);
+        QTimer::singleShot(60000, &ticks, [] { QCoreApplication::exit(99); });
         return QApplication::exec();
     }
 
@@ -126,67 +116,50 @@ class UpdateCheck : public ::testing::Test {
     testing::OpenedUrls browser;
 };
 
-TEST_F(UpdateCheck, AnInstalledVersionBelowTheMinimumIsToldToUpdateAndTheApplicationEnds) {
-    remoteConfig.minimumVersion = "1.3";
-    remoteConfig.latestVersion = "1.3";
-    // The choice not to be reminded of a version never silences this alert.
-    UserDefaults::standard().setString("noupdateprompt", "1.3");
-    answerer.answerNext("Visit download page");
-
-    EXPECT_EQ(check(), 0);
-    EXPECT_EQ(answerer.seen(),
-              (std::vector<testing::AlertAnswerer::Seen>{{"App update required",
-                                                          requiredText,
-                                                          {"Visit download page"},
-                                                          "Visit download page"}}));
-    EXPECT_EQ(browser.urls(), QStringList{"https://updates.example/keyvane/"});
-}
-
-TEST_F(UpdateCheck, AnAvailableUpdateIsOfferedUntilTheUserDeclinesThatVersion) {
-    remoteConfig.latestVersion = "1.4";
-    answerer.answerNext("Download now");
-    EXPECT_EQ(check(), 1);
-    EXPECT_EQ(answerer.seen(), (std::vector<testing::AlertAnswerer::Seen>{
-                                   {"App update available",
-                                    "Currently installed: 1.2.0\nLatest version:1.4" + advice,
-                                    {"Download now", "Don't show again for this version"},
-                                    "Download now"}}));
-    EXPECT_EQ(browser.urls(), QStringList{"https://updates.example/keyvane/"});
-    EXPECT_FALSE(UserDefaults::standard().stringForKey("noupdateprompt"));
-
-    // Closed without a choice: nothing happens.
-    answerer.answerNext("");
-    EXPECT_EQ(check(), 1);
-    EXPECT_EQ(answerer.seen().size(), 2u);
-    EXPECT_FALSE(UserDefaults::standard().stringForKey("noupdateprompt"));
-
-    answerer.answerNext("Don't show again for this version");
-    EXPECT_EQ(check(), 1);
-    EXPECT_EQ(answerer.seen().size(), 3u);
-    EXPECT_EQ(UserDefaults::standard().stringForKey("noupdateprompt"), "1.4");
-    EXPECT_EQ(browser.urls().size(), 1);
-
-    // The same latest version again: silence. A newer one: asked again.
-    EXPECT_EQ(check(), 1);
-    EXPECT_EQ(answerer.seen().size(), 3u);
-    remoteConfig.latestVersion = "1.5";
-    answerer.answerNext("Don't show again for this version");
-    EXPECT_EQ(check(), 1);
-    ASSERT_EQ(answerer.seen().size(), 4u);
+// Versions that do not sort above the installed one show nothing: the defaults, equal to it, and
+// larger as numbers but smaller as text. An update is offered until the user declines that
+// version; one below the minimum is required whatever was declined, and ends the application.
+TEST_F(UpdateCheck, AnUpdateIsOfferedUntilDeclinedARequiredOneEndsTheApplication) {
+    const struct {
+        std::string minimum, latest;
+        const char* answer;  // none: no alert
+        std::size_t alerts;  // seen so far
+        std::optional<std::string> declined;
+    } checks[] = {
+        {"1.1", "1.1", nullptr, 0, {}},
+        {"1.2.0", "1.2.0", nullptr, 0, {}},
+        {"1.10", "1.10", nullptr, 0, {}},
+        {"1.1", "1.4", "Download now", 1, {}},
+        {"1.1", "1.4", "", 2, {}},  // closed without a choice: nothing happens
+        {"1.1", "1.4", "Don't show again for this version", 3, "1.4"},
+        {"1.1", "1.4", nullptr, 3, "1.4"},
+        {"1.1", "1.5", "Don't show again for this version", 4, "1.5"},
+    };
+    for (const auto& step : checks) {
+        remoteConfig = {"config", "", step.minimum, step.latest};
+        if (step.answer)
+            answerer.answerNext(step.answer);
+        EXPECT_EQ(check(), 1) << step.latest;
+        EXPECT_EQ(answerer.seen().size(), step.alerts) << step.latest;
+        EXPECT_EQ(UserDefaults::standard().stringForKey("noupdateprompt"), step.declined);
+    }
+    EXPECT_EQ(
+        answerer.seen().front(),
+        (testing::AlertAnswerer::Seen{"App update available",
+                                      "Currently installed: 1.2.0\nLatest version:1.4" + advice,
+                                      {"Download now", "Don't show again for this version"},
+                                      "Download now"}));
     EXPECT_EQ(answerer.seen().back().informativeText,
               "Currently installed: 1.2.0\nLatest version:1.5" + advice);
-    EXPECT_EQ(UserDefaults::standard().stringForKey("noupdateprompt"), "1.5");
-}
 
-TEST_F(UpdateCheck, VersionsThatDoNotSortAboveTheInstalledOneShowNothing) {
-    // The defaults; equal to the installed version; larger as numbers but smaller as text.
-    for (const std::string version : {"1.1", "1.2.0", "1.10"}) {
-        remoteConfig.minimumVersion = version;
-        remoteConfig.latestVersion = version;
-        EXPECT_EQ(check(), 1) << version;
-    }
-    EXPECT_TRUE(answerer.seen().empty());
-    EXPECT_TRUE(browser.urls().empty());
+    remoteConfig.minimumVersion = "1.5";
+    answerer.answerNext("Visit download page");
+    EXPECT_EQ(check(), 0);
+    EXPECT_EQ(
+        answerer.seen().back(),
+        (testing::AlertAnswerer::Seen{
+            "App update required", requiredText, {"Visit download page"}, "Visit download page"}));
+    EXPECT_EQ(browser.urls(), QStringList(2, "https://updates.example/keyvane/"));
 }
 
 // The configuration is fetched and applied, and the check runs once afterwards, whether the

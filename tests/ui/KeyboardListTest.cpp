@@ -86,15 +86,14 @@ TEST(KeyboardList, StoredKeyboardIsSelectedLastMatchWins) {
         "0x5ac 0x27e 0x1 1 6 0x3 USB\n"  // same title: not listed, not selected
         "0x4c 0x27e 0x1 1 6 0x4 Bluetooth\n"
         "0x4c 0x999 0x1 1 6 0x5 Virtual\n";
-    MappingStore::saveKeyboardId("0x27e");
-    EXPECT_EQ(fillFrom(listing).selectedTitle, "Bluetooth");
-
-    MappingStore::saveKeyboardId("0x9999");
-    EXPECT_EQ(fillFrom(listing).selectedTitle, "All keyboards");
-
-    MappingStore::saveKeyboardId("0x5555");  // not connected: nothing selected, nothing rewritten
-    EXPECT_EQ(fillFrom(listing).selectedTitle, "All keyboards");
-    EXPECT_EQ(MappingStore::loadKeyboardId(), "0x5555");
+    // A keyboard not connected: nothing selected, nothing rewritten.
+    for (const auto& [stored, selected] :
+         {std::pair{"0x27e", "Bluetooth"}, std::pair{"0x9999", "All keyboards"},
+          std::pair{"0x5555", "All keyboards"}}) {
+        MappingStore::saveKeyboardId(stored);
+        EXPECT_EQ(fillFrom(listing).selectedTitle, selected);
+        EXPECT_EQ(MappingStore::loadKeyboardId(), stored);
+    }
 }
 
 }  // namespace
