@@ -2,9 +2,9 @@
 
 #include <QComboBox>
 
+#include "common/Text.h"
 #include "engine/MappingStore.h"
 #include "engine/ShellRunner.h"
-#include "common/Text.h"
 
 namespace keyvane {
 namespace {
