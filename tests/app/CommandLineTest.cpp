@@ -21,12 +21,14 @@
 #include "tests/support/FakeInputDeviceMonitor.h"
 #include "tests/support/HttpsTestServer.h"
 #include "tests/support/PrivateSessionBus.h"
+#include "tests/support/ReadFile.h"
 #include "ui/main/MainVC.h"
 
 namespace keyvane {
 namespace {
 
 using testing::FakeHidutil;
+using testing::readFile;
 using Calls = std::vector<std::vector<std::string>>;
 
 const KeyMapping capsLockToEscape = {
@@ -35,11 +37,6 @@ const KeyMapping commandToControl = {
     {"original", "Command"}, {"originalId", "e3"}, {"remapped", "Control"}, {"remappedId", "e0"}};
 const std::string capsLockProperty =
     R"({"UserKeyMapping" : [{"HIDKeyboardModifierMappingSrc" : 0x700000039, "HIDKeyboardModifierMappingDst" : 0x700000029}]})";
-
-std::string readFile(const std::filesystem::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-}
 
 struct Outcome {
     int status;

@@ -6,14 +6,14 @@
 
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <string>
+
+#include "tests/support/ReadFile.h"
 
 namespace keyvane::testing {
 
 inline std::string goldenFile(const std::string& name) {
-    std::ifstream in(std::string(HIDUTIL_TEST_DATA) + "/" + name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
+    return readFile(std::string(HIDUTIL_TEST_DATA) + "/" + name);
 }
 
 inline void expectGolden(const std::string& name, const std::string& actual) {

@@ -1,10 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 
 #include "platform/LoginItems.h"
+#include "tests/support/ReadFile.h"
 
 namespace keyvane {
 namespace {
@@ -27,8 +26,7 @@ TEST(LoginItemsTest, TheEntryStartsTheHelperWhereverItIsInstalled) {
         ASSERT_TRUE(
             LoginItems::setEnabled("app.keyvane.KeyvaneLauncher", row.executable, true, error))
             << error;
-        std::ifstream in(entry);
-        const std::string text{std::istreambuf_iterator<char>(in), {}};
+        const std::string text = testing::readFile(entry);
         EXPECT_NE(text.find("\n" + row.exec + "\n"), std::string::npos) << text;
         const std::string validate = "desktop-file-validate '" + entry.string() + "'";
         EXPECT_EQ(std::system(validate.c_str()), 0) << row.executable;

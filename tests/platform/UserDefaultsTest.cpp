@@ -5,21 +5,15 @@
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 #include "platform/UserDefaults.h"
+#include "tests/support/ReadFile.h"
 
 namespace keyvane {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string readFile(const fs::path& file) {
-    std::ifstream in(file);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using testing::readFile;
 
 TEST(UserDefaults, LivesUnderXdgConfigHomeOrDotConfig) {
     EXPECT_EQ(UserDefaults::standardPath(),

@@ -1,12 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <QComboBox>
-#include <fstream>
-#include <iterator>
 #include <utility>
 
 #include "engine/MappingStore.h"
 #include "tests/support/FakeHidutil.h"
+#include "tests/support/ReadFile.h"
 #include "ui/main/KeyboardList.h"
 
 namespace keyvane {
@@ -33,12 +32,6 @@ Filled fillFrom(const std::string& listing) {
     return filled;
 }
 
-// What hidutil listed on the kernel test's machine: the AT keyboard and two HID keyboards.
-std::string listingOnQemu() {
-    std::ifstream in(KEYBOARD_LIST_ON_QEMU);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
 const char* heading =
     "Services:\n"
     "VendorID ProductID LocationID UsagePage Usage RegistryID  Transport Class Product\n";
@@ -48,8 +41,9 @@ TEST(KeyboardList, ItemsComeFromTheSeventhFieldFirstTitleWinsLinesWithAZeroField
         {heading, {}},
         {"", {}},
         // A second keyboard with a title already listed, and a line that is too short.
-        {listingOnQemu() + "0x46d 0xc31c 0x14100000 1 6 0x10000ab12 USB Keyboard Logitech\n" +
-             "0x1 0x2 0x3\n",
+        // What hidutil listed on the kernel test's machine: the AT keyboard and two HID keyboards.
+        {testing::readFile(KEYBOARD_LIST_ON_QEMU) +
+             "0x46d 0xc31c 0x14100000 1 6 0x10000ab12 USB Keyboard Logitech\n" + "0x1 0x2 0x3\n",
          {{"Internal", "0x1"}, {"USB", "0x1111"}, {"Bluetooth", "0x2222"}}},
         {"0x5ac 0x0 0x1 1 6 0x2 USB\n"             // " 0x0 " inside: skipped
          "0x0 0x111 0x1 1 6 0x2 Bluetooth\n"       // at the very start: kept
