@@ -2,6 +2,8 @@
 #include <QIcon>
 #include <csignal>
 #include <cstdlib>
+#include <string>
+#include <vector>
 
 #include "app/CommandLine.h"
 #include "app/Launch.h"
@@ -21,14 +23,21 @@ constexpr const char* displayUnreachableMessage =
     "Keyvane cannot open its window: the graphical session it was given does not answer "
     "(DISPLAY=";
 
-// Qt brings up its display itself when QT_QPA_PLATFORM names one (offscreen, vnc, ...); otherwise
-// it needs an X11 or Wayland session.
-bool hasGraphicalSession() {
-    for (const char* variable : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"}) {
-        if (!qEnvironmentVariableIsEmpty(variable))
+// Qt brings up its display itself when QT_QPA_PLATFORM names one that needs no session (offscreen,
+// vnc, ...); xcb and wayland, which desktops often export for every program, need X11 or Wayland.
+bool platformNeedsNoSession() {
+    const QStringList platforms =
+        qEnvironmentVariable("QT_QPA_PLATFORM").split(';', Qt::SkipEmptyParts);
+    for (const QString& platform : platforms) {
+        if (!platform.startsWith("xcb") && !platform.startsWith("wayland"))
             return true;
     }
     return false;
+}
+
+bool hasGraphicalSession() {
+    return platformNeedsNoSession() || !qEnvironmentVariableIsEmpty("DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 }
 
 // A console cannot show the window, but it can still ask the copy that runs on the desktop (on the
@@ -45,11 +54,14 @@ int startWithoutGraphicalSession(int argc, char** argv) {
     return 1;
 }
 
+// Qt's own words while it brings up the display; shown only when it succeeds.
+std::vector<std::string> displayMessages;
+
 // A display that is named but does not answer (a stale DISPLAY, an ended session) makes Qt abort
 // with advice to reinstall; say instead what is wrong, and end with 1.
 void exitOnDisplayFailure(QtMsgType type, const QMessageLogContext&, const QString& message) {
     if (type != QtFatalMsg) {
-        keyvane::warn(message.toStdString());
+        displayMessages.push_back(message.toStdString());
         return;
     }
     keyvane::warn(displayUnreachableMessage + qgetenv("DISPLAY").toStdString() +
@@ -71,6 +83,8 @@ int main(int argc, char** argv) {
     QtMessageHandler previousHandler = qInstallMessageHandler(exitOnDisplayFailure);
     QApplication application(argc, argv);
     qInstallMessageHandler(previousHandler);
+    for (const std::string& message : displayMessages)
+        keyvane::warn(message);
     QApplication::setApplicationName("Keyvane");
     QApplication::setDesktopFileName(keyvane::bundle::appIdentifier);
     QApplication::setWindowIcon(QIcon::fromTheme(keyvane::bundle::appIdentifier));
