@@ -172,7 +172,10 @@ MappingFile::Reading MappingFile::parse(std::string_view text) {
         else
             reading.rejected.push_back("mapping " + std::to_string(i + 1) + ": " + reason);
     }
-    if (reading.mappings.empty() && !records.empty())
+    // An empty list would only ever empty the user's own.
+    if (records.empty())
+        reading.problem = "it holds no mappings";
+    else if (reading.mappings.empty())
         reading.problem = "none of its " + std::to_string(records.size()) + " mappings can be used";
     return reading;
 }

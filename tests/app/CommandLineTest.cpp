@@ -209,6 +209,7 @@ TEST_F(CommandLineTest, ImportOfABadFileLeavesTheStoredSettingsByteIdentical) {
         {file("", R"({"originalId": "zz", "remappedId": "29"}, ["39"])"),
          R"(mapping 1: the key table has no key with id "zz" ("originalId"))"},
         {file("", R"(["39"])"), "none of its 1 mappings can be used"},
+        {file("", ""), "it holds no mappings"},
         {file("", good + R"(, {"originalId": "39", "remappedId": "0x29"})"),
          R"(mapping 2: the key table has no key with id "0x29" ("remappedId"))"},
         {file("", good + R"(, {"originalId": "39"})"), R"(mapping 2: it has no "remappedId")"},
