@@ -331,7 +331,10 @@ int runCommand(const std::vector<std::string>& args, DeviceSource& devices,
                std::ostream& err, ReadBack readBack) {
     const auto options = readOptions(args);
     if (!options) {
-        err << text::usage;
+        std::string given = args.empty() ? " (none given)" : "";
+        for (const std::string& arg : args)
+            given += " " + arg;
+        err << text::usage << "\n" << fill(text::errorCommandLine, {given});
         return exitUsage;
     }
     return Runner(devices, recordFolder, readBack, out, err).run(*options);

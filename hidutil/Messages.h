@@ -122,6 +122,8 @@ inline constexpr std::string_view expectInteger = "an integer";
 inline constexpr std::string_view expectString = "a string";
 
 // Errors on standard error.
+inline constexpr std::string_view errorCommandLine =
+    "hidutil: not a command line hidutil understands:{}\n";
 inline constexpr std::string_view errorText =
     "hidutil: cannot use the {} text at position {}: expected {}\n";
 inline constexpr std::string_view whatSet = "--set";

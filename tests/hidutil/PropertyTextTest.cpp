@@ -111,6 +111,8 @@ TEST(Arguments, AnythingButTheKnownCommandLinesGivesTheUsage) {
         EXPECT_EQ(result.out, "");
         EXPECT_EQ(result.err.rfind("usage: hidutil property --set TEXT [--matching TEXT]\n", 0),
                   0u);
+        EXPECT_NE(result.err.find("\nhidutil: not a command line hidutil understands: "),
+                  std::string::npos);
     }
     const Outcome help = run({"--help"});
     EXPECT_EQ(help.status, exitSuccess);
