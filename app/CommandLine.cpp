@@ -24,7 +24,8 @@ using Action = CommandLine::Action;
 const std::map<std::string, Action> options = {
     {"--apply", Action::Apply},   {"--restore", Action::Restore}, {"--list", Action::List},
     {"--status", Action::Status}, {"--export", Action::Export},   {"--import", Action::Import},
-    {"--help", Action::Help},     {"--version", Action::Version},
+    {"--help", Action::Help},     {"--version", Action::Version}, {"-h", Action::Help},
+    {"-v", Action::Version},
 };
 constexpr const char* appendOption = "--append";
 

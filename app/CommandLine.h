@@ -46,8 +46,8 @@ class CommandLine {
         "                     then install them\n"
         "  --import FILE --append\n"
         "                     add the mappings in FILE after yours, then install them all\n"
-        "  --help             print this help\n"
-        "  --version          print Keyvane's version\n"
+        "  -h, --help         print this help\n"
+        "  -v, --version      print Keyvane's version\n"
         "\n"
         "When Keyvane runs, the command is carried out by it. Exit status: 0 when it worked,\n"
         "1 when it did not, 2 for options that are not understood.\n";
