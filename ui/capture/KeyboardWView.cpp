@@ -58,12 +58,13 @@ void KeyboardWView::forward(QKeyEvent* event) {
     event->accept();
     const int linuxKeyCode = linuxKeyCodeOf(event);
     const std::string description = describe(event, linuxKeyCode);
-    if (event->type() == QEvent::KeyPress)
-        trace(description);
     // Keys without a virtual key code have no entry in the key table either: nothing to capture.
+    // The controller traces what it is handed; the rest is traced here, once.
     std::optional<std::uint16_t> keyCode = virtualKeyCodeForLinuxKeyCode(linuxKeyCode);
     if (currentKeyboardVC && keyCode)
         currentKeyboardVC->handleKeyEvent({*keyCode, description});
+    else if (event->type() == QEvent::KeyPress)
+        trace(description);
 }
 
 }  // namespace keyvane
