@@ -32,8 +32,11 @@ KeyMapping record(const std::string& name, const std::string& id) {
     return {{"original", name}, {"originalId", id}, {"remapped", "Escape"}, {"remappedId", "29"}};
 }
 
-const std::vector<KeyMapping> threeRecords = {record("Caps Lock", "39"), record("Command", "e3"),
-                                              record("Tab", "2b")};
+// The last record lacks the new key's name, as an older or another writer may leave it.
+const std::vector<KeyMapping> threeRecords = {
+    record("Caps Lock", "39"),
+    record("Command", "e3"),
+    {{"original", "Tab"}, {"originalId", "2b"}, {"remappedId", "29"}}};
 
 class MainVCTest : public ::testing::Test {
   protected:
@@ -108,7 +111,7 @@ TEST_F(MainVCTest, FirstLaunchShowsTheHintAStoredListIsShownRemovalStoresThenIns
     MappingStore::saveApplyAtLogin(true);
     load(threeRecords);
     EXPECT_EQ(column(0), (std::vector<std::string>{"Caps Lock", "Command", "Tab"}));
-    EXPECT_EQ(column(1), (std::vector<std::string>{"Escape", "Escape", "Escape"}));
+    EXPECT_EQ(column(1), (std::vector<std::string>{"Escape", "Escape", ""}));
     QAbstractItemModel* model = table()->model();
     EXPECT_FALSE(model->index(0, 0).data(Qt::ToolTipRole).isValid());
     EXPECT_EQ(model->index(1, 0).data(Qt::ToolTipRole).toString(), "Left Super (Windows logo) key");
