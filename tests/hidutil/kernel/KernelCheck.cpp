@@ -3,8 +3,6 @@
 // report. Each check prints a marker line on the console, which the host reads.
 #include <fcntl.h>
 #include <linux/input.h>
-#include <linux/uhid.h>
-#include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
@@ -21,28 +19,15 @@
 #include <thread>
 #include <vector>
 
+#include "UhidKeyboard.h"
+
 namespace {
 
 constexpr const char* passMarker = "KEYVANE-CHECK PASS ";
 constexpr const char* failMarker = "KEYVANE-CHECK FAIL ";
 constexpr const char* doneMarker = "KEYVANE-KERNEL-TEST DONE ";
-constexpr unsigned testVendor = 0x1d50;
 constexpr unsigned productA = 0x1111;
 constexpr unsigned productB = 0x2222;
-
-// A boot-protocol keyboard whose key array reaches every keyboard usage up to lastUsage (Right GUI
-// for a full keyboard).
-std::vector<unsigned char> reportDescriptor(unsigned char lastUsage) {
-    return {
-        0x05, 0x01, 0x09, 0x06, 0xa1, 0x01,  // keyboard application
-        0x05, 0x07, 0x19, 0xe0, 0x29, 0xe7,      0x15, 0x00,      0x25, 0x01,  // modifiers e0..e7
-        0x75, 0x01, 0x95, 0x08, 0x81, 0x02,                                    // 8 bits
-        0x95, 0x01, 0x75, 0x08, 0x81, 0x01,                                    // reserved byte
-        0x95, 0x06, 0x75, 0x08, 0x15, 0x00,      0x26, lastUsage, 0x00,  // 6 keys, 0..lastUsage
-        0x05, 0x07, 0x19, 0x00, 0x29, lastUsage, 0x81, 0x00,             //
-        0xc0,
-    };
-}
 
 int failures = 0;
 std::string hidutil = "/bin/hidutil";
@@ -55,105 +40,6 @@ void check(bool ok, const std::string& what) {
     if (!ok)
         ++failures;
 }
-
-std::string eventNodeNamed(const std::string& name) {
-    for (int attempt = 0; attempt < 100; ++attempt) {
-        for (const auto& entry : std::filesystem::directory_iterator("/dev/input")) {
-            if (entry.path().filename().string().rfind("event", 0) != 0)
-                continue;
-            const int fd = ::open(entry.path().c_str(), O_RDONLY | O_CLOEXEC);
-            char found[256] = {};
-            if (fd >= 0 && ::ioctl(fd, EVIOCGNAME(sizeof found - 1), found) >= 0 && name == found) {
-                ::close(fd);
-                return entry.path().string();
-            }
-            if (fd >= 0)
-                ::close(fd);
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    }
-    return {};
-}
-
-struct UhidKeyboard {
-    int fd = -1;
-    int event = -1;  // its event device
-    std::string name, node;
-
-    bool create(unsigned product, unsigned bus, const std::string& deviceName,
-                unsigned char lastUsage = 0xe7) {
-        name = deviceName;
-        fd = ::open("/dev/uhid", O_RDWR | O_CLOEXEC);
-        if (fd < 0)
-            return false;
-        uhid_event ev{};
-        ev.type = UHID_CREATE2;
-        std::snprintf(reinterpret_cast<char*>(ev.u.create2.name), sizeof ev.u.create2.name, "%s",
-                      name.c_str());
-        std::snprintf(reinterpret_cast<char*>(ev.u.create2.phys), sizeof ev.u.create2.phys,
-                      "keyvane-test/%s", name.c_str());
-        const auto descriptor = reportDescriptor(lastUsage);
-        std::memcpy(ev.u.create2.rd_data, descriptor.data(), descriptor.size());
-        ev.u.create2.rd_size = static_cast<__u16>(descriptor.size());
-        ev.u.create2.bus = static_cast<__u16>(bus);
-        ev.u.create2.vendor = testVendor;
-        ev.u.create2.product = product;
-        if (::write(fd, &ev, sizeof ev) != static_cast<ssize_t>(sizeof ev))
-            return false;
-        node = eventNodeNamed(name);
-        event = ::open(node.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-        return event >= 0;
-    }
-
-    void report(unsigned char modifiers, unsigned char key) const {
-        uhid_event ev{};
-        ev.type = UHID_INPUT2;
-        ev.u.input2.size = 8;
-        ev.u.input2.data[0] = modifiers;
-        ev.u.input2.data[2] = key;
-        if (::write(fd, &ev, sizeof ev) < 0)
-            std::perror("uhid input");
-        // Reads what the kernel asks of the device, which a keyboard need not answer.
-        pollfd p{fd, POLLIN, 0};
-        while (::poll(&p, 1, 0) > 0 && ::read(fd, &ev, sizeof ev) > 0) {
-        }
-    }
-
-    // Presses and releases a usage (a modifier usage through the modifier bits).
-    void tap(unsigned usage) const {
-        if (usage >= 0xe0)
-            report(static_cast<unsigned char>(1u << (usage - 0xe0)), 0);
-        else
-            report(0, static_cast<unsigned char>(usage));
-        report(0, 0);
-    }
-
-    // The key codes of the key presses that tapping usage gives, read up to a sentinel key.
-    std::vector<int> pressesOf(unsigned usage) const {
-        constexpr unsigned sentinelUsage = 0x45;  // F12, never remapped here
-        input_event ev{};
-        while (::read(event, &ev, sizeof ev) > 0) {
-        }
-        tap(usage);
-        tap(sentinelUsage);
-        std::vector<int> presses;
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-        while (std::chrono::steady_clock::now() < deadline) {
-            pollfd p{event, POLLIN, 200};
-            if (::poll(&p, 1, 200) <= 0)
-                continue;
-            while (::read(event, &ev, sizeof ev) == static_cast<ssize_t>(sizeof ev)) {
-                if (ev.type != EV_KEY || ev.value != 1)
-                    continue;
-                if (ev.code == KEY_F12)
-                    return presses;
-                presses.push_back(ev.code);
-            }
-        }
-        presses.push_back(-1);  // the sentinel never came
-        return presses;
-    }
-};
 
 struct Result {
     int status = -1;  // -1 when killed

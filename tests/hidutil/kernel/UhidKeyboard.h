@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+// Virtual HID devices made through /dev/uhid in the test guest, as the kernel sees a USB or
+// Bluetooth keyboard, with their event devices.
+
+// The event node (/dev/input/eventN) of the device of that name, waited for up to ten seconds;
+// empty when none appeared.
+std::string eventNodeNamed(const std::string& name);
+
+struct UhidKeyboard {
+    static constexpr unsigned vendor = 0x1d50;
+
+    int fd = -1;
+    int event = -1;  // its event device
+    std::string name, node;
+
+    // A boot-protocol keyboard whose key array reaches every usage up to lastUsage (Right GUI for a
+    // full keyboard).
+    bool create(unsigned product, unsigned bus, const std::string& deviceName,
+                unsigned char lastUsage = 0xe7);
+    void report(unsigned char modifiers, unsigned char key) const;
+    // Presses and releases a usage (a modifier usage through the modifier bits).
+    void tap(unsigned usage) const;
+    // The key codes of the key presses that tapping usage gives, read up to a sentinel key; -1 last
+    // when the sentinel never came.
+    std::vector<int> pressesOf(unsigned usage) const;
+};
