@@ -1,9 +1,12 @@
 #include "common/AtomicFile.h"
 
 #include <fcntl.h>
+#include <stdio.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <ctime>
+#include <string>
 
 namespace keyvane {
 namespace {
@@ -22,6 +25,15 @@ std::error_code writeAll(int fd, std::string_view bytes) {
         bytes.remove_prefix(static_cast<size_t>(written));
     }
     return {};
+}
+
+std::string utcTimestamp() {
+    const std::time_t now = std::time(nullptr);
+    std::tm parts{};
+    gmtime_r(&now, &parts);
+    char text[32];
+    std::strftime(text, sizeof text, "%Y%m%dT%H%M%SZ", &parts);
+    return text;
 }
 
 }  // namespace
@@ -53,6 +65,18 @@ std::error_code replaceFileAtomically(const std::filesystem::path& file, std::st
     if (sync == Sync::FileAndFolder)
         syncFolder(folder);
     return {};
+}
+
+std::error_code moveAside(const std::filesystem::path& file, std::string_view tag,
+                          std::filesystem::path& movedTo) {
+    const std::string base = file.string() + "." + std::string(tag) + "-" + utcTimestamp();
+    for (int n = 0;; ++n) {
+        movedTo = n == 0 ? base : base + "-" + std::to_string(n);
+        if (::renameat2(AT_FDCWD, file.c_str(), AT_FDCWD, movedTo.c_str(), RENAME_NOREPLACE) == 0)
+            return {};
+        if (errno != EEXIST)
+            return lastError();
+    }
 }
 
 std::error_code syncFolder(const std::filesystem::path& folder) {

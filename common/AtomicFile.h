@@ -20,6 +20,11 @@ enum class Sync {
 std::error_code replaceFileAtomically(const std::filesystem::path& file, std::string_view contents,
                                       Sync sync = Sync::FileAndFolder);
 
+// Renames `file` to "<file>.<tag>-<UTC time>" (with "-N" added while that name is taken) and
+// gives the new path; never replaces another file.
+std::error_code moveAside(const std::filesystem::path& file, std::string_view tag,
+                          std::filesystem::path& movedTo);
+
 // Makes renames in `folder` durable.
 std::error_code syncFolder(const std::filesystem::path& folder);
 

@@ -174,8 +174,11 @@ class Runner {
                 service.target.recordError =
                     store_->load(device.info().instance, service.target.record);
             const auto& record = service.target.record;
+            // A device hidutil changed stays one to restore, whatever became of its keys.
             service.keyboard =
-                isKeyboard(originalKeymap(service.target.current, record ? &*record : nullptr));
+                record || service.target.recordError ||
+                isKeyboard(device.info(), service.target.current,
+                           originalKeymap(service.target.current, record ? &*record : nullptr));
         }
         service.row = describeService(device.info(), service.keyboard);
         return service;
@@ -204,10 +207,8 @@ class Runner {
         }
         // Two runs at once would each remember the other's changes as originals.
         const FolderLock lock(*folder_);
-        if (!lock) {
-            err_ << fill(text::errorState, {folder_->string(), lock.error.message()});
+        if (!locked(lock))
             return exitFailure;
-        }
         const std::vector<Mapping> usable = usableMappings(*mappings.value, err_);
         bool ok = scan();
         if (scan_.error)
@@ -218,25 +219,24 @@ class Runner {
         }
         store_->removeStale(scan_.present);
         std::vector<const Target*> targets;
-        for (const Service* service : keyboardsMatching(*matching))
+        for (Service* service : keyboardsMatching(*matching)) {
+            // Without its originals, a clear cannot put that keyboard back; an install can go on.
+            if (setAsideDamaged(service->target) && mappings.value->empty())
+                ok = false;
             targets.push_back(&service->target);
+        }
         if (options.matching && targets.empty()) {
             err_ << fill(text::errorNoMatch, {*options.matching});
             return exitFailure;
         }
         Installer installer(*store_, err_, readBack_);
-        const auto installed = installer.install(targets, *mappings.value, usable);
+        const auto installed =
+            installer.install(targets, *mappings.value, usable, !options.matching);
         if (!ok || installer.failed())
             return exitFailure;
-        if (options.matching) {
-            out_ << formatMatchedEcho(installed, std::vector(installed.size(), *mappings.value));
-            return exitSuccess;
-        }
-        if (auto error = store_->saveAllKeyboards(*mappings.value)) {
-            err_ << fill(text::errorState, {folder_->string(), error.message()});
-            return exitFailure;
-        }
-        out_ << formatEcho(*mappings.value);
+        out_ << (options.matching
+                     ? formatMatchedEcho(installed, std::vector(installed.size(), *mappings.value))
+                     : formatEcho(*mappings.value));
         return exitSuccess;
     }
 
@@ -289,16 +289,21 @@ class Runner {
     int status(const Options& options) {
         std::optional<FolderLock> lock;
         std::error_code error;
-        if (folder_ && std::filesystem::exists(*folder_, error))
-            lock.emplace(*folder_);
+        if (folder_ && std::filesystem::exists(*folder_, error) && !locked(lock.emplace(*folder_)))
+            return exitFailure;
         bool ok = scan();
         std::vector<KeyboardStatus> keyboards;
-        for (const Service& service : services_) {
+        for (Service& service : services_) {
             if (!service.keyboard)
                 continue;
-            keyboards.push_back({service.row, {}});
-            const Target& target = service.target;
+            Target& target = service.target;
             const DeviceInfo& info = target.device->info();
+            setAsideDamaged(target);
+            keyboards.push_back({service.row,
+                                 {},
+                                 lock && store_ && !info.instance.empty() &&
+                                     store_->originalsUnknown(info.instance)});
+            ok = ok && !keyboards.back().originalsUnknown;
             if (target.recordError) {
                 err_ << fill(text::errorRecordUnreadable,
                              {store_->fileOf(info.instance).string(), info.node, info.name,
@@ -312,6 +317,35 @@ class Runner {
         if (!ok)
             return exitFailure;
         return anyOverridden(keyboards) ? exitOverridden : exitSuccess;
+    }
+
+    // Whether the folder's lock is held; if not, says why.
+    bool locked(const FolderLock& lock) {
+        if (lock)
+            return true;
+        if (lock.error == std::errc::operation_would_block)
+            err_ << fill(text::errorLockHeld,
+                         {lock.holder.empty() ? text::lockHolderUnknown : lock.holder,
+                          (*folder_ / text::lockFile).string()});
+        else
+            err_ << fill(text::errorState, {folder_->string(), lock.error.message()});
+        return false;
+    }
+
+    // Moves a damaged record of the target out of the way, and says so; only under the folder's
+    // lock. True when there was one: the device's original keys are unknown from now on.
+    bool setAsideDamaged(Target& target) {
+        if (target.recordError != damagedRecord())
+            return false;
+        const DeviceInfo& info = target.device->info();
+        std::filesystem::path movedTo;
+        if (auto error = store_->setAside(info.instance, movedTo)) {
+            err_ << fill(text::errorState, {folder_->string(), error.message()});
+            return false;
+        }
+        err_ << fill(text::errorDamagedRecord, {info.node, info.name, movedTo.string()});
+        target.recordError.clear();
+        return true;
     }
 
     DeviceSource& source_;

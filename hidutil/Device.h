@@ -24,6 +24,8 @@ struct DeviceInfo {
     // kernel keeps for it, where an event node name is reused by the next device plugged in. Empty
     // when it cannot be told.
     std::string instance;
+    // udev's verdict (ID_INPUT_KEYBOARD) where udev has handled the device; nothing elsewhere.
+    std::optional<bool> udevKeyboard;
 };
 
 // Linux bus types (linux/input.h), repeated so that the logic builds without kernel headers.

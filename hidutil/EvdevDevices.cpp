@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <linux/input.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -18,6 +20,10 @@ namespace {
 
 constexpr std::string_view eventPrefix = "event";
 constexpr const char* bootIdFile = "/proc/sys/kernel/random/boot_id";
+// udev's database of the devices it has handled, a file per device: "c<major>:<minor>" for a
+// character device, one "E:KEY=VALUE" line per property.
+constexpr const char* udevDataFolder = "/run/udev/data";
+constexpr std::string_view udevKeyboardLine = "E:ID_INPUT_KEYBOARD=1";
 // Keymaps are far smaller; this only bounds a misbehaving driver.
 constexpr unsigned keymapLimit = 1u << 16;
 // Registry ids look like the macOS ones and are never 0.
@@ -123,10 +129,29 @@ std::string inputDeviceOf(const std::filesystem::path& sysfsClass, const std::st
     return inputNumberOf(name) ? name : std::string();
 }
 
+// What udev made of the device behind a node, read without access to the node; nothing where udev
+// has not handled it (no udev, or not yet).
+std::optional<bool> udevKeyboardVerdict(const std::filesystem::path& node) {
+    struct stat status {};
+    if (::stat(node.c_str(), &status) != 0 || !S_ISCHR(status.st_mode))
+        return std::nullopt;
+    const std::string name =
+        "c" + std::to_string(major(status.st_rdev)) + ":" + std::to_string(minor(status.st_rdev));
+    std::ifstream file(std::filesystem::path(udevDataFolder) / name);
+    if (!file)
+        return std::nullopt;
+    for (std::string line; std::getline(file, line);)
+        if (line == udevKeyboardLine)
+            return true;
+    return false;
+}
+
 // Read where no access to the node is needed; a device whose capabilities cannot be read may be
 // a keyboard.
-bool maybeKeyboard(const std::filesystem::path& sysfsClass, const std::string& nodeName) {
-    std::ifstream file(sysfsClass / nodeName / "device" / "capabilities" / "key");
+bool maybeKeyboard(const std::filesystem::path& sysfsClass, const std::filesystem::path& node) {
+    if (const auto verdict = udevKeyboardVerdict(node))
+        return *verdict;
+    std::ifstream file(sysfsClass / node.filename() / "device" / "capabilities" / "key");
     std::string bitmap;
     std::getline(file, bitmap);
     return capabilitiesHaveEveryLetter(bitmap).value_or(true);
@@ -170,6 +195,7 @@ std::unique_ptr<KeyDevice> openDevice(const std::filesystem::path& node,
     info.phys = printable(phys);
     const std::string nodeName = node.filename().string();
     info.instance = inputDeviceOf(sysfsClass, nodeName);
+    info.udevKeyboard = udevKeyboardVerdict(node);
     const auto number = inputNumberOf(info.instance);
     const std::uint64_t eventNumber = std::stoull(nodeName.substr(eventPrefix.size()));
     info.registryId = registryBase + (number ? *number : eventNumber);
@@ -206,8 +232,7 @@ DeviceScan EvdevDeviceSource::scan() {
         if (auto device = openDevice(node, sysfsClass_, openError))
             result.devices.push_back(std::move(device));
         else
-            result.unopened.push_back(
-                {node.string(), openError, maybeKeyboard(sysfsClass_, node.filename().string())});
+            result.unopened.push_back({node.string(), openError, maybeKeyboard(sysfsClass_, node)});
     }
     return result;
 }

@@ -7,7 +7,8 @@ namespace keyvane::hidutil {
 
 std::vector<std::uint64_t> Installer::install(const std::vector<const Target*>& targets,
                                               const std::vector<Mapping>& mappings,
-                                              const std::vector<Mapping>& usable) {
+                                              const std::vector<Mapping>& usable,
+                                              bool allKeyboards) {
     std::vector<Work> work;
     for (const Target* target : targets) {
         work.push_back({target, planInstall(target->current, target->record, mappings, usable)});
@@ -22,36 +23,54 @@ std::vector<std::uint64_t> Installer::install(const std::vector<const Target*>& 
             for (unsigned usage : work.back().plan.missingUsages)
                 err_ << fill(text::noteNoKey, {info.node, info.name, hexNumber(usage)});
     }
-    rememberOriginals(work);
+    writeBeforeChanges(work, mappings, allKeyboards);
     std::vector<std::uint64_t> installed;
     for (Work& one : work) {
-        if (one.outcome == Outcome::Pending)
+        if (one.outcome == Outcome::Pending) {
+            noteChangedSince(one);
             change(one);
+        }
         if (one.outcome == Outcome::Done)
             keepRecord(one);
         if (one.outcome == Outcome::Done)
             installed.push_back(one.target->device->info().registryId);
     }
+    if (allKeyboards && mappings.empty() && !failed_)
+        if (auto error = store_.removeAllKeyboards())
+            err_ << fill(text::noteRecordKept, {store_.folder().string(), error.message()});
     return installed;
 }
 
-void Installer::rememberOriginals(std::vector<Work>& work) {
-    std::vector<Work*> written;
+void Installer::noteChangedSince(const Work& work) {
+    const DeviceInfo& info = work.target->device->info();
+    for (std::uint32_t scancode : work.plan.changedSince)
+        err_ << fill(text::noteChangedSince, {info.node, info.name, hexNumber(scancode),
+                                              std::to_string(work.target->current.at(scancode))});
+}
+
+// Any file that cannot be written stops the install on every keyboard, before any key changes.
+void Installer::writeBeforeChanges(std::vector<Work>& work, const std::vector<Mapping>& mappings,
+                                   bool allKeyboards) {
+    std::error_code error;
+    bool durable = false;
     for (Work& one : work) {
-        if (one.outcome != Outcome::Pending || !one.plan.writeDuring)
+        if (error || one.outcome != Outcome::Pending || !one.plan.writeDuring)
             continue;
-        const auto& instance = one.target->device->info().instance;
-        if (auto error = store_.save(instance, one.plan.during, true))
-            fail(one, stateError(error));
-        else
-            written.push_back(&one);
+        error = store_.save(one.target->device->info().instance, one.plan.during, one.plan.durable);
+        durable = durable || one.plan.durable;
     }
+    if (!error && allKeyboards && !mappings.empty() && store_.loadAllKeyboards() != mappings)
+        error = store_.saveAllKeyboards(mappings);
     // One sync of the folder makes every new record durable.
-    if (written.empty())
+    if (!error && durable)
+        error = store_.syncFolder();
+    if (!error)
         return;
-    if (auto error = store_.syncFolder())
-        for (Work* one : written)
-            fail(*one, stateError(error));
+    err_ << stateError(error);
+    failed_ = true;
+    for (Work& one : work)
+        if (one.outcome == Outcome::Pending)
+            one.outcome = Outcome::Failed;
 }
 
 void Installer::change(Work& work) {
@@ -97,11 +116,12 @@ void Installer::verify(Work& work, const std::vector<KeymapChange>& made) {
 
 // The record before the changes covers them all; what is left to do is to narrow it to the keys
 // that stay changed, which a crash of the machine may undo without harm, the keymaps going with it.
+// Should that fail, the wider record still restores exactly.
 void Installer::keepRecord(Work& work) {
     if (!work.plan.writeAfter)
         return;
     if (auto error = store_.save(work.target->device->info().instance, work.plan.after, false))
-        fail(work, stateError(error));
+        err_ << fill(text::noteRecordKept, {store_.folder().string(), error.message()});
 }
 
 std::string Installer::stateError(const std::error_code& error) const {

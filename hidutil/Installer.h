@@ -23,19 +23,22 @@ struct Target {
 
 enum class ReadBack { Yes, No };
 
-// Installs one list on keyboards. No key changes before the original of every key that may change
-// is on disk, for all keyboards at once, so that a crash at any moment leaves records that undo
-// everything changed. Every change is read back. A keyboard that lacks a key or goes away is a
-// note on the error stream; one that refuses a change, or does not take it, fails.
+// Installs one list on keyboards. No key changes before every file the install needs is on disk,
+// for all keyboards at once: a crash at any moment leaves records that undo everything changed, and
+// once a key has changed nothing can turn the install into a failure but a key not taken. Every
+// change is read back. A keyboard that lacks a key or goes away, and a key someone else changed
+// since hidutil did, are notes on the error stream; a keyboard that refuses a change, or does not
+// take it, fails.
 class Installer {
   public:
     Installer(const RecordStore& store, std::ostream& err, ReadBack readBack)
         : store_(store), err_(err), readBack_(readBack) {}
 
-    // The registry ids of the keyboards that took the list.
+    // The registry ids of the keyboards that took the list. For all keyboards, the list is kept for
+    // "property --get" as well.
     std::vector<std::uint64_t> install(const std::vector<const Target*>& targets,
                                        const std::vector<Mapping>& mappings,
-                                       const std::vector<Mapping>& usable);
+                                       const std::vector<Mapping>& usable, bool allKeyboards);
     bool failed() const { return failed_; }
 
   private:
@@ -46,7 +49,9 @@ class Installer {
         Outcome outcome = Outcome::Pending;
     };
 
-    void rememberOriginals(std::vector<Work>& work);
+    void noteChangedSince(const Work& work);
+    void writeBeforeChanges(std::vector<Work>& work, const std::vector<Mapping>& mappings,
+                            bool allKeyboards);
     void change(Work& work);
     void verify(Work& work, const std::vector<KeymapChange>& made);
     void keepRecord(Work& work);

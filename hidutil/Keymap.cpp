@@ -19,12 +19,33 @@ std::uint32_t keyCodeOf(unsigned usage) {
     return static_cast<std::uint32_t>(linuxKeyCodeForUsage(usage));
 }
 
-// Whether the record on disk already holds the original of every scancode of wanted.
+constexpr int letterKeys[] = {KEY_A, KEY_B, KEY_C, KEY_D, KEY_E, KEY_F, KEY_G, KEY_H, KEY_I,
+                              KEY_J, KEY_K, KEY_L, KEY_M, KEY_N, KEY_O, KEY_P, KEY_Q, KEY_R,
+                              KEY_S, KEY_T, KEY_U, KEY_V, KEY_W, KEY_X, KEY_Y, KEY_Z};
+// The keyboard page's letter usages, a (4) to z (0x1d).
+constexpr unsigned firstLetterUsage = 0x04, lastLetterUsage = 0x1d;
+
+// Whether the record on disk already holds every scancode of wanted, with its original and every
+// code it may be left with. Records of earlier formats kept no codes, and restore whatever is
+// there.
 bool covers(const std::optional<DeviceRecord>& record, const DeviceRecord& wanted) {
-    return record &&
-           std::all_of(wanted.originals.begin(), wanted.originals.end(), [&](const auto& original) {
-               return record->originals.contains(original.first);
+    return record && std::all_of(wanted.keys.begin(), wanted.keys.end(), [&](const auto& entry) {
+               const auto kept = record->keys.find(entry.first);
+               return kept != record->keys.end() &&
+                      kept->second.original == entry.second.original &&
+                      (kept->second.set.empty() ||
+                       std::includes(kept->second.set.begin(), kept->second.set.end(),
+                                     entry.second.set.begin(), entry.second.set.end()));
            });
+}
+
+bool producesEveryLetter(const Keymap& keymap) {
+    bool present[KEY_MAX + 1] = {};
+    for (const auto& [scancode, keycode] : keymap)
+        if (keycode <= KEY_MAX)
+            present[keycode] = true;
+    return std::all_of(std::begin(letterKeys), std::end(letterKeys),
+                       [&](int letter) { return present[letter]; });
 }
 
 }  // namespace
@@ -46,22 +67,32 @@ bool isHidKeymap(const Keymap& keymap) {
 Keymap originalKeymap(const Keymap& current, const DeviceRecord* record) {
     Keymap original = current;
     if (record)
-        for (const auto& [scancode, keycode] : record->originals)
+        for (const auto& [scancode, key] : record->keys)
             if (auto it = original.find(scancode); it != original.end())
-                it->second = keycode;
+                it->second = key.original;
     return original;
 }
 
-bool isKeyboard(const Keymap& original) {
-    static constexpr int letters[] = {KEY_A, KEY_B, KEY_C, KEY_D, KEY_E, KEY_F, KEY_G, KEY_H, KEY_I,
-                                      KEY_J, KEY_K, KEY_L, KEY_M, KEY_N, KEY_O, KEY_P, KEY_Q, KEY_R,
-                                      KEY_S, KEY_T, KEY_U, KEY_V, KEY_W, KEY_X, KEY_Y, KEY_Z};
-    bool present[KEY_MAX + 1] = {};
-    for (const auto& [scancode, keycode] : original)
-        if (keycode <= KEY_MAX)
-            present[keycode] = true;
-    return std::all_of(std::begin(letters), std::end(letters),
-                       [&](int letter) { return present[letter]; });
+bool isKeyboard(const DeviceInfo& info, const Keymap& current, const Keymap& original) {
+    if (info.udevKeyboard)
+        return *info.udevKeyboard;
+    if (!isHidKeymap(current))
+        return producesEveryLetter(original);
+    for (unsigned usage = firstLetterUsage; usage <= lastLetterUsage; ++usage)
+        if (!current.contains(hidKeyboardPage | usage))
+            return false;
+    return true;
+}
+
+std::vector<std::uint32_t> changedSince(const Keymap& current, const DeviceRecord& record) {
+    std::vector<std::uint32_t> changed;
+    for (const auto& [scancode, key] : record.keys) {
+        const auto now = current.find(scancode);
+        if (now != current.end() && !key.set.empty() && now->second != key.original &&
+            !key.set.contains(now->second))
+            changed.push_back(scancode);
+    }
+    return changed;
 }
 
 MappedKeymap mappedKeymap(const Keymap& original, bool hid, const std::vector<Mapping>& mappings) {
@@ -94,17 +125,21 @@ MappedKeymap mappedKeymap(const Keymap& original, bool hid, const std::vector<Ma
 
 InstallPlan planInstall(const Keymap& current, const std::optional<DeviceRecord>& record,
                         const std::vector<Mapping>& mappings, const std::vector<Mapping>& usable) {
-    const Keymap original = originalKeymap(current, record ? &*record : nullptr);
-    const MappedKeymap wanted = mappedKeymap(original, isHidKeymap(current), usable);
     InstallPlan plan;
+    DeviceRecord kept = record.value_or(DeviceRecord{});
+    plan.changedSince = changedSince(current, kept);
+    for (std::uint32_t scancode : plan.changedSince)
+        kept.keys.erase(scancode);
+    const Keymap original = originalKeymap(current, &kept);
+    const MappedKeymap wanted = mappedKeymap(original, isHidKeymap(current), usable);
     plan.missingUsages = wanted.missingUsages;
     plan.after.mappings = mappings;
     plan.after.skipped.insert(wanted.missingUsages.begin(), wanted.missingUsages.end());
     for (const auto& [scancode, keycode] : wanted.keymap)
         if (keycode != original.at(scancode))
-            plan.after.originals[scancode] = original.at(scancode);
+            plan.after.keys[scancode] = {original.at(scancode), {keycode}};
 
-    // Until every change is made, the originals of the keys being put back count as well.
+    // Until every change is made, a key may still give the code it has now.
     plan.during = plan.after;
     for (const auto& [scancode, keycode] : current) {
         const std::uint32_t target = wanted.keymap.at(scancode);
@@ -113,9 +148,17 @@ InstallPlan planInstall(const Keymap& current, const std::optional<DeviceRecord>
         const auto usage = wanted.usageOf.find(scancode);
         plan.changes.push_back(
             {scancode, target, usage == wanted.usageOf.end() ? 0u : usage->second});
-        plan.during.originals.emplace(scancode, original.at(scancode));
+        RecordedKey& key = plan.during.keys[scancode];
+        key.original = original.at(scancode);
+        if (keycode != key.original)
+            key.set.insert(keycode);
     }
-    plan.writeDuring = !plan.changes.empty() && !covers(record, plan.during);
+    // The list goes on disk with the keys, so that once they have changed nothing is left to fail;
+    // a clear only removes the record, afterwards, which needs no room on the disk.
+    const bool listDiffers = !plan.after.empty() && (!record || record->mappings != mappings ||
+                                                     record->skipped != plan.after.skipped);
+    plan.durable = !plan.changes.empty() && !covers(record, plan.during);
+    plan.writeDuring = plan.durable || listDiffers;
     const DeviceRecord onDisk = plan.writeDuring ? plan.during : record.value_or(DeviceRecord{});
     plan.writeAfter = plan.after != onDisk;
     return plan;

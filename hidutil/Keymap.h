@@ -24,9 +24,14 @@ bool isHidKeymap(const Keymap& keymap);
 // another tool or not.
 Keymap originalKeymap(const Keymap& current, const DeviceRecord* record);
 
-// A keyboard is a device whose original keymap has every letter key, so that remapping letters
-// never hides a keyboard.
-bool isKeyboard(const Keymap& original);
+// Whether a device is a keyboard, never from what its keys produce now, which any program can
+// change: udev's verdict where udev has one; else, for a HID device, whether it has the scancodes
+// of every letter usage; else whether its original keymap produces every letter.
+bool isKeyboard(const DeviceInfo& info, const Keymap& current, const Keymap& original);
+
+// The scancodes of the record that give neither their original code nor one hidutil set: someone
+// changed them since (udev's hwdb again, another program), and what they give now is theirs.
+std::vector<std::uint32_t> changedSince(const Keymap& current, const DeviceRecord& record);
 
 // The keymap that installs mappings over the originals: on a HID keyboard the source usage's
 // scancode, on others every scancode whose original code is the source's, gets the destination's
@@ -40,9 +45,11 @@ struct MappedKeymap {
 };
 MappedKeymap mappedKeymap(const Keymap& original, bool hid, const std::vector<Mapping>& mappings);
 
-// What installing a list on one keyboard takes. The record "during" holds the original of every
-// scancode that is changed or may still be changed from an earlier run, and must be on disk before
-// the first change; "after" holds those that differ from their originals once all is done.
+// What installing a list on one keyboard takes. The record "during" holds every scancode that is
+// changed or may still be changed from an earlier run, with the codes it may be left with, and the
+// list; it must be on disk before the first change. "after" holds those that differ from their
+// originals once all is done. Scancodes changed by someone else since are no longer hidutil's: they
+// are left out of both, and their codes now count as their originals.
 struct KeymapChange {
     std::uint32_t scancode = 0;
     std::uint32_t keycode = 0;
@@ -51,9 +58,11 @@ struct KeymapChange {
 struct InstallPlan {
     std::vector<KeymapChange> changes;
     std::vector<unsigned> missingUsages;
+    std::vector<std::uint32_t> changedSince;
     DeviceRecord during;
     DeviceRecord after;
-    bool writeDuring = false;  // the record on disk does not yet cover every change
+    bool writeDuring = false;  // the record on disk does not hold what the changes need
+    bool durable = false;      // ... nor the original of every key that changes
     bool writeAfter = false;   // what is on disk once the changes begin differs from "after"
 };
 // mappings is the list as given, kept in the record; usable the entries that can be installed.

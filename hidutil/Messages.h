@@ -21,11 +21,12 @@ inline constexpr std::string_view usage =
     "0x27e}'.\n"
     "property --get prints the list last set for all keyboards in this boot, or with --matching "
     "the\n"
-    "list set on each matching keyboard, in the shape --set echoes it; (null) when none was set.\n"
+    "list set on each matching keyboard, in the shape --set echoes it; (null) when none is set.\n"
     "\n"
     "status reads back from the kernel what became of every entry installed, keyboard by "
     "keyboard:\n"
     "  keyboard PRODUCTID TRANSPORT REGISTRYID PRODUCT\n"
+    "  originals unknown\n"
     "  mapping SRC DST STATE\n"
     "One keyboard line for every keyboard, followed by a mapping line for every entry of the list\n"
     "installed on it, in the list's order (none when nothing is installed there). Fields are\n"
@@ -36,16 +37,22 @@ inline constexpr std::string_view usage =
     "  overridden  the key gives another code now (udev's hwdb applied again, another tool):\n"
     "              install the list again\n"
     "  unusable    the entry can never be installed (a blank or unknown usage)\n"
+    "\"originals unknown\" follows the keyboard line when hidutil's record of that keyboard's\n"
+    "original keys was found damaged in this boot: unplugging and replugging it (or restarting)\n"
+    "gives back the keymap the kernel gave it.\n"
     "Lines of other kinds may be added later; skip those you do not know. With --json, the same "
     "as\n"
     "one object: {\"Keyboards\": [{\"Product\": TEXT, \"ProductID\": N, \"Transport\": TEXT,\n"
-    "\"RegistryID\": N, \"UserKeyMapping\": [{\"HIDKeyboardModifierMappingSrc\": N,\n"
+    "\"RegistryID\": N, [\"Originals\": \"unknown\",] \"UserKeyMapping\": "
+    "[{\"HIDKeyboardModifierMappingSrc\": N,\n"
     "\"HIDKeyboardModifierMappingDst\": N, \"State\": TEXT}, ...]}, ...]}, numbers in decimal.\n"
     "\n"
     "Exit status: 0 done (for status: nothing overridden), 1 failed (for status: a keyboard or "
     "what\n"
-    "was installed on it could not be read; what could be read is printed), 2 bad command line,\n"
-    "3 status found an entry overridden.\n"
+    "was installed on it could not be read, or its original keys are unknown; what could be read "
+    "is\n"
+    "printed), 2 bad command line, 3 status found an entry overridden. Another hidutil at work is\n"
+    "waited for 5 seconds at most.\n"
     "\n"
     "Changing or listing keyboards needs read and write access to /dev/input/event*, which members "
     "of\n"
@@ -57,7 +64,9 @@ inline constexpr std::string_view usage =
     "the kernel keeps that keyboard's keymap: until it is unplugged or the machine restarts, "
     "across\n"
     "logouts. To put back every key it changed, also after a crash or a logout, run\n"
-    "  hidutil property --set '{\"UserKeyMapping\" : []}'\n";
+    "  hidutil property --set '{\"UserKeyMapping\" : []}'\n"
+    "A key that someone else changed after hidutil is left as they set it. A record that is not\n"
+    "whole is moved aside (.damaged-TIME) and named.\n";
 
 // Command words.
 inline constexpr std::string_view commandProperty = "property";
@@ -147,6 +156,14 @@ inline constexpr std::string_view errorNoInstance =
 inline constexpr std::string_view errorRecordUnreadable =
     "hidutil: cannot read {}, what was installed on {} ({}): {}\n";
 inline constexpr std::string_view errorNoDevices = "hidutil: cannot read {}: {}\n";
+inline constexpr std::string_view errorLockHeld =
+    "hidutil: {} holds {}, and has for 5 seconds; try again once it has ended\n";
+inline constexpr std::string_view lockHolderUnknown = "another process";
+inline constexpr std::string_view lockFile = "hidutil.lock";
+inline constexpr std::string_view errorDamagedRecord =
+    "hidutil: the record of the original keys of {} ({}) was cut short or changed, and is moved "
+    "to {}; its original keys are unknown, so they are left as they are: unplug and replug the "
+    "keyboard, or restart, to get back the keymap the kernel gave it\n";
 inline constexpr std::string_view errorState = "hidutil: cannot keep the original keys in {}: {}\n";
 inline constexpr std::string_view errorNoStateDir =
     "hidutil: neither XDG_STATE_HOME nor HOME is set, so there is nowhere to keep the original "
@@ -168,6 +185,12 @@ inline constexpr std::string_view noteNodeGone =
     "hidutil: note: skipping {}: its device is gone ({})\n";
 inline constexpr std::string_view noteNotKeyboard =
     "hidutil: note: skipping {}, which is no keyboard: {}\n";
+inline constexpr std::string_view noteChangedSince =
+    "hidutil: note: keyboard {} ({}): scancode {} was changed by someone else after hidutil and "
+    "gives key code {}; it is left as it is\n";
+inline constexpr std::string_view noteRecordKept =
+    "hidutil: note: the keys are in place, but the record in {} could not be brought up to date "
+    "({}); the one written before still restores them\n";
 inline constexpr std::string_view noteKeyboardGone =
     "hidutil: note: keyboard {} ({}) went away: {}\n";
 
@@ -198,13 +221,15 @@ inline constexpr std::string_view otherClass = "KeyvaneEvdevService";
 // Status.
 inline constexpr std::string_view statusKeyboardLine = "keyboard {} {} {} {}\n";
 inline constexpr std::string_view statusMappingLine = "mapping {} {} {}\n";
+inline constexpr std::string_view statusOriginalsUnknownLine = "originals unknown\n";
+inline constexpr std::string_view statusJsonOriginalsUnknown = "\"Originals\": \"unknown\", ";
 inline constexpr std::string_view stateInstalled = "installed";
 inline constexpr std::string_view stateSkipped = "skipped";
 inline constexpr std::string_view stateOverridden = "overridden";
 inline constexpr std::string_view stateUnusable = "unusable";
 inline constexpr std::string_view statusJsonKeyboard =
     "{}{\"Product\": {}, \"ProductID\": {}, \"Transport\": {}, \"RegistryID\": {}, "
-    "\"UserKeyMapping\": [";
+    "{}\"UserKeyMapping\": [";
 inline constexpr std::string_view statusJsonMapping =
     "{}{\"HIDKeyboardModifierMappingSrc\": {}, \"HIDKeyboardModifierMappingDst\": {}, "
     "\"State\": {}}";

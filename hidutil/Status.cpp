@@ -104,6 +104,8 @@ std::string formatStatus(const std::vector<KeyboardStatus>& keyboards) {
         const ServiceRow& row = keyboard.row;
         out += fill(text::statusKeyboardLine, {hexNumber(row.productId), row.transport,
                                                hexNumber(row.registryId), oneLine(row.product)});
+        if (keyboard.originalsUnknown)
+            out += text::statusOriginalsUnknownLine;
         for (const EntryStatus& entry : keyboard.entries)
             out += fill(text::statusMappingLine,
                         {hexNumber(entry.mapping.src), hexNumber(entry.mapping.dst),
@@ -118,7 +120,8 @@ std::string formatStatusJson(const std::vector<KeyboardStatus>& keyboards) {
         const ServiceRow& row = keyboards[k].row;
         out += fill(text::statusJsonKeyboard,
                     {k ? ",\n  " : "\n  ", jsonString(row.product), std::to_string(row.productId),
-                     jsonString(row.transport), std::to_string(row.registryId)});
+                     jsonString(row.transport), std::to_string(row.registryId),
+                     keyboards[k].originalsUnknown ? text::statusJsonOriginalsUnknown : ""});
         const auto& entries = keyboards[k].entries;
         for (std::size_t e = 0; e < entries.size(); ++e)
             out += fill(text::statusJsonMapping,

@@ -31,6 +31,7 @@ std::vector<EntryStatus> readBack(const Keymap& current, const DeviceRecord& rec
 struct KeyboardStatus {
     ServiceRow row;
     std::vector<EntryStatus> entries;
+    bool originalsUnknown = false;  // a damaged record of it was set aside in this boot
 };
 
 std::string_view stateName(EntryState state);

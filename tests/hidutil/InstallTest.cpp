@@ -5,11 +5,13 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 
 #include "common/Text.h"
 #include "hidutil/Command.h"
 #include "tests/hidutil/Golden.h"
 #include "tests/hidutil/MemoryDevices.h"
+#include "tests/support/ReadFile.h"
 
 namespace keyvane::hidutil {
 namespace {
@@ -82,7 +84,13 @@ TEST_F(Install, ClearingRestoresExactlyWhatWasFoundWhateverHappenedBetween) {
     struct Step {
         std::string text;  // a list to install, or what happens to the machine
         int killAfter = -1;
-        bool killOnAt = false;
+        bool onAt = false;  // the AT keyboard is killed or meddled with, else the HID one
+        // Another program (or udev's hwdb again) gives a scancode a code of its own; what it sets
+        // is no longer hidutil's to restore.
+        std::optional<std::pair<std::uint32_t, std::uint32_t>> meddle = {};
+    };
+    const auto meddle = [](std::uint32_t scancode, std::uint32_t code, bool onAt = false) {
+        return Step{{}, -1, onAt, std::pair{scancode, code}};
     };
     struct Row {
         const char* what;
@@ -97,6 +105,13 @@ TEST_F(Install, ClearingRestoresExactlyWhatWasFoundWhateverHappenedBetween) {
         {"a list replacing another", {{swap}, {userKeyMapping({escapeToCaps})}, {clear}}},
         // Still a keyboard, although it lacks a letter now.
         {"a letter disabled", {{userKeyMapping({Entry("0x700000004", "0x700000000")})}, {clear}}},
+        {"a letter moved by another program while installed",
+         {{swap}, meddle(0x70016, KEY_X), {clear}}},
+        // ... which no longer makes the AT keyboard one by what its keys give.
+        {"an AT letter moved while installed", {{swap}, meddle(0x1f, KEY_X, true), {clear}}},
+        {"a key hidutil changed, changed again by another program",
+         {{swap}, meddle(0x70004, KEY_Z), {clear}}},
+        {"... and installed over", {{swap}, meddle(0x70004, KEY_Z), {swap}, {clear}}},
         {"a reboot leaves records of no use", {{swap}, {reboot}, {clear}, {swap}, {clear}}},
         {"a replugged keyboard is another device", {{swap}, {replug}, {swap}, {clear}}},
         // An older hidutil, earlier in this boot, kept no skipped keys (the AT keyboard has no
@@ -122,9 +137,15 @@ TEST_F(Install, ClearingRestoresExactlyWhatWasFoundWhateverHappenedBetween) {
         hid->find(0x70039)->keycode = KEY_LEFTCTRL;
         at->find(0x3a)->keycode = KEY_LEFTCTRL;
         devices.keyboards = {at, hid};
-        const auto hidBefore = hid->keymap, atBefore = at->keymap;
+        auto hidBefore = hid->keymap, atBefore = at->keymap;
         for (const Step& step : row.steps) {
-            if (step.text == reboot) {
+            if (step.meddle) {
+                const auto& [scancode, code] = *step.meddle;
+                (step.onAt ? *at : *hid).find(scancode)->keycode = code;
+                for (KeymapEntry& entry : step.onAt ? atBefore : hidBefore)
+                    if (entry.scancode == scancode)
+                        entry.keycode = code;
+            } else if (step.text == reboot) {
                 devices.bootId = "8c41d0e6-5f2a-4b93-a7e8-1d6c9b3f0a25";
                 hid->keymap = hidBefore;
                 at->keymap = atBefore;
@@ -134,17 +155,25 @@ TEST_F(Install, ClearingRestoresExactlyWhatWasFoundWhateverHappenedBetween) {
                 hid->keymap = hidBefore;
                 devices.keyboards = {at, hid};
             } else if (step.text == firstFormat) {
+                // The first format had originals alone, no codes set, no skipped keys, no end.
                 std::string skipped;
                 for (const auto& name : keymapRecords()) {
                     std::ifstream in(*folder / name);
                     std::string line, content = "keyvane-keymap-record 1\n";
-                    for (std::getline(in, line); std::getline(in, line);)
-                        (line.rfind("skipped", 0) == 0 ? skipped : content) += line + "\n";
+                    for (std::getline(in, line); std::getline(in, line);) {
+                        const auto words = splitKeepingEmpty(line, ' ');
+                        if (words[0] == "key")
+                            content += "original " + words[1] + " " + words[2] + "\n";
+                        else if (words[0] == "mapping")
+                            content += line + "\n";
+                        else if (words[0] == "skipped")
+                            skipped += line + "\n";
+                    }
                     std::ofstream(*folder / name) << content;
                 }
                 EXPECT_EQ(skipped, "skipped 0x68\n");
             } else if (step.killAfter >= 0) {
-                testing::MemoryKeyboard& killed = step.killOnAt ? *at : *hid;
+                testing::MemoryKeyboard& killed = step.onAt ? *at : *hid;
                 killed.changesBeforeKill = killed.changes + step.killAfter;
                 EXPECT_THROW(set(step.text), testing::Killed) << row.what;
                 killed.changesBeforeKill = -1;
@@ -241,7 +270,52 @@ TEST_F(Install, WhatIsLeftOutIsANoteAndWhatIsNotTakenAFailure) {
     folder.reset();
     note("neither XDG_STATE_HOME nor HOME", set(clear));
     const std::string stateFolder = fs::path(std::getenv("XDG_STATE_HOME")) / "keyvane";
+    transcript = std::regex_replace(transcript, std::regex("damaged-[0-9TZ]+"), "damaged-TIME");
     testing::expectGolden("left-out.txt", replacingOccurrences(transcript, stateFolder, "$STATE"));
+}
+
+// A record cut short anywhere (at a line's end or inside a number, as a full disk or a crash of
+// the file system may leave it) or changed is never taken for a whole one: a clear refuses it and
+// leaves the keys as they are, the record is moved aside and named, and the keyboard's originals
+// show as unknown; a later install works.
+TEST_F(Install, ARecordCutShortOrChangedIsSetAsideAndNamed) {
+    const std::string swap = userKeyMapping({aToB, bToA, capsToEscape});
+    auto hid = testing::hidKeyboard(0x27e, 5);
+    devices.keyboards = {hid};
+    ASSERT_EQ(set(swap).status, exitSuccess);
+    const fs::path record = *folder / keymapRecords().at(0);
+    const std::string whole = testing::readFile(record);
+    const auto keymapSwapped = hid->keymap;
+    std::vector<std::string> damaged;
+    for (std::size_t at = whole.find('\n'); at + 1 < whole.size(); at = whole.find('\n', at + 1))
+        for (std::size_t cut : {at + 1, at + 5})  // a line's end; inside its first number
+            damaged.push_back(whole.substr(0, cut));
+    damaged.push_back(
+        replacingOccurrences(whole, "key 0x70004 0x1e 0x30", "key 0x70004 0x1e 0x31"));
+    ASSERT_NE(damaged.back(), whole);
+    for (const std::string& content : damaged) {
+        std::ofstream(record, std::ios::trunc) << content;
+        const Outcome cleared = set(clear);
+        EXPECT_EQ(cleared.status, exitFailure) << content;
+        EXPECT_NE(cleared.err.find("was cut short or changed, and is moved to " + record.string() +
+                                   ".damaged-"),
+                  std::string::npos)
+            << cleared.err;
+        EXPECT_EQ(hid->keymap, keymapSwapped) << content;
+        EXPECT_FALSE(fs::exists(record)) << content;
+        // Installing again takes the keys as they are now for originals.
+        ASSERT_EQ(set(userKeyMapping({capsToEscape})).status, exitSuccess) << content;
+        const Outcome status = run({"status"});
+        EXPECT_EQ(status.status, exitFailure);
+        EXPECT_NE(status.out.find("Memory Keyboard\noriginals unknown\nmapping 0x700000039 "
+                                  "0x700000029 installed\n"),
+                  std::string::npos)
+            << status.out;
+        ASSERT_EQ(set(clear).status, exitSuccess) << content;
+        fs::remove_all(*folder);
+        fs::create_directories(*folder);
+        std::ofstream(record) << whole;
+    }
 }
 
 }  // namespace
