@@ -3,7 +3,10 @@
 // report. Each check prints a marker line on the console, which the host reads.
 #include <fcntl.h>
 #include <linux/input.h>
+#include <signal.h>
+#include <sys/file.h>
 #include <sys/ioctl.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <sys/wait.h>
@@ -14,6 +17,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <map>
 #include <string>
 #include <thread>
@@ -139,6 +144,17 @@ bool says(const Result& result, const std::string& text) {
     return result.out.find(text) != std::string::npos;
 }
 
+const std::string swap = mapping({{"04", "05"}, {"05", "04"}, {"e3", "e7"}});
+
+std::string readFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+void writeFile(const std::string& path, const std::string& content) {
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << content;
+}
+
 int keymapRecords() {
     int count = 0;
     std::error_code error;
@@ -147,6 +163,132 @@ int keymapRecords() {
     return count;
 }
 
+// Another program changes keys while a list is installed: a letter of keyboard B, which must not
+// hide B from status and clears, and a key of A that hidutil had changed, whose new code a clear
+// leaves as it is.
+void checkKeysChangedByOthers(const UhidKeyboard& a, const UhidKeyboard& b) {
+    const auto aBefore = keymapOf(a.node), bBefore = keymapOf(b.node);
+    check(installed(run({"property", "--set", swap})), "swap installed");
+    remap(b.node, 0x70016, KEY_X);
+    remap(a.node, 0x70004, KEY_Z);
+    const Result status = run({"status"});
+    check(says(status, b.name + "\nmapping 0x700000004 0x700000005 installed\n") &&
+              says(status, a.name + "\nmapping 0x700000004 0x700000005 overridden\n"),
+          "status lists keyboard B with S moved, and A's a as overridden");
+    const Result cleared = run({"property", "--set", mapping({})});
+    auto aExpected = aBefore, bExpected = bBefore;
+    aExpected[0x70004] = KEY_Z;
+    bExpected[0x70016] = KEY_X;
+    check(cleared.status == 0 && says(cleared, "scancode 0x70004 was changed by someone else") &&
+              keymapOf(a.node) == aExpected && keymapOf(b.node) == bExpected,
+          "the clear restores A and B and leaves a -> z and s -> x, read back");
+    remap(a.node, 0x70004, KEY_A);
+    remap(b.node, 0x70016, KEY_S);
+}
+
+std::string recordFileOf(const std::string& node) {
+    const auto device = std::filesystem::canonical(
+        "/sys/class/input" / std::filesystem::path(node).filename() / "device");
+    for (const auto& file : std::filesystem::directory_iterator(stateFolder))
+        if (file.path().string().ends_with("." + device.filename().string()))
+            return file.path().string();
+    return {};
+}
+
+void removeSetAside() {
+    for (const auto& file : std::filesystem::directory_iterator(stateFolder))
+        if (file.path().string().find(".damaged-") != std::string::npos)
+            std::filesystem::remove(file.path());
+}
+
+// A record cut short at every line's end and inside a number of each line is refused by a clear,
+// moved aside and named; the keys stay as they are, and a later install works.
+void checkCutRecords(const UhidKeyboard& a) {
+    const auto before = keymapOf(a.node);
+    check(installed(run({"property", "--set", swap})), "swap installed on A");
+    const std::string record = recordFileOf(a.node), whole = readFile(record);
+    const auto swapped = keymapOf(a.node);
+    bool all = !record.empty() && whole.size() > 40;
+    for (std::size_t at = whole.find('\n'); all && at + 1 < whole.size();
+         at = whole.find('\n', at + 1)) {
+        for (const std::size_t cut : {at + 1, at + 7}) {
+            writeFile(record, whole.substr(0, cut));
+            const Result cleared = run({"property", "--set", mapping({})});
+            const bool movedAside = cleared.status == 1 && !std::filesystem::exists(record) &&
+                                    says(cleared, "is moved to " + record + ".damaged-");
+            const Result again = run({"property", "--set", mapping({{"39", "29"}})});
+            const bool ok = movedAside && installed(again) &&
+                            a.pressesOf(0x39) == std::vector<int>{KEY_ESC} &&
+                            says(run({"status"}), a.name + "\noriginals unknown\n");
+            // The record as it was puts A back for the next cut.
+            run({"property", "--set", mapping({})});
+            writeFile(record, whole);
+            all = all && ok && keymapOf(a.node) == swapped;
+        }
+    }
+    removeSetAside();
+    run({"property", "--set", mapping({})});
+    check(all && keymapOf(a.node) == before,
+          "a record cut at every line's end and inside a number: refused, moved aside and named, "
+          "a later install works");
+}
+
+// A full disk after an install: installing a list the record already covers either changes
+// nothing and fails, or changes the keys and succeeds; a clear needs no room.
+void checkFullDisk(const UhidKeyboard& a) {
+    const char* small = "/run/small-state";
+    ::mkdir(small, 0700);
+    const bool mounted = ::mount("small", small, "tmpfs", 0, "size=64k") == 0;
+    ::setenv("XDG_STATE_HOME", small, 1);
+    const auto before = keymapOf(a.node);
+    check(mounted && installed(run({"property", "--set", swap})), "swap installed on a small disk");
+    const int filler = ::open((std::string(small) + "/filler").c_str(), O_WRONLY | O_CREAT, 0600);
+    const std::string page(4096, 'x');
+    while (::write(filler, page.data(), page.size()) > 0) {
+    }
+    ::close(filler);
+    const auto swapped = keymapOf(a.node);
+    const Result subset = run({"property", "--set", mapping({{"04", "05"}})});
+    const auto after = keymapOf(a.node);
+    const bool changedAndSucceeded =
+        installed(subset) && after.at(0x70004) == KEY_B && after.at(0x70005) == KEY_B;
+    const bool neitherChangedNorSucceeded = subset.status == 1 && after == swapped;
+    check(changedAndSucceeded != neitherChangedNorSucceeded,
+          "full disk: an install the record covers changes nothing and fails, or succeeds");
+    const Result cleared = run({"property", "--set", mapping({})});
+    const Result clearedAgain = run({"property", "--set", mapping({})});
+    check(cleared.status == 0 && clearedAgain.status == 0 && keymapOf(a.node) == before,
+          "full disk: clears restore, and one with nothing to restore exits 0");
+    ::unsetenv("XDG_STATE_HOME");
+    ::umount(small);
+}
+
+// Another process holds the folder's lock: hidutil gives up after a few seconds and names it.
+void checkLockHeld() {
+    const pid_t holder = ::fork();
+    if (holder == 0) {
+        const int fd = ::open((std::string(stateFolder) + "/hidutil.lock").c_str(), O_RDWR);
+        if (fd < 0 || ::flock(fd, LOCK_EX) != 0)
+            ::_exit(1);
+        ::pause();
+    }
+    // The holder has the lock once a try of our own is refused.
+    const int probe = ::open((std::string(stateFolder) + "/hidutil.lock").c_str(), O_RDWR);
+    while (::flock(probe, LOCK_EX | LOCK_NB) == 0) {
+        ::flock(probe, LOCK_UN);
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    ::close(probe);
+    const auto start = std::chrono::steady_clock::now();
+    const Result stuck = run({"property", "--set", swap});
+    const auto seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start);
+    ::kill(holder, SIGKILL);
+    ::waitpid(holder, nullptr, 0);
+    check(stuck.status == 1 && says(stuck, "process " + std::to_string(holder) + " holds ") &&
+              says(stuck, "hidutil.lock, and has for 5 seconds"),
+          "the lock held by another process: hidutil ends after " +
+              std::to_string(seconds.count()) + " s and names it");
+}
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -207,7 +349,6 @@ int main(int argc, char** argv) {
     check(restored(), "clearing puts the remap made beforehand back, not the default");
 
     // A logout empties XDG_RUNTIME_DIR; the next launch clears and installs, the user clears.
-    const auto swap = mapping({{"04", "05"}, {"05", "04"}, {"e3", "e7"}});
     check(
         installed(run({"property", "--set", swap})) && a.pressesOf(0x04) == std::vector<int>{KEY_B},
         "keyboard A: a gives b");
@@ -260,7 +401,10 @@ int main(int argc, char** argv) {
     for (int attempt = 0; attempt < 100 && std::filesystem::exists(c.node); ++attempt)
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
     run({"property", "--set", mapping({})});
-    check(keymapRecords() == 0, "no record is left, not even of the keyboard unplugged");
+    check(keymapRecords() == 0 && keymapOf(nodeA).at(0x70039) == KEY_LEFTALT,
+          "no record is left, not even of the keyboard unplugged, and the clear left Caps Lock "
+          "as the other program set it after the install");
+    remap(nodeA, 0x70039, KEY_LEFTCTRL);
 
     // Killed right after its first key change, an install is undone by the next clear.
     ::setenv("KEYVANE_TEST_KILL_AFTER_CHANGES", "1", 1);
@@ -269,6 +413,12 @@ int main(int argc, char** argv) {
     check(killed.status == -1 && keymapOf(nodeAt) != atBefore, "install killed after one change");
     run({"property", "--set", mapping({})});
     check(restored(), "the next clear undoes the killed install");
+
+    checkKeysChangedByOthers(a, b);
+    checkCutRecords(a);
+    checkFullDisk(a);
+    checkLockHeld();
+    check(restored(), "A and the AT keyboard as before");
 
     std::printf("%s%s\n", doneMarker, failures == 0 ? "ok" : "failed");
     std::fflush(stdout);
