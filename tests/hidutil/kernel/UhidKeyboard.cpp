@@ -27,6 +27,39 @@ std::vector<unsigned char> reportDescriptor(unsigned char lastUsage) {
     };
 }
 
+// Three buttons and relative X and Y, as a boot-protocol mouse reports them.
+const std::vector<unsigned char> mouseDescriptor = {
+    0x05, 0x01, 0x09, 0x02, 0xa1, 0x01, 0x09, 0x01, 0xa1, 0x00,  // mouse application, pointer
+    0x05, 0x09, 0x19, 0x01, 0x29, 0x03, 0x15, 0x00, 0x25, 0x01,  // buttons 1..3
+    0x95, 0x03, 0x75, 0x01, 0x81, 0x02, 0x95, 0x01, 0x75, 0x05,  // 3 bits, 5 bits padding
+    0x81, 0x01, 0x05, 0x01, 0x09, 0x30, 0x09, 0x31, 0x15, 0x81,  // X, Y: -127..127
+    0x25, 0x7f, 0x75, 0x08, 0x95, 0x02, 0x81, 0x06, 0xc0, 0xc0,  // relative
+};
+
+// Makes the device through /dev/uhid; the descriptor of /dev/uhid, or -1.
+int createUhid(const std::vector<unsigned char>& descriptor, unsigned product, unsigned bus,
+               const std::string& name) {
+    const int fd = ::open("/dev/uhid", O_RDWR | O_CLOEXEC);
+    if (fd < 0)
+        return -1;
+    uhid_event ev{};
+    ev.type = UHID_CREATE2;
+    std::snprintf(reinterpret_cast<char*>(ev.u.create2.name), sizeof ev.u.create2.name, "%s",
+                  name.c_str());
+    std::snprintf(reinterpret_cast<char*>(ev.u.create2.phys), sizeof ev.u.create2.phys,
+                  "keyvane-test/%s", name.c_str());
+    std::memcpy(ev.u.create2.rd_data, descriptor.data(), descriptor.size());
+    ev.u.create2.rd_size = static_cast<__u16>(descriptor.size());
+    ev.u.create2.bus = static_cast<__u16>(bus);
+    ev.u.create2.vendor = UhidKeyboard::vendor;
+    ev.u.create2.product = product;
+    if (::write(fd, &ev, sizeof ev) != static_cast<ssize_t>(sizeof ev)) {
+        ::close(fd);
+        return -1;
+    }
+    return fd;
+}
+
 }  // namespace
 
 std::string eventNodeNamed(const std::string& name) {
@@ -51,26 +84,21 @@ std::string eventNodeNamed(const std::string& name) {
 bool UhidKeyboard::create(unsigned product, unsigned bus, const std::string& deviceName,
                           unsigned char lastUsage) {
     name = deviceName;
-    fd = ::open("/dev/uhid", O_RDWR | O_CLOEXEC);
+    fd = createUhid(reportDescriptor(lastUsage), product, bus, name);
     if (fd < 0)
-        return false;
-    uhid_event ev{};
-    ev.type = UHID_CREATE2;
-    std::snprintf(reinterpret_cast<char*>(ev.u.create2.name), sizeof ev.u.create2.name, "%s",
-                  name.c_str());
-    std::snprintf(reinterpret_cast<char*>(ev.u.create2.phys), sizeof ev.u.create2.phys,
-                  "keyvane-test/%s", name.c_str());
-    const auto descriptor = reportDescriptor(lastUsage);
-    std::memcpy(ev.u.create2.rd_data, descriptor.data(), descriptor.size());
-    ev.u.create2.rd_size = static_cast<__u16>(descriptor.size());
-    ev.u.create2.bus = static_cast<__u16>(bus);
-    ev.u.create2.vendor = vendor;
-    ev.u.create2.product = product;
-    if (::write(fd, &ev, sizeof ev) != static_cast<ssize_t>(sizeof ev))
         return false;
     node = eventNodeNamed(name);
     event = ::open(node.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     return event >= 0;
+}
+
+bool UhidMouse::create(unsigned product, unsigned bus, const std::string& deviceName) {
+    name = deviceName;
+    fd = createUhid(mouseDescriptor, product, bus, name);
+    if (fd < 0)
+        return false;
+    node = eventNodeNamed(name);
+    return !node.empty();
 }
 
 void UhidKeyboard::report(unsigned char modifiers, unsigned char key) const {

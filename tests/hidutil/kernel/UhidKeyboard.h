@@ -4,7 +4,7 @@
 #include <vector>
 
 // Virtual HID devices made through /dev/uhid in the test guest, as the kernel sees a USB or
-// Bluetooth keyboard, with their event devices.
+// Bluetooth keyboard or mouse, with their event devices.
 
 // The event node (/dev/input/eventN) of the device of that name, waited for up to ten seconds;
 // empty when none appeared.
@@ -27,4 +27,13 @@ struct UhidKeyboard {
     // The key codes of the key presses that tapping usage gives, read up to a sentinel key; -1 last
     // when the sentinel never came.
     std::vector<int> pressesOf(unsigned usage) const;
+};
+
+// A three-button mouse with relative X and Y, of the keyboards' vendor: a device that has an event
+// node and is no keyboard. Never reports; it goes away with its descriptor of /dev/uhid.
+struct UhidMouse {
+    int fd = -1;
+    std::string name, node;
+
+    bool create(unsigned product, unsigned bus, const std::string& deviceName);
 };
