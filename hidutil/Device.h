@@ -24,7 +24,8 @@ struct DeviceInfo {
     // kernel keeps for it, where an event node name is reused by the next device plugged in. Empty
     // when it cannot be told.
     std::string instance;
-    // udev's verdict (ID_INPUT_KEYBOARD) where udev has handled the device; nothing elsewhere.
+    // udev's verdict (ID_INPUT_KEYBOARD) where udev has handled the device; nothing elsewhere. It
+    // counts the codes the keys gave when udev's rules ran, so only a yes is worth taking.
     std::optional<bool> udevKeyboard;
 };
 

@@ -149,8 +149,8 @@ std::optional<bool> udevKeyboardVerdict(const std::filesystem::path& node) {
 // Read where no access to the node is needed; a device whose capabilities cannot be read may be
 // a keyboard.
 bool maybeKeyboard(const std::filesystem::path& sysfsClass, const std::filesystem::path& node) {
-    if (const auto verdict = udevKeyboardVerdict(node))
-        return *verdict;
+    if (udevKeyboardVerdict(node).value_or(false))
+        return true;
     std::ifstream file(sysfsClass / node.filename() / "device" / "capabilities" / "key");
     std::string bitmap;
     std::getline(file, bitmap);

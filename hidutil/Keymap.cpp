@@ -73,11 +73,14 @@ Keymap originalKeymap(const Keymap& current, const DeviceRecord* record) {
     return original;
 }
 
+// udev's verdict only ever adds a keyboard: it counts the codes the keys give when its rules ran,
+// so a keyboard whose hwdb moved Q away is none to udev.
 bool isKeyboard(const DeviceInfo& info, const Keymap& current, const Keymap& original) {
-    if (info.udevKeyboard)
-        return *info.udevKeyboard;
+    if (info.udevKeyboard.value_or(false))
+        return true;
     if (!isHidKeymap(current))
-        return producesEveryLetter(original);
+        // Of the i8042 controller's devices only the AT keyboard has a keymap.
+        return info.bus == bus::i8042 || producesEveryLetter(original);
     for (unsigned usage = firstLetterUsage; usage <= lastLetterUsage; ++usage)
         if (!current.contains(hidKeyboardPage | usage))
             return false;

@@ -25,8 +25,9 @@ bool isHidKeymap(const Keymap& keymap);
 Keymap originalKeymap(const Keymap& current, const DeviceRecord* record);
 
 // Whether a device is a keyboard, never from what its keys produce now, which any program can
-// change: udev's verdict where udev has one; else, for a HID device, whether it has the scancodes
-// of every letter usage; else whether its original keymap produces every letter.
+// change: where udev calls it one; a HID device by whether it has the scancodes of every letter
+// usage; the AT keyboard by its bus; any other by whether its original keymap produces every
+// letter.
 bool isKeyboard(const DeviceInfo& info, const Keymap& current, const Keymap& original);
 
 // The scancodes of the record that give neither their original code nor one hidutil set: someone

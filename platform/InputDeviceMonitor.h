@@ -11,7 +11,7 @@ struct InputDeviceEvent {
     enum class Action { Add, Change, Remove };
     Action action = Action::Add;
     std::string node;       // /dev/input/eventN
-    bool keyboard = false;  // has every letter key (or cannot be told otherwise)
+    bool keyboard = false;  // has keys whose keymap may need installing (or cannot be told)
 };
 
 // Reports input device nodes as they come and go, on the event loop of the thread that made it.

@@ -30,6 +30,17 @@ bool isEventNode(udev_device* device) {
     return udev_device_get_devnode(device) && name && std::strncmp(name, "event", 5) == 0;
 }
 
+bool isSet(udev_device* device, const char* property) {
+    const char* value = udev_device_get_property_value(device, property);
+    return value && std::strcmp(value, "1") == 0;
+}
+
+// udev's ID_INPUT_KEYBOARD counts the key codes a node gives at that moment, so a keyboard whose
+// hwdb (or Keyvane) moved Q or A away is none to it; ID_INPUT_KEY, any key at all, still holds.
+bool hasKeys(udev_device* device) {
+    return isSet(device, "ID_INPUT_KEYBOARD") || isSet(device, "ID_INPUT_KEY");
+}
+
 }  // namespace
 
 UdevInputMonitor::UdevInputMonitor(QObject* parent) : InputDeviceMonitor(parent) {
@@ -58,9 +69,7 @@ void UdevInputMonitor::readEvents() {
     while (udev_device* device = udev_monitor_receive_device(monitor_)) {
         const auto action = actionOf(udev_device_get_action(device));
         if (action && isEventNode(device)) {
-            const char* keyboard = udev_device_get_property_value(device, "ID_INPUT_KEYBOARD");
-            emit deviceEvent({*action, udev_device_get_devnode(device),
-                              keyboard && std::strcmp(keyboard, "1") == 0});
+            emit deviceEvent({*action, udev_device_get_devnode(device), hasKeys(device)});
         }
         udev_device_unref(device);
     }

@@ -9,7 +9,7 @@ struct udev_monitor;
 namespace keyvane {
 
 // Follows udev's own monitor (libudev), which passes a device on after its rules ran. Keyboards are
-// the event nodes that udev's input_id marks ID_INPUT_KEYBOARD.
+// the event nodes that udev's input_id marks as having keys (ID_INPUT_KEY or ID_INPUT_KEYBOARD).
 class UdevInputMonitor : public InputDeviceMonitor {
     Q_OBJECT
   public:
