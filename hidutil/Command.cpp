@@ -11,16 +11,12 @@
 namespace keyvane::hidutil {
 namespace {
 
-struct Options {
-    enum class Action { Help, Set, Get, List, Status };
-    Action action = Action::Help;
-    std::optional<std::string> set, get, matching;
-    bool keyboardsOnly = false;
-    bool json = false;
-};
+using Options = CommandLine;
+
+}  // namespace
 
 // The options after the command word, each at most once; nothing else is accepted.
-std::optional<Options> readOptions(const std::vector<std::string>& args) {
+std::optional<CommandLine> parseCommandLine(const std::vector<std::string>& args) {
     Options options;
     if (args.size() == 1 && (args[0] == text::optionHelp || args[0] == text::optionHelpShort))
         return options;
@@ -70,6 +66,8 @@ std::optional<Options> readOptions(const std::vector<std::string>& args) {
     }
     return options;
 }
+
+namespace {
 
 bool matches(const Matching& matching, const ServiceRow& row) {
     const auto same = [](const auto& wanted, const auto& actual) {
@@ -363,7 +361,7 @@ class Runner {
 int runCommand(const std::vector<std::string>& args, DeviceSource& devices,
                const std::optional<std::filesystem::path>& recordFolder, std::ostream& out,
                std::ostream& err, ReadBack readBack) {
-    const auto options = readOptions(args);
+    const auto options = parseCommandLine(args);
     if (!options) {
         std::string given = args.empty() ? " (none given)" : "";
         for (const std::string& arg : args)

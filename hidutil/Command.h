@@ -16,6 +16,16 @@ inline constexpr int exitFailure = 1;
 inline constexpr int exitUsage = 2;
 inline constexpr int exitOverridden = 3;  // status: an entry installed gives another code now
 
+// A command line hidutil understands, as read from its arguments (without the program name).
+struct CommandLine {
+    enum class Action { Help, Set, Get, List, Status };
+    Action action = Action::Help;
+    std::optional<std::string> set, get, matching;
+    bool keyboardsOnly = false;
+    bool json = false;
+};
+std::optional<CommandLine> parseCommandLine(const std::vector<std::string>& args);
+
 // What "hidutil ARGS..." does (args without the program name), against the given devices. Without
 // a record folder the original keys cannot be remembered, so nothing is changed. Only a benchmark
 // leaves out reading the changes back, to weigh what that costs.

@@ -171,7 +171,9 @@ std::optional<std::set<std::string>> inputDevicesPresent(const std::filesystem::
 std::unique_ptr<KeyDevice> openDevice(const std::filesystem::path& node,
                                       const std::filesystem::path& sysfsClass,
                                       std::error_code& error) {
-    const int fd = ::open(node.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    // Write-only: the keymap ioctls work on any open node, and such a descriptor cannot read a key
+    // press.
+    const int fd = ::open(node.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0) {
         error = lastError();
         return nullptr;

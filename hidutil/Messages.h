@@ -157,6 +157,10 @@ inline constexpr std::string_view errorNoInstance =
 inline constexpr std::string_view errorRecordUnreadable =
     "hidutil: cannot read {}, what was installed on {} ({}): {}\n";
 inline constexpr std::string_view errorNoDevices = "hidutil: cannot read {}: {}\n";
+inline constexpr std::string_view errorService =
+    "hidutil: the keymap service ({}) did not carry out the command: {}\n";
+inline constexpr std::string_view errorNotAuthorized =
+    "hidutil: not allowed to change keymaps: {}\n";
 inline constexpr std::string_view errorLockHeld =
     "hidutil: {} holds {}, and has for 5 seconds; try again once it has ended\n";
 inline constexpr std::string_view lockHolderUnknown = "another process";

@@ -1,0 +1,113 @@
+#include "hidutil/ServiceClient.h"
+
+#include <systemd/sd-bus.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "hidutil/KeymapBus.h"
+#include "hidutil/Messages.h"
+
+namespace keyvane::hidutil {
+namespace {
+
+// A polkit dialog may be on the screen for a while before the service answers.
+constexpr std::uint64_t callTimeoutUs = 120'000'000;
+
+struct BusDeleter {
+    void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
+};
+struct MessageDeleter {
+    void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
+};
+using Bus = std::unique_ptr<sd_bus, BusDeleter>;
+using Message = std::unique_ptr<sd_bus_message, MessageDeleter>;
+
+bool nameListed(sd_bus* bus, const char* method) {
+    sd_bus_message* reply = nullptr;
+    if (sd_bus_call_method(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                           "org.freedesktop.DBus", method, nullptr, &reply, "") < 0)
+        return false;
+    const Message owned(reply);
+    char** names = nullptr;
+    if (sd_bus_message_read_strv(reply, &names) < 0)
+        return false;
+    bool found = false;
+    for (char** name = names; name && *name; ++name) {
+        found = found || std::string_view(*name) == keymapbus::name;
+        std::free(*name);
+    }
+    std::free(names);
+    return found;
+}
+
+// The method call that does what the command line asks.
+int compose(sd_bus* bus, const CommandLine& command, sd_bus_message** call) {
+    using Action = CommandLine::Action;
+    const char* member = command.action == Action::Set      ? keymapbus::setMapping
+                         : command.action == Action::Get    ? keymapbus::getMapping
+                         : command.action == Action::Status ? keymapbus::status
+                                                            : keymapbus::list;
+    int result = sd_bus_message_new_method_call(bus, call, keymapbus::name, keymapbus::path,
+                                                keymapbus::interface, member);
+    if (result < 0)
+        return result;
+    const std::string matching = command.matching.value_or("");
+    switch (command.action) {
+        case Action::Set:
+            return sd_bus_message_append(*call, "ss", command.set->c_str(), matching.c_str());
+        case Action::Get:
+            return sd_bus_message_append(*call, "s", matching.c_str());
+        case Action::Status:
+            return sd_bus_message_append(*call, "b", command.json);
+        default:
+            return sd_bus_message_append(*call, "bs", command.keyboardsOnly, matching.c_str());
+    }
+}
+
+}  // namespace
+
+std::optional<int> runThroughService(const CommandLine& command, std::ostream& out,
+                                     std::ostream& err) {
+    if (command.action == CommandLine::Action::Help || std::getenv(keymapbus::inProcessVariable))
+        return std::nullopt;
+    sd_bus* opened = nullptr;
+    if (sd_bus_open_system(&opened) < 0)
+        return std::nullopt;
+    const Bus bus(opened);
+    if (!nameListed(bus.get(), "ListActivatableNames") && !nameListed(bus.get(), "ListNames"))
+        return std::nullopt;
+    sd_bus_message* call = nullptr;
+    if (int result = compose(bus.get(), command, &call); result < 0) {
+        sd_bus_message_unref(call);
+        err << fill(text::errorService, {keymapbus::name, std::strerror(-result)});
+        return exitFailure;
+    }
+    const Message ownedCall(call);
+    sd_bus_error error = SD_BUS_ERROR_NULL;
+    sd_bus_message* reply = nullptr;
+    const int result = sd_bus_call(bus.get(), call, callTimeoutUs, &error, &reply);
+    const Message ownedReply(reply);
+    if (result < 0) {
+        if (sd_bus_error_has_name(&error, keymapbus::notAuthorizedError))
+            err << fill(text::errorNotAuthorized, {error.message ? error.message : ""});
+        else
+            err << fill(text::errorService,
+                        {keymapbus::name, error.message ? error.message : std::strerror(-result)});
+        sd_bus_error_free(&error);
+        return exitFailure;
+    }
+    int status = exitFailure;
+    const char* output = "";
+    const char* notes = "";
+    if (sd_bus_message_read(reply, "iss", &status, &output, &notes) < 0) {
+        err << fill(text::errorService, {keymapbus::name, "an answer of the wrong shape"});
+        return exitFailure;
+    }
+    out << output;
+    err << notes;
+    return status;
+}
+
+}  // namespace keyvane::hidutil
