@@ -15,14 +15,17 @@ std::error_code lastError() {
     return {errno, std::generic_category()};
 }
 
+// pwrite(), which a device such as an event node refuses: whatever mix-up of descriptors there
+// were, no byte of a file goes to a device.
 std::error_code writeAll(int fd, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t written = ::write(fd, bytes.data(), bytes.size());
+    for (off_t offset = 0; !bytes.empty();) {
+        const ssize_t written = ::pwrite(fd, bytes.data(), bytes.size(), offset);
         if (written < 0 && errno == EINTR)
             continue;
         if (written < 0)
             return lastError();
         bytes.remove_prefix(static_cast<size_t>(written));
+        offset += written;
     }
     return {};
 }

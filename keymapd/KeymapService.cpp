@@ -1,0 +1,210 @@
+#include "keymapd/KeymapService.h"
+
+#include <systemd/sd-bus.h>
+
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <sstream>
+
+#include "common/AtomicFile.h"
+#include "hidutil/Command.h"
+#include "hidutil/KeymapBus.h"
+
+namespace keyvane::keymapd {
+namespace {
+
+constexpr const char* clearText = R"({"UserKeyMapping" : []})";
+// The last list a user set, as the arguments of its command line, each ended by a NUL.
+constexpr const char* lastListFile = "list";
+constexpr std::string_view recordPrefix = "keymap.";
+
+std::vector<std::string> setArgs(const std::string& text, const std::string& matching) {
+    std::vector<std::string> args = {"property", "--set", text};
+    if (!matching.empty())
+        args.insert(args.end(), {"--matching", matching});
+    return args;
+}
+
+bool isSet(const std::vector<std::string>& args) {
+    return args.size() >= 3 && args[0] == "property" && args[1] == "--set";
+}
+
+KeymapService& serviceOf(void* self) {
+    return *static_cast<KeymapService*>(self);
+}
+
+}  // namespace
+
+KeymapService::KeymapService(sd_bus* bus, std::filesystem::path folder,
+                             hidutil::DeviceSource& devices)
+    : bus_(bus), folder_(std::move(folder)), devices_(devices), authority_(bus) {}
+
+KeymapService::~KeymapService() {
+    sd_bus_slot_unref(slot_);
+}
+
+int KeymapService::attach() {
+    static const sd_bus_vtable methods[] = {
+        SD_BUS_VTABLE_START(0),
+        SD_BUS_METHOD(keymapbus::setMapping, "ss", "iss", &KeymapService::onSetMapping,
+                      SD_BUS_VTABLE_UNPRIVILEGED),
+        SD_BUS_METHOD(keymapbus::clear, "", "iss", &KeymapService::onClear,
+                      SD_BUS_VTABLE_UNPRIVILEGED),
+        SD_BUS_METHOD(keymapbus::status, "b", "iss", &KeymapService::onStatus,
+                      SD_BUS_VTABLE_UNPRIVILEGED),
+        SD_BUS_METHOD(keymapbus::list, "bs", "iss", &KeymapService::onList,
+                      SD_BUS_VTABLE_UNPRIVILEGED),
+        SD_BUS_METHOD(keymapbus::getMapping, "s", "iss", &KeymapService::onGetMapping,
+                      SD_BUS_VTABLE_UNPRIVILEGED),
+        SD_BUS_VTABLE_END,
+    };
+    return sd_bus_add_object_vtable(bus_, &slot_, keymapbus::path, keymapbus::interface, methods,
+                                    this);
+}
+
+int KeymapService::onSetMapping(sd_bus_message* call, void* self, sd_bus_error*) {
+    const char* text = nullptr;
+    const char* matching = nullptr;
+    if (int result = sd_bus_message_read(call, "ss", &text, &matching); result < 0)
+        return result;
+    return serviceOf(self).reply(call, setArgs(text, matching), true);
+}
+
+int KeymapService::onClear(sd_bus_message* call, void* self, sd_bus_error*) {
+    return serviceOf(self).reply(call, setArgs(clearText, ""), true);
+}
+
+int KeymapService::onStatus(sd_bus_message* call, void* self, sd_bus_error*) {
+    int json = 0;
+    if (int result = sd_bus_message_read(call, "b", &json); result < 0)
+        return result;
+    std::vector<std::string> args = {"status"};
+    if (json)
+        args.emplace_back("--json");
+    return serviceOf(self).reply(call, args, false);
+}
+
+int KeymapService::onList(sd_bus_message* call, void* self, sd_bus_error*) {
+    int keyboardsOnly = 0;
+    const char* matching = nullptr;
+    if (int result = sd_bus_message_read(call, "bs", &keyboardsOnly, &matching); result < 0)
+        return result;
+    std::vector<std::string> args = {"list"};
+    if (keyboardsOnly)
+        args.insert(args.end(), {"-m", "keyboard"});
+    if (*matching)
+        args.insert(args.end(), {"--matching", matching});
+    return serviceOf(self).reply(call, args, false);
+}
+
+int KeymapService::onGetMapping(sd_bus_message* call, void* self, sd_bus_error*) {
+    const char* matching = nullptr;
+    if (int result = sd_bus_message_read(call, "s", &matching); result < 0)
+        return result;
+    std::vector<std::string> args = {"property", "--get", "UserKeyMapping"};
+    if (*matching)
+        args.insert(args.end(), {"--matching", matching});
+    return serviceOf(self).reply(call, args, false);
+}
+
+// Who calls is what the bus says of the caller; a change must be allowed by polkit first.
+int KeymapService::reply(sd_bus_message* call, const std::vector<std::string>& args, bool changes) {
+    if (onCall)
+        onCall();
+    sd_bus_creds* creds = nullptr;
+    uid_t uid = 0;
+    int result = sd_bus_query_sender_creds(call, SD_BUS_CREDS_EUID | SD_BUS_CREDS_AUGMENT, &creds);
+    if (result >= 0)
+        result = sd_bus_creds_get_euid(creds, &uid);
+    sd_bus_creds_unref(creds);
+    if (result < 0)
+        return result;
+    std::string why;
+    if (changes &&
+        !authority_.allows(sd_bus_message_get_sender(call), keymapbus::changeAction, why))
+        return sd_bus_reply_method_errorf(call, keymapbus::notAuthorizedError, "%s", why.c_str());
+    const Answer answer = run(uid, args);
+    if (changes && answer.status == hidutil::exitSuccess) {
+        std::string joined;
+        for (const std::string& arg : args)
+            joined += arg + '\0';
+        if (auto error = replaceFileAtomically(folderOf(uid) / lastListFile, joined, Sync::None))
+            std::cerr << "keyvane-keymapd: cannot keep the list of user " << uid << ": "
+                      << error.message() << '\n';
+    }
+    return sd_bus_reply_method_return(call, "iss", answer.status, answer.output.c_str(),
+                                      answer.notes.c_str());
+}
+
+KeymapService::Answer KeymapService::run(uid_t uid, const std::vector<std::string>& args) {
+    std::ostringstream output, notes;
+    const int status = hidutil::runCommand(args, devices_, folderOf(uid), output, notes);
+    return {status, output.str(), notes.str()};
+}
+
+std::filesystem::path KeymapService::folderOf(uid_t uid) const {
+    return folder_ / std::to_string(uid);
+}
+
+std::vector<uid_t> KeymapService::usersWithState() const {
+    std::vector<uid_t> users;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(folder_, error)) {
+        const std::string name = entry.path().filename().string();
+        if (!name.empty() && name.find_first_not_of("0123456789") == std::string::npos)
+            users.push_back(static_cast<uid_t>(std::stoul(name)));
+    }
+    return users;
+}
+
+// What the user changed goes back; their last list stays, to come back with their session.
+void KeymapService::restore(uid_t uid) {
+    const Answer answer = run(uid, setArgs(clearText, ""));
+    if (answer.status != hidutil::exitSuccess)
+        std::cerr << "keyvane-keymapd: restoring the keys of user " << uid << ":\n" << answer.notes;
+}
+
+void KeymapService::installLastList(uid_t uid) {
+    std::ifstream in(folderOf(uid) / lastListFile, std::ios::binary);
+    const std::string joined{std::istreambuf_iterator<char>(in), {}};
+    std::vector<std::string> args;
+    for (std::size_t at = 0, end; (end = joined.find('\0', at)) != std::string::npos; at = end + 1)
+        args.push_back(joined.substr(at, end - at));
+    if (!isSet(args))
+        return;
+    const Answer answer = run(uid, args);
+    if (answer.status != hidutil::exitSuccess)
+        std::cerr << "keyvane-keymapd: installing the list of user " << uid << " again:\n"
+                  << answer.notes;
+}
+
+void KeymapService::userRemoved(uid_t uid) {
+    restore(uid);
+    std::error_code ignored;
+    std::filesystem::remove_all(folderOf(uid), ignored);
+}
+
+void KeymapService::reconcile(const std::set<uid_t>& present, std::optional<uid_t> active) {
+    for (uid_t uid : usersWithState())
+        if (!present.contains(uid))
+            userRemoved(uid);
+    if (!active)
+        return;
+    for (uid_t uid : usersWithState())
+        if (uid != *active)
+            restore(uid);
+    installLastList(*active);
+}
+
+bool KeymapService::holdsChanges() const {
+    for (uid_t uid : usersWithState()) {
+        std::error_code error;
+        for (const auto& entry : std::filesystem::directory_iterator(folderOf(uid), error))
+            if (entry.path().filename().string().starts_with(recordPrefix))
+                return true;
+    }
+    return false;
+}
+
+}  // namespace keyvane::keymapd
