@@ -65,6 +65,12 @@ std::string nameOf(const KeyMapping& mapping, const std::string& side) {
 }
 
 int apply(const CommandLine::Session& session) {
+    // The installation refuses such a list without clearing anything; said here, the reason is
+    // not taken for hidutil's failure.
+    if (!MappingApplier::fitsOneArgument(MappingApplier::composeCommand())) {
+        session.err << "keyvane: " << MappingApplier::tooManyMappingsText() << std::endl;
+        return 1;
+    }
     if (!session.install()) {
         session.err << "keyvane: " << MappingApplier::failedAlertText << std::endl;
         return 1;
@@ -109,21 +115,28 @@ int exportTo(const std::string& file, const CommandLine::Session& session) {
     return 0;
 }
 
+int cannotImport(const std::string& file, const std::string& problem,
+                 const CommandLine::Session& session) {
+    session.err << "keyvane: cannot import " << file << ": " << problem
+                << ". Your list is unchanged." << std::endl;
+    return 1;
+}
+
 int importFrom(const CommandLine::Command& command, const CommandLine::Session& session) {
     const MappingFile::Reading reading = MappingFile::read(command.file);
     for (const std::string& rejected : reading.rejected)
         session.err << "keyvane: " << command.file << ": " << rejected << std::endl;
-    if (!reading.problem.empty()) {
-        session.err << "keyvane: cannot import " << command.file << ": " << reading.problem
-                    << ". Your list is unchanged." << std::endl;
-        return 1;
-    }
+    if (!reading.problem.empty())
+        return cannotImport(command.file, reading.problem, session);
     if (!reading.rejected.empty()) {
         session.err << partlyUnusableMessage << std::endl;
         return 1;
     }
-    MappingFile::adopt(
-        reading, command.append ? MappingFile::Adoption::Append : MappingFile::Adoption::Replace);
+    const auto how =
+        command.append ? MappingFile::Adoption::Append : MappingFile::Adoption::Replace;
+    if (const std::string problem = MappingFile::adoptionProblem(reading, how); !problem.empty())
+        return cannotImport(command.file, problem, session);
+    MappingFile::adopt(reading, how);
     session.listChanged();
     session.out << "Imported " << mappingsCount(reading.mappings.size()) << " from " << command.file
                 << (command.append ? ", after the ones you had" : "") << "; the list now has "

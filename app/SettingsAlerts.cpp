@@ -10,9 +10,10 @@ namespace {
 
 void alert(const UserDefaults::Problem& problem) {
     using Kind = UserDefaults::Problem::Kind;
-    const char* text = problem.kind == Kind::NotSaved ? settingsNotSavedAlertText
-                       : problem.keptAs.empty()       ? settingsUnreadableLeftAlertText
-                                                      : settingsUnreadableKeptAlertText;
+    const char* text = problem.kind == Kind::NotSaved     ? settingsNotSavedAlertText
+                       : problem.kind == Kind::Unreadable ? settingsUnreadableAlertText
+                       : problem.keptAs.empty()           ? settingsCorruptInTheWayAlertText
+                                                          : settingsCorruptKeptAlertText;
     const QString file = QString::fromStdString(problem.file.string());
     const QString reason = QString::fromStdString(problem.reason);
     const QString filled = problem.keptAs.empty()

@@ -2,14 +2,18 @@
 
 namespace keyvane {
 
-// %1: the settings file, %2: why, %3: where the unreadable file was kept.
+// %1: the settings file, %2: why, %3: where the file that did not parse was kept.
 inline constexpr const char* settingsUnreadableAlertTitle = "Your settings could not be read";
-inline constexpr const char* settingsUnreadableKeptAlertText =
+inline constexpr const char* settingsCorruptKeptAlertText =
     "Keyvane could not read %1 (%2), so it started without your mappings and settings. The "
     "unreadable file was kept as %3.";
-inline constexpr const char* settingsUnreadableLeftAlertText =
+inline constexpr const char* settingsCorruptInTheWayAlertText =
     "Keyvane could not read %1 (%2), so it started without your mappings and settings. The file "
     "could not be moved aside either, so nothing will be saved until you move it away.";
+inline constexpr const char* settingsUnreadableAlertText =
+    "Keyvane could not read %1 (%2), so it started without your mappings and settings. The file "
+    "was left as it is, and Keyvane will not save over it while it runs: make it readable, then "
+    "start Keyvane again.";
 inline constexpr const char* settingsNotSavedAlertTitle = "Your settings could not be saved";
 inline constexpr const char* settingsNotSavedAlertText =
     "Keyvane could not save your settings to %1 (%2). Your change is in effect now but will be "

@@ -22,4 +22,30 @@ std::vector<std::string> splitKeepingEmpty(std::string_view text, char separator
     return pieces;
 }
 
+std::string fillIn(std::string_view pattern, const std::vector<std::string>& values) {
+    std::string text;
+    for (std::size_t at = 0; at < pattern.size(); ++at) {
+        const char next = at + 1 < pattern.size() ? pattern[at + 1] : '\0';
+        const std::size_t number = next >= '1' && next <= '9' ? std::size_t(next - '0') : 0;
+        if (pattern[at] == '%' && number >= 1 && number <= values.size()) {
+            text += values[number - 1];
+            ++at;
+        } else {
+            text += pattern[at];
+        }
+    }
+    return text;
+}
+
+std::string groupedDigits(std::size_t number) {
+    const std::string digits = std::to_string(number);
+    std::string grouped;
+    for (std::size_t at = 0; at < digits.size(); ++at) {
+        if (at > 0 && (digits.size() - at) % 3 == 0)
+            grouped += ',';
+        grouped += digits[at];
+    }
+    return grouped;
+}
+
 }  // namespace keyvane

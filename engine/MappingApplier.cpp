@@ -1,5 +1,7 @@
 #include "engine/MappingApplier.h"
 
+#include <cstring>
+
 #include "common/Log.h"
 #include "common/Text.h"
 #include "engine/MappingStore.h"
@@ -21,17 +23,16 @@ void alert(const std::string& text, const std::string& title) {
         effects.showAlert(text, title);
 }
 
-std::string chooseTemplate() {
-    std::optional<std::string> keyboardId = MappingStore::loadKeyboardId();
+std::string chooseTemplate(const std::optional<std::string>& keyboardId) {
     if (!keyboardId || *keyboardId == allKeyboardsId)
         return MappingApplier::allKeyboardsTemplate;
     return MappingApplier::oneKeyboardTemplateHead + insideSingleQuotes(*keyboardId) +
            MappingApplier::oneKeyboardTemplateTail;
 }
 
-std::string composeEntries() {
+std::string composeEntries(const std::vector<KeyMapping>& mappings) {
     std::string entries;
-    for (const KeyMapping& mapping : keyMappings) {
+    for (const KeyMapping& mapping : mappings) {
         auto source = mapping.find("originalId");
         auto destination = mapping.find("remappedId");
         if (source == mapping.end() || destination == mapping.end())
@@ -52,10 +53,33 @@ std::string insideSingleQuotes(const std::string& value) {
 }
 
 std::string MappingApplier::composeCommand() {
-    std::string entries = composeEntries();
+    std::string entries = composeEntries(keyMappings);
     if (entries.empty())
         return {};
-    return replacingOccurrences(chooseTemplate(), placeholder, entries);
+    return replacingOccurrences(chooseTemplate(MappingStore::loadKeyboardId()), placeholder,
+                                entries);
+}
+
+bool MappingApplier::fitsOneArgument(const std::string& command) {
+    return command.size() < longestArgument;  // the NUL takes the last byte
+}
+
+std::size_t MappingApplier::maximumMappings(const std::optional<std::string>& keyboardId) {
+    // n entries make a command of the template without its placeholder and the n entries less the
+    // last one's comma, which must leave a byte for the NUL.
+    const KeyMapping twoDigits = {{"originalId", "00"}, {"remappedId", "00"}};
+    const std::size_t frame = chooseTemplate(keyboardId).size() - std::strlen(placeholder);
+    const std::size_t entry = composeEntries({twoDigits}).size() + 1;  // with its comma
+    return frame >= longestArgument ? 0 : (longestArgument - frame) / entry;
+}
+
+std::size_t MappingApplier::maximumMappings() {
+    return maximumMappings(MappingStore::loadKeyboardId());
+}
+
+std::string MappingApplier::tooManyMappingsText() {
+    return fillIn(tooManyAlertText,
+                  {groupedDigits(keyMappings.size()), groupedDigits(maximumMappings())});
 }
 
 bool MappingApplier::Installation::installed() const {
@@ -65,8 +89,14 @@ bool MappingApplier::Installation::installed() const {
 
 MappingApplier::Installation MappingApplier::install() {
     Installation installation;
-    installation.clearingOutput = ShellRunner::run(clearingCommand);
+    // Composed before the clearing, which must not run for a list that cannot be installed after
+    // it: the keys would be left with none.
     installation.command = composeCommand();
+    if (!fitsOneArgument(installation.command)) {
+        installation.tooLong = true;
+        return installation;
+    }
+    installation.clearingOutput = ShellRunner::run(clearingCommand);
     if (installation.command.empty())
         return installation;
     installation.hasBlankId =
@@ -78,6 +108,12 @@ MappingApplier::Installation MappingApplier::install() {
 
 bool MappingApplier::applyMappings() {
     const Installation installation = install();
+    if (installation.tooLong) {
+        trace("not installed: the command would be " + std::to_string(installation.command.size()) +
+              " bytes long, more than one argument can hold");
+        alert(tooManyMappingsText(), tooManyAlertTitle);
+        return false;
+    }
     trace(installation.clearingOutput);
     logEvent("applymapping", "startcmd", installation.clearingOutput);
     if (installation.command.empty())

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace keyvane {
@@ -16,7 +18,8 @@ struct ApplierEffects {
 
 // Installs the whole of `keyMappings` with one hidutil command, for every keyboard or for the one
 // whose product id is stored under "keyboardId". Always clears first, so the installed mappings
-// are rebuilt from the list and never patched.
+// are rebuilt from the list and never patched; but a list too long for any command changes
+// nothing, since after the clearing it could not be installed.
 class MappingApplier {
   public:
     // Main thread only, like every installation.
@@ -27,6 +30,7 @@ class MappingApplier {
         std::string command;  // empty when no record was usable: only the clearing ran
         std::string result;
         bool hasBlankId = false;
+        bool tooLong = false;  // refused before anything ran: no command could carry the list
         bool installed() const;
     };
 
@@ -39,6 +43,20 @@ class MappingApplier {
 
     // The command that installs the list, or the empty string when no record is usable.
     static std::string composeCommand();
+
+    // bash gets the whole command as one argument, and the kernel refuses to start a program with
+    // an argument longer than 32 pages, its closing NUL included (MAX_ARG_STRLEN). Pages are at
+    // least 4 KiB on every Linux, so a list that fits here fits on any machine it is taken to.
+    static constexpr std::size_t longestArgument = 32 * 4096;
+    static bool fitsOneArgument(const std::string& command);
+    // The most mappings one command can install on `keyboardId` (absent: every keyboard), each of
+    // two keys named by two digits, as every key of the key table is; a keyboard's id lengthens
+    // the command, so that it carries fewer.
+    static std::size_t maximumMappings(const std::optional<std::string>& keyboardId);
+    // The same for the stored keyboard.
+    static std::size_t maximumMappings();
+    // Why the list of this process is not installed: the text of the too-many alert, filled in.
+    static std::string tooManyMappingsText();
 
     static constexpr const char* clearingCommand =
         R"(hidutil property --set '{"UserKeyMapping" : []}')";
@@ -60,6 +78,11 @@ class MappingApplier {
     static constexpr const char* blankIdAlertTitle = "Error applying mapping";
     static constexpr const char* blankIdAlertText =
         "OriginalId or remappedId was blank, please remove all mappings and re-add them.";
+    // %1: how many mappings the list has, %2: the most one installation can carry.
+    static constexpr const char* tooManyAlertTitle = "Too many mappings to install";
+    static constexpr const char* tooManyAlertText =
+        "Your list has %1 mappings, but one installation can carry at most %2. Remove some "
+        "mappings; until then the keys stay as they were installed before.";
     static constexpr const char* failedAlertTitle = "Unable to apply keyboard mappings";
     static constexpr const char* failedAlertText =
         "Unable to apply keyboard mappings. Most often this is because you are trying to apply "

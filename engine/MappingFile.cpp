@@ -5,7 +5,9 @@
 #include <fstream>
 
 #include "common/AtomicFile.h"
+#include "common/Text.h"
 #include "engine/KeyTable.h"
+#include "engine/MappingApplier.h"
 #include "platform/JsonText.h"
 
 namespace keyvane {
@@ -213,6 +215,19 @@ bool MappingFile::write(const std::filesystem::path& file, std::string& error) {
         return false;
     }
     return true;
+}
+
+std::string MappingFile::adoptionProblem(const Reading& reading, Adoption how) {
+    std::size_t count = reading.mappings.size();
+    std::optional<std::string> keyboardId = MappingStore::loadKeyboardId();
+    if (how == Adoption::Append)
+        count += keyMappings.size();
+    else if (reading.keyboardId)
+        keyboardId = reading.keyboardId;
+    const std::size_t maximum = MappingApplier::maximumMappings(keyboardId);
+    if (count <= maximum)
+        return {};
+    return fillIn(tooManyProblem, {groupedDigits(count), groupedDigits(maximum)});
 }
 
 void MappingFile::adopt(const Reading& reading, Adoption how) {

@@ -46,6 +46,12 @@ class MappingFile {
     // The list and keyboard of this process as a file. False with the reason in `error`.
     static bool write(const std::filesystem::path& file, std::string& error);
 
+    // %1: how many mappings the list would have, %2: the most one installation can carry.
+    static constexpr const char* tooManyProblem =
+        "your list would then have %1 mappings, but one installation can carry at most %2";
+    // Why adopting `reading` so would make a list too long to install, or "" when it would not.
+    static std::string adoptionProblem(const Reading& reading, Adoption how);
+
     // Replace: the read mappings become the list, and the file's keyboard (if it names one) the
     // target keyboard. Append: they go after the list; the keyboard stays. Both are stored.
     static void adopt(const Reading& reading, Adoption how);

@@ -1,11 +1,12 @@
 #include "platform/UserDefaults.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <cmath>
 #include <ctime>
-#include <fstream>
-#include <sstream>
 
 #include "common/AtomicFile.h"
 #include "common/Log.h"
@@ -34,6 +35,28 @@ void report(const UserDefaults::Problem& problem) {
         problemHandler()(problem);
 }
 
+// The whole file; the descriptor never blocks, so a pipe in its place cannot hang the start.
+std::error_code readAll(const std::filesystem::path& file, std::string& bytes) {
+    const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (fd < 0)
+        return {errno, std::generic_category()};
+    std::error_code error;
+    char buffer[16384];
+    for (;;) {
+        const ssize_t n = ::read(fd, buffer, sizeof buffer);
+        if (n > 0) {
+            bytes.append(buffer, static_cast<std::size_t>(n));
+        } else if (n == 0) {
+            break;
+        } else if (errno != EINTR) {
+            error = {errno, std::generic_category()};
+            break;
+        }
+    }
+    ::close(fd);
+    return error;
+}
+
 }  // namespace
 
 void UserDefaults::setProblemHandler(std::function<void(const Problem&)> handler) {
@@ -55,9 +78,13 @@ UserDefaults& UserDefaults::standard() {
 
 UserDefaults::FileStamp UserDefaults::stampOfFile() const {
     struct stat info {};
-    if (::stat(file_.c_str(), &info) != 0)
-        return {};
-    return {true, static_cast<std::int64_t>(info.st_size),
+    if (::stat(file_.c_str(), &info) != 0) {
+        // Only these say that there is no file; a folder that cannot be searched may hide one.
+        if (errno == ENOENT || errno == ENOTDIR)
+            return {};
+        return {true, errno};
+    }
+    return {true, 0, static_cast<std::int64_t>(info.st_size),
             static_cast<std::int64_t>(info.st_mtim.tv_sec) * 1'000'000'000 + info.st_mtim.tv_nsec,
             static_cast<std::uint64_t>(info.st_ino)};
 }
@@ -70,20 +97,23 @@ const DefaultsDictionary& UserDefaults::contents() {
     loadedStamp_ = stamp;
     contents_.clear();
     corrupt_ = false;
+    unreadable_ = false;
     if (!stamp.exists)
         return contents_;
 
-    std::ifstream in(file_, std::ios::binary);
-    std::stringstream bytes;
-    bytes << in.rdbuf();
+    std::string bytes;
+    const std::error_code readError =
+        stamp.error ? std::error_code(stamp.error, std::generic_category()) : readAll(file_, bytes);
+    if (readError) {
+        leaveUnreadableFile(readError.message());
+        return contents_;
+    }
     std::string error;
-    std::optional<DefaultsValue> parsed = parseJson(bytes.str(), error);
+    std::optional<DefaultsValue> parsed = parseJson(bytes, error);
     DefaultsDictionary* object = parsed ? std::get_if<DefaultsDictionary>(&parsed->value) : nullptr;
-    if (in.bad() || !in.is_open() || !object) {
+    if (!object) {
         corrupt_ = true;
-        moveCorruptFileAside(!in.is_open() ? "it cannot be opened"
-                             : !parsed     ? error
-                                           : "it does not hold a JSON object");
+        moveCorruptFileAside(!parsed ? error : "it does not hold a JSON object");
         return contents_;
     }
     contents_ = std::move(*object);
@@ -104,13 +134,22 @@ void UserDefaults::moveCorruptFileAside(const std::string& reason) {
     if (ec) {
         warn(problem + "The file cannot be moved aside (" + ec.message() +
              "), so no settings will be saved.");
-        report({Problem::Kind::Unreadable, file_, {}, reason});
+        report({Problem::Kind::Corrupt, file_, {}, reason});
         return;
     }
     warn(problem + "The unreadable file was kept as " + aside.string() + ".");
     corrupt_ = false;
     loadedStamp_ = stampOfFile();
-    report({Problem::Kind::Unreadable, file_, aside, reason});
+    report({Problem::Kind::Corrupt, file_, aside, reason});
+}
+
+void UserDefaults::leaveUnreadableFile(const std::string& reason) {
+    unreadable_ = true;
+    saveFailing_ = false;  // the first save it keeps from the file is told as well
+    warn("the settings in " + file_.string() + " cannot be read (" + reason +
+         "); using empty settings. The file is left as it is, and no settings will be saved over "
+         "it.");
+    report({Problem::Kind::Unreadable, file_, {}, reason});
 }
 
 void UserDefaults::reportNotSaved(const std::string& reason) {
@@ -158,13 +197,19 @@ std::int64_t UserDefaults::integerForKey(const std::string& key) {
 
 void UserDefaults::setObject(const std::string& key, DefaultsValue value) {
     contents();
+    contents_[key] = std::move(value);  // in memory first: a change refused below stays in effect
+    if (unreadable_) {
+        // The folder may well take a new file, and replacing this one could lose the user's
+        // settings: the refusal has to be ours.
+        reportNotSaved(unreadableNotSavedReason);
+        return;
+    }
     if (corrupt_) {
         // The unreadable file stays untouched: it could not be kept aside.
         reportNotSaved("the unreadable settings file is still in the way");
         return;
     }
 
-    contents_[key] = std::move(value);
     if (const std::error_code error = replaceFileAtomically(file_, jsonText(contents_))) {
         reportNotSaved(error.message());
         loadedStamp_.reset();  // the next read shows what the file really holds

@@ -15,14 +15,18 @@ namespace keyvane {
 using StringDictionary = std::map<std::string, std::string>;
 
 // The user's settings: one JSON object in a file. Every write replaces the whole file atomically,
-// so a crash leaves either the old or the new file. A file that cannot be parsed reads as empty and
-// is moved aside at once, never overwritten; while it cannot be moved, nothing is written.
+// so a crash leaves either the old or the new file. A file that was read but cannot be parsed reads
+// as empty and is moved aside at once, never overwritten; while it cannot be moved, nothing is
+// written. A file that cannot be read at all (no permission, a folder in its place, a disk error)
+// may hold good settings: it reads as empty and stays where it is, and nothing is written while it
+// is there.
 class UserDefaults {
   public:
     // What went wrong with the file, for whoever tells the user.
     struct Problem {
         enum class Kind {
-            Unreadable,  // read as empty; `keptAs` names where the file was moved, if it could be
+            Corrupt,     // read as empty; `keptAs` names where the file was moved, if it could be
+            Unreadable,  // read as empty; the file is left as it is and never written over
             NotSaved,    // a write failed; reported once, again only after a write has succeeded
         };
         Kind kind;
@@ -30,6 +34,9 @@ class UserDefaults {
         std::filesystem::path keptAs;
         std::string reason;
     };
+    // Why a write is refused after the file could not be read.
+    static constexpr const char* unreadableNotSavedReason =
+        "it could not be read, so Keyvane does not write over it";
     // Receives every problem of every UserDefaults (also written to standard error); main thread.
     static void setProblemHandler(std::function<void(const Problem&)> handler);
 
@@ -59,6 +66,7 @@ class UserDefaults {
   private:
     struct FileStamp {
         bool exists = false;
+        int error = 0;  // it may exist, but cannot be looked at
         std::int64_t size = 0;
         std::int64_t modifiedNs = 0;
         std::uint64_t inode = 0;
@@ -68,12 +76,14 @@ class UserDefaults {
     const DefaultsDictionary& contents();
     FileStamp stampOfFile() const;
     void moveCorruptFileAside(const std::string& reason);
+    void leaveUnreadableFile(const std::string& reason);
     void reportNotSaved(const std::string& reason);
 
     std::filesystem::path file_;
     DefaultsDictionary contents_;
     std::optional<FileStamp> loadedStamp_;
     bool corrupt_ = false;
+    bool unreadable_ = false;
     bool saveFailing_ = false;
 };
 

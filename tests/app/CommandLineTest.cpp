@@ -84,10 +84,19 @@ TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
         R"({"HIDKeyboardModifierMappingSrc" : 0x700000039, "HIDKeyboardModifierMappingDst" : 0x700000029})";
     const Calls installs = {FakeHidutil::clearingCall(),
                             FakeHidutil::installCall(capsLockProperty)};
-    const Calls installsTwice = {
-        FakeHidutil::clearingCall(),
-        FakeHidutil::installCall(R"({"UserKeyMapping" : [)" + caps + "," + caps + "]}")};
+    const auto installsCaps = [&](std::size_t count) {
+        std::string entries = caps;
+        for (std::size_t i = 1; i < count; ++i)
+            entries += "," + caps;
+        return Calls{FakeHidutil::clearingCall(),
+                     FakeHidutil::installCall(R"({"UserKeyMapping" : [)" + entries + "]}")};
+    };
     const QString file = QString::fromStdString(exportFile);
+    // As many mappings as one command carries for all keyboards, but the keyboard it names
+    // lengthens the command.
+    const std::string fullForOne = exportFile + ".0x27e";
+    std::ofstream(fullForOne) << MappingFile::compose(
+        std::vector<KeyMapping>(1379, capsLockToEscape), "0x27e");
     const struct {
         QStringList arguments;
         int status;
@@ -96,6 +105,7 @@ TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
         Calls calls;
         std::size_t listSize = 1;  // the stored list afterwards
         bool installFails = false;
+        std::size_t stored = 1;  // Caps Lock -> Escape, so many times before the run
     } rows[] = {
         {{"--help"}, 0, CommandLine::usage, "", {}},
         {{"--version"}, 0, "Keyvane " + bundle::shortVersion() + "\n", "", {}},
@@ -110,9 +120,44 @@ TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
          0,
          "the list now has 2 mappings.\nInstalled 2 mappings for all keyboards.\n",
          "",
-         installsTwice,
+         installsCaps(2),
          2},
         {{"--import", file}, 0, "the list now has 1 mapping.\n", "", installs},
+        // The most one command can carry, and not one more: nothing is even cleared.
+        {{"--import", file, "--append"},
+         0,
+         "Installed 1379 mappings for all keyboards.\n",
+         "",
+         installsCaps(1379),
+         1379,
+         false,
+         1378},
+        {{"--import", file, "--append"},
+         1,
+         "",
+         "keyvane: cannot import " + exportFile +
+             ": your list would then have 1,380 mappings, but one installation can carry at most "
+             "1,379. Your list is unchanged.\n",
+         {},
+         1379,
+         false,
+         1379},
+        {{"--import", QString::fromStdString(fullForOne)},
+         1,
+         "",
+         "keyvane: cannot import " + fullForOne +
+             ": your list would then have 1,379 mappings, but one installation can carry at most "
+             "1,378. Your list is unchanged.\n",
+         {}},
+        {{"--apply"},
+         1,
+         "",
+         "keyvane: Your list has 1,380 mappings, but one installation can carry at most 1,379. "
+         "Remove some mappings; until then the keys stay as they were installed before.\n",
+         {},
+         1380,
+         false,
+         1380},
         {{"--frobnicate"}, 2, "", "keyvane: unknown option \"--frobnicate\"", {}},
         {{"--list", "--apply"}, 2, "", "not both --list and --apply", {}},
         {{"--export"}, 2, "", "keyvane: --export needs a file name", {}},
@@ -122,6 +167,8 @@ TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
     hidutil.setOutput("status", "Keyboard 0x27e USB: 1 installed\n");
     hidutil.setExitStatus("status", 3);
     for (const auto& row : rows) {
+        keyMappings.assign(row.stored, capsLockToEscape);
+        MappingStore::saveMappings();
         hidutil.clearCalls();
         hidutil.setOutput("property", row.installFails ? "" : "UserKeyMapping:(\n)\n");
         const Outcome run = keyvane(row.arguments);

@@ -157,7 +157,8 @@ TEST_F(LaunchTest, ASecondStartReopensTheWindowOfTheRunningCopyOrSaysWhyItCannot
     EXPECT_EQ(hidutil.calls().size(), 4u);
 }
 
-// What cannot be read or saved, the user is told once, with the file's path.
+// What cannot be read or saved, the user is told once, with the file's path; what did not parse
+// is kept aside, what could not even be read is left alone.
 TEST_F(LaunchTest, UnreadableOrUnsavableSettingsAreShownInAnAlert) {
     const std::filesystem::path file = UserDefaults::standardPath();
     const QString path = QString::fromStdString(file.string());
@@ -178,6 +179,30 @@ TEST_F(LaunchTest, UnreadableOrUnsavableSettingsAreShownInAnAlert) {
     ASSERT_EQ(seen.size(), 1u);
     EXPECT_EQ(seen[0].text, "Your settings could not be saved");
     EXPECT_TRUE(seen[0].informativeText.contains(path + " ("));
+
+    // A folder where the file belongs is not corrupt: it stays, and nothing is saved over it.
+    app.reset();
+    std::filesystem::remove(file.parent_path());
+    std::filesystem::create_directories(file);
+    app = launch();
+    MappingStore::saveKeyboardId("0x27e");
+    EXPECT_EQ(alerts.drain(),
+              (std::vector<testing::AlertAnswerer::Seen>{
+                  {"Your settings could not be read",
+                   "Keyvane could not read " + path +
+                       " (Is a directory), so it started without your mappings and settings. The "
+                       "file was left as it is, and Keyvane will not save over it while it runs: "
+                       "make it readable, then start Keyvane again.",
+                   {"OK"},
+                   "OK"},
+                  {"Your settings could not be saved",
+                   "Keyvane could not save your settings to " + path +
+                       " (it could not be read, so Keyvane does not write over it). Your change is "
+                       "in effect now but will be gone the next time Keyvane starts. Make sure the "
+                       "folder can be written, then make the change again.",
+                   {"OK"},
+                   "OK"}}));
+    EXPECT_TRUE(std::filesystem::is_directory(file));
 }
 
 TEST(LaunchWithoutBus, StartsAsANormalLaunchAndSaysSo) {

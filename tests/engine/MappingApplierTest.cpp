@@ -7,6 +7,7 @@
 
 #include "engine/MappingApplier.h"
 #include "engine/MappingStore.h"
+#include "engine/ShellRunner.h"
 #include "tests/support/FakeHidutil.h"
 
 namespace keyvane {
@@ -25,6 +26,16 @@ std::string entry(const std::string& from, const std::string& to) {
 }
 std::string property(const std::string& entries) {
     return R"({"UserKeyMapping" : [)" + entries + "]}";
+}
+// Caps Lock -> Escape, `count` times.
+std::vector<KeyMapping> capsLocks(std::size_t count) {
+    return std::vector<KeyMapping>(count, record("39", "29"));
+}
+std::string capsLockEntries(std::size_t count) {
+    std::string entries = entry("39", "29");
+    for (std::size_t i = 1; i < count; ++i)
+        entries += "," + entry("39", "29");
+    return entries;
 }
 
 // An alert as (title, text).
@@ -56,18 +67,26 @@ class MappingApplierTest : public ::testing::Test {
 };
 
 // Always clears first; then one command for all keyboards, or for the stored product id. Blank ids
-// are shown in an alert, and the command still runs.
+// are shown in an alert, and the command still runs. A list longer than one command can carry is
+// refused before the clearing, so that the keys keep what they had.
 TEST_F(MappingApplierTest, EachListInstallsWithOneExactCommandAfterClearing) {
     const std::string two = property(entry("39", "29") + "," + entry("e3", "e7"));
     const std::vector<std::string> twoOnOne = {
         "property", "--set", property(entry("39", "29") + "," + entry("39", "00")), "--matching",
         R"({"ProductID": 0x27e})"};
+    // A product id lengthens the command, so that it carries one mapping less.
+    EXPECT_EQ(MappingApplier::maximumMappings(std::nullopt), 1379u);
+    EXPECT_EQ(MappingApplier::maximumMappings("0x27e"), 1378u);
+    const std::vector<std::string> fullOnOne = {"property", "--set",
+                                                property(capsLockEntries(1378)), "--matching",
+                                                R"({"ProductID": 0x27e})"};
     const auto install = FakeHidutil::installCall;
     const struct {
         std::vector<KeyMapping> list;
         const char* keyboard;  // stored before the run, when given
         Calls afterClearing;
         std::vector<Alert> alerts;
+        bool refused = false;  // not even cleared
     } rows[] = {
         {{}, nullptr, {}, {}},
         {{{{"original", "a"}, {"originalId", "04"}}}, nullptr, {}, {}},
@@ -75,8 +94,24 @@ TEST_F(MappingApplierTest, EachListInstallsWithOneExactCommandAfterClearing) {
         {{record("39", "29"), record("e3", "e7")}, nullptr, {install(two)}, {}},
         {{record("", "29")}, nullptr, {install(property(entry("", "29")))}, {blankIdAlert}},
         {{record("39", "")}, nullptr, {install(property(entry("39", "")))}, {blankIdAlert}},
+        {capsLocks(1379), nullptr, {install(property(capsLockEntries(1379)))}, {}},
+        {capsLocks(1380),
+         nullptr,
+         {},
+         {{"Too many mappings to install",
+           "Your list has 1,380 mappings, but one installation can carry at most 1,379. Remove "
+           "some mappings; until then the keys stay as they were installed before."}},
+         true},
         {{record("39", "29"), record("e3", "e7")}, allKeyboardsId, {install(two)}, {}},
         {{record("39", "29"), record("39", "00")}, "0x27e", {twoOnOne}, {}},
+        {capsLocks(1378), "0x27e", {fullOnOne}, {}},
+        {capsLocks(1379),
+         "0x27e",
+         {},
+         {{"Too many mappings to install",
+           "Your list has 1,379 mappings, but one installation can carry at most 1,378. Remove "
+           "some mappings; until then the keys stay as they were installed before."}},
+         true},
     };
     ::testing::internal::CaptureStdout();
     for (const auto& row : rows) {
@@ -84,11 +119,21 @@ TEST_F(MappingApplierTest, EachListInstallsWithOneExactCommandAfterClearing) {
         keyMappings = row.list;
         if (row.keyboard)
             MappingStore::saveKeyboardId(row.keyboard);
-        MappingApplier::applyMappings();
+        EXPECT_EQ(MappingApplier::applyMappings(), !row.refused);
         Calls calls = row.afterClearing;
-        calls.insert(calls.begin(), FakeHidutil::clearingCall());
-        EXPECT_EQ(hidutil.calls(), calls) << MappingStore::describe(row.list);
-        EXPECT_EQ(drainAlerts(), row.alerts) << MappingStore::describe(row.list);
+        if (!row.refused)
+            calls.insert(calls.begin(), FakeHidutil::clearingCall());
+        const std::string context = "row " + std::to_string(&row - rows);
+        EXPECT_EQ(hidutil.calls(), calls) << context;
+        EXPECT_EQ(drainAlerts(), row.alerts) << context;
+        if (row.refused) {
+            // The refusal is no caution: bash could not have started that command.
+            ::testing::internal::CaptureStderr();
+            ShellRunner::run(MappingApplier::composeCommand());
+            const std::string warning = ::testing::internal::GetCapturedStderr();
+            EXPECT_NE(warning.find("Argument list too long"), std::string::npos) << warning;
+            EXPECT_TRUE(hidutil.calls().empty()) << context;
+        }
     }
     const std::string trace = ::testing::internal::GetCapturedStdout();
     EXPECT_NE(trace.find("hidutil property --set '" + two + "'\n"), std::string::npos);

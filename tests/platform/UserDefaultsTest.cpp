@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
+#include <linux/capability.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -83,25 +85,93 @@ TEST(UserDefaults, AWriteKilledBeforeTheRenameLeavesTheOldFile) {
     EXPECT_EQ(reader.stringForKey("keep"), "old value");
 }
 
-TEST(UserDefaults, UnreadableFileReadsEmptyIsKeptAsideAtOnceAndReported) {
+// Root reads and writes files without permission all the same (CAP_DAC_OVERRIDE,
+// CAP_DAC_READ_SEARCH). This thread gives both up while the object lives, so that a file without
+// permission cannot be read by whoever runs the test.
+class NoPermissionOverride {
+  public:
+    NoPermissionOverride() {
+        ::syscall(SYS_capget, &header_, saved_);
+        __user_cap_data_struct lowered[2] = {saved_[0], saved_[1]};
+        lowered[0].effective &= ~((1u << CAP_DAC_OVERRIDE) | (1u << CAP_DAC_READ_SEARCH));
+        ::syscall(SYS_capset, &header_, lowered);
+    }
+    ~NoPermissionOverride() { ::syscall(SYS_capset, &header_, saved_); }
+
+  private:
+    __user_cap_header_struct header_{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct saved_[2]{};
+};
+
+// Only a file that was read and did not parse is corrupt, and kept aside at once. One that cannot
+// be read may hold good settings: it stays where it is, as it is, and no save replaces it, even
+// where the folder would take one (the refusal is the program's own).
+TEST(UserDefaults, AFileThatDoesNotParseIsKeptAsideOneThatCannotBeReadIsLeftAlone) {
+    using Kind = UserDefaults::Problem::Kind;
     std::vector<UserDefaults::Problem> problems;
     UserDefaults::setProblemHandler([&](const auto& problem) { problems.push_back(problem); });
     const fs::path file = UserDefaults::standardPath();
-    const std::string corrupt = R"({"keydata2": [{"original": "Caps Lock")";
-    fs::create_directories(file.parent_path());
-    std::ofstream(file) << corrupt;
-
-    UserDefaults defaults(file);
-    ::testing::internal::CaptureStderr();
-    EXPECT_EQ(defaults.objectForKey("keydata2"), nullptr);
-    EXPECT_EQ(defaults.objectForKey("applyatlogin"), nullptr);  // reported once, not per read
-    ::testing::internal::GetCapturedStderr();
-    ASSERT_EQ(problems.size(), 1u);
-    EXPECT_EQ(problems[0].file, file);
-    EXPECT_EQ(problems[0].keptAs.parent_path(), file.parent_path());
-    EXPECT_EQ(readFile(problems[0].keptAs), corrupt);
-    defaults.setString("keyboardId", "0x27e");
-    EXPECT_EQ(UserDefaults(file).stringForKey("keyboardId"), "0x27e");
+    const struct {
+        std::string contents;  // empty: a folder where the file should be
+        fs::perms permissions;
+        Kind kind;
+        const char* reason;        // when it is checked
+        bool onTheFolder = false;  // the permissions are the folder's, not the file's
+    } rows[] = {
+        {R"({"keydata2": [{"original": "Caps Lock")", fs::perms::owner_read, Kind::Corrupt,
+         nullptr},
+        {R"({"keyboardId": "0x27e"})", fs::perms::none, Kind::Unreadable, "Permission denied"},
+        {"", fs::perms::owner_all, Kind::Unreadable, "Is a directory"},
+        {R"({"keyboardId": "0x27e"})", fs::perms::owner_read, Kind::Unreadable, "Permission denied",
+         true},
+    };
+    for (const auto& row : rows) {
+        problems.clear();
+        fs::remove_all(file.parent_path());
+        fs::create_directories(file.parent_path());
+        if (row.contents.empty())
+            fs::create_directories(file / "inside");
+        else
+            std::ofstream(file) << row.contents;
+        fs::permissions(row.onTheFolder ? file.parent_path() : file, row.permissions);
+        {
+            NoPermissionOverride asAnyUser;
+            UserDefaults defaults(file);
+            ::testing::internal::CaptureStderr();
+            EXPECT_EQ(defaults.objectForKey("keydata2"), nullptr);
+            EXPECT_EQ(defaults.objectForKey("keyboardId"), nullptr);  // reported once, not per read
+            defaults.setString("keyboardId", "0x300");
+            EXPECT_EQ(defaults.stringForKey("keyboardId"), "0x300");  // in effect, saved or not
+            ::testing::internal::GetCapturedStderr();
+        }
+        ASSERT_GE(problems.size(), 1u) << row.contents;
+        EXPECT_EQ(problems[0].kind, row.kind) << row.contents;
+        EXPECT_EQ(problems[0].file, file);
+        if (row.reason) {
+            EXPECT_EQ(problems[0].reason, row.reason);
+        }
+        fs::permissions(file.parent_path(), fs::perms::owner_all);
+        fs::permissions(file, fs::perms::owner_all);
+        std::vector<fs::path> names;
+        for (const auto& entry : fs::directory_iterator(file.parent_path()))
+            names.push_back(entry.path().filename());
+        if (row.kind == Kind::Corrupt) {
+            EXPECT_EQ(problems.size(), 1u);
+            EXPECT_EQ(problems[0].keptAs.parent_path(), file.parent_path());
+            EXPECT_EQ(readFile(problems[0].keptAs), row.contents);
+            EXPECT_EQ(UserDefaults(file).stringForKey("keyboardId"), "0x300");
+            continue;
+        }
+        ASSERT_EQ(problems.size(), 2u);
+        EXPECT_EQ(problems[1].kind, Kind::NotSaved);
+        EXPECT_EQ(problems[1].reason, UserDefaults::unreadableNotSavedReason);
+        EXPECT_EQ(names, std::vector<fs::path>{file.filename()});  // nothing kept aside or left
+        if (row.contents.empty()) {
+            EXPECT_TRUE(fs::is_directory(file / "inside"));
+        } else {
+            EXPECT_EQ(readFile(file), row.contents);
+        }
+    }
     UserDefaults::setProblemHandler({});
 }
 

@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <QAction>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialog>
+#include <QFileDialog>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMainWindow>
 #include <QTableView>
 #include <QTimer>
@@ -13,6 +16,7 @@
 #include <fstream>
 
 #include "app/LoginItem.h"
+#include "engine/MappingFile.h"
 #include "engine/MappingStatus.h"
 #include "engine/MappingStore.h"
 #include "platform/LoginItems.h"
@@ -96,7 +100,8 @@ class MainVCTest : public ::testing::Test {
     std::unique_ptr<MainVC> vc;
 };
 
-TEST_F(MainVCTest, FirstLaunchShowsTheHintAStoredListIsShownRemovalStoresThenInstalls) {
+TEST_F(MainVCTest,
+       FirstLaunchShowsTheHintAStoredListIsShownRemovalStoresThenInstallsAFullListTakesNoMore) {
     load();
     EXPECT_EQ(column(0), std::vector<std::string>{});
     EXPECT_TRUE(outlet<QLabel>("startLabel")->isVisible());
@@ -142,6 +147,56 @@ TEST_F(MainVCTest, FirstLaunchShowsTheHintAStoredListIsShownRemovalStoresThenIns
     clickSegment("removeSegment");
     EXPECT_TRUE(keyMappings.empty());
     EXPECT_FALSE(outlet<QLabel>("startLabel")->isVisible());
+
+    // As many as one installation carries: the capture window, which would clear the keys, does
+    // not open; an import to add after them is refused once it is chosen, one that could not even
+    // replace them before the question.
+    keyMappings.assign(1379, threeRecords[0]);
+    MappingStore::saveMappings();
+    vc->reloadTable();
+    const std::string full = storedList();
+    const std::string file = std::string(std::getenv("HOME")) + "/import.json";
+    QTimer picker;  // answers the file dialog
+    QObject::connect(&picker, &QTimer::timeout, [&] {
+        for (QWidget* widget : QApplication::topLevelWidgets()) {
+            if (auto* dialog = qobject_cast<QFileDialog*>(widget); dialog && dialog->isVisible()) {
+                // Typed, as selectFile leaves alone a name field that has the focus.
+                dialog->findChild<QLineEdit*>("fileNameEdit")
+                    ->setText(QString::fromStdString(file));
+                static_cast<QDialog*>(dialog)->accept();  // protected in QFileDialog
+            }
+        }
+    });
+    picker.start(10);
+    hidutil.clearCalls();
+    clickSegment("addSegment");
+    EXPECT_EQ(currentKeyboardVC, nullptr);
+    EXPECT_EQ(alerts.drain(), (std::vector<AlertAnswerer::Seen>{
+                                  {"No room for another mapping",
+                                   "One installation can carry at most 1,379 mappings, and your "
+                                   "list has 1,379. Remove a mapping before you add another.",
+                                   {"OK"},
+                                   "OK"}}));
+    const auto refusal = [&](const char* count) {
+        return AlertAnswerer::Seen{"This file cannot be imported",
+                                   QString::fromStdString(file) + ": your list would then have " +
+                                       count +
+                                       " mappings, but one installation can carry at most "
+                                       "1,379.\n\nYour list is unchanged.",
+                                   {"OK"},
+                                   "OK"};
+    };
+    for (const auto& [count, asked] : {std::pair{1, true}, std::pair{1400, false}}) {
+        std::ofstream(file) << MappingFile::compose(
+            std::vector<KeyMapping>(std::size_t(count), threeRecords[1]), allKeyboardsId);
+        outlet<QAction>("importAction")->trigger();  // the question's default: add to the list
+        std::vector<AlertAnswerer::Seen> seen = alerts.drain();
+        ASSERT_EQ(seen.size(), asked ? 2u : 1u) << count;
+        EXPECT_EQ(seen.back(), refusal(asked ? "1,380" : "1,400"));
+        EXPECT_EQ(seen.front().buttons.value(0), asked ? "Add to My List" : "OK");
+    }
+    EXPECT_TRUE(hidutil.calls().empty());
+    EXPECT_EQ(storedList(), full);
 }
 
 // After every installation the keymaps are read back: an overridden mapping is installed once

@@ -9,11 +9,13 @@
 #include <QMainWindow>
 
 #include "common/Log.h"
+#include "common/Text.h"
 #include "engine/MappingApplier.h"
 #include "engine/MappingFile.h"
 #include "engine/MappingStatus.h"
 #include "engine/MappingStore.h"
 #include "engine/ShellRunner.h"
+#include "platform/Alert.h"
 #include "platform/Application.h"
 #include "ui/KeyNames.h"
 #include "ui/capture/KeyboardVC.h"
@@ -206,6 +208,14 @@ void MainVC::segmentedBtnClick(SegmentedControl* sender) {
 }
 
 void MainVC::presentKeyboardVC() {
+    // The capture window clears the keys as it opens, and its mapping could not be installed.
+    const std::size_t maximum = MappingApplier::maximumMappings();
+    if (keyMappings.size() >= maximum) {
+        showAlert(
+            fillIn(listFullAlertText, {groupedDigits(maximum), groupedDigits(keyMappings.size())}),
+            listFullAlertTitle, {});
+        return;
+    }
     keyboardVC_ = std::make_unique<KeyboardVC>(window_.get());
     keyboardVC_->viewDidLoad();
     keyboardVC_->window()->show();

@@ -31,6 +31,14 @@ std::string question(const MappingFile::Reading& reading) {
     return text + (reading.mappings.size() == 1 ? " with it?" : " with them?");
 }
 
+// Tells why the file is not imported, with the mappings it left out; false, as nothing changed.
+bool refuse(const std::string& file, const std::string& problem,
+            const std::vector<std::string>& rejected = {}) {
+    showAlert(file + ": " + problem + "." + lines(rejected) + "\n\n" + unchangedText,
+              importFailedTitle, {});
+    return false;
+}
+
 }  // namespace
 
 void exportMappings(QWidget* parent) {
@@ -49,24 +57,30 @@ bool importMappings(QWidget* parent) {
     if (file.isEmpty())
         return false;
     const MappingFile::Reading reading = MappingFile::read(file.toStdString());
-    if (!reading.problem.empty()) {
-        std::string text = file.toStdString() + ": " + reading.problem + ".";
-        if (!reading.rejected.empty())
-            text += lines(reading.rejected);
-        showAlert(text + "\n\n" + unchangedText, importFailedTitle, {});
-        return false;
-    }
+    if (!reading.problem.empty())
+        return refuse(file.toStdString(), reading.problem, reading.rejected);
+    // Neither way would fit in one installation: no question whose every answer is refused.
+    const std::string replaceProblem =
+        MappingFile::adoptionProblem(reading, MappingFile::Adoption::Replace);
+    if (!replaceProblem.empty() &&
+        !MappingFile::adoptionProblem(reading, MappingFile::Adoption::Append).empty())
+        return refuse(file.toStdString(), replaceProblem);
     const std::string title = "Import " + mappingsCount(reading.mappings.size()) + "?";
+    MappingFile::Adoption how;
     switch (runModalAlert(title, question(reading), {appendButton, replaceButton, cancelButton})) {
         case 0:
-            MappingFile::adopt(reading, MappingFile::Adoption::Append);
-            return true;
+            how = MappingFile::Adoption::Append;
+            break;
         case 1:
-            MappingFile::adopt(reading, MappingFile::Adoption::Replace);
-            return true;
+            how = MappingFile::Adoption::Replace;
+            break;
         default:
             return false;
     }
+    if (const std::string problem = MappingFile::adoptionProblem(reading, how); !problem.empty())
+        return refuse(file.toStdString(), problem);
+    MappingFile::adopt(reading, how);
+    return true;
 }
 
 }  // namespace keyvane::mapping_file_dialogs
