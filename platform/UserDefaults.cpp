@@ -6,7 +6,6 @@
 
 #include <cerrno>
 #include <cmath>
-#include <ctime>
 
 #include "common/AtomicFile.h"
 #include "common/Log.h"
@@ -15,15 +14,6 @@
 
 namespace keyvane {
 namespace {
-
-std::string utcTimestamp() {
-    std::time_t now = std::time(nullptr);
-    std::tm parts{};
-    gmtime_r(&now, &parts);
-    char text[32];
-    std::strftime(text, sizeof text, "%Y%m%dT%H%M%SZ", &parts);
-    return text;
-}
 
 std::function<void(const UserDefaults::Problem&)>& problemHandler() {
     static std::function<void(const UserDefaults::Problem&)> handler;
@@ -121,14 +111,8 @@ const DefaultsDictionary& UserDefaults::contents() {
 }
 
 void UserDefaults::moveCorruptFileAside(const std::string& reason) {
-    std::filesystem::path aside = file_;
-    aside += ".corrupt-" + utcTimestamp();
-    for (int n = 1; std::filesystem::exists(aside); ++n) {
-        aside = file_;
-        aside += ".corrupt-" + utcTimestamp() + "-" + std::to_string(n);
-    }
-    std::error_code ec;
-    std::filesystem::rename(file_, aside, ec);
+    std::filesystem::path aside;
+    const std::error_code ec = moveAside(file_, "corrupt", aside);
     const std::string problem = "the settings in " + file_.string() + " cannot be read (" + reason +
                                 "); using empty settings. ";
     if (ec) {
