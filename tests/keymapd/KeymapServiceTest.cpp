@@ -3,25 +3,21 @@
 // exactly as hidutil does in-process, and only when polkit allows the caller.
 #include <gtest/gtest.h>
 #include <linux/input-event-codes.h>
-#include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <systemd/sd-bus.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cstdlib>
-#include <fstream>
-#include <functional>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "hidutil/Command.h"
 #include "hidutil/KeymapBus.h"
 #include "keymapd/KeymapService.h"
 #include "tests/hidutil/MemoryDevices.h"
+#include "tests/support/PrivateSystemBus.h"
 #include "tests/support/ReadFile.h"
 
 extern char** environ;
@@ -32,106 +28,6 @@ namespace {
 namespace fs = std::filesystem;
 using testing::Entry;
 using testing::userKeyMapping;
-
-// A dbus-daemon of the test's own, configured like the system bus but open to every caller, as the
-// service's D-Bus policy makes the real one for its methods.
-class PrivateSystemBus {
-  public:
-    explicit PrivateSystemBus(const fs::path& folder) {
-        const fs::path config = folder / "bus.conf";
-        address_ = "unix:path=" + (folder / "system_bus_socket").string();
-        std::ofstream(config) << "<busconfig><type>system</type><listen>" << address_
-                              << "</listen><auth>EXTERNAL</auth><policy context=\"default\">"
-                                 "<allow user=\"*\"/><allow own=\"*\"/>"
-                                 "<allow send_destination=\"*\"/><allow receive_sender=\"*\"/>"
-                                 "</policy></busconfig>";
-        std::string configArg = "--config-file=" + config.string();
-        char* argv[] = {const_cast<char*>("dbus-daemon"), configArg.data(),
-                        const_cast<char*>("--nofork"), nullptr};
-        posix_spawnp(&daemon_, "dbus-daemon", nullptr, nullptr, argv, environ);
-        // The daemon listens once its socket exists.
-        while (!fs::exists(folder / "system_bus_socket"))
-            std::this_thread::yield();
-    }
-    ~PrivateSystemBus() {
-        ::kill(daemon_, SIGTERM);
-        ::waitpid(daemon_, nullptr, 0);
-    }
-    const std::string& address() const { return address_; }
-
-  private:
-    pid_t daemon_ = -1;
-    std::string address_;
-};
-
-// One connection to the bus served on a thread of its own until destroyed; `serving` is held while
-// it handles messages, so that the test reads what a handler changed only between messages.
-class BusThread {
-  public:
-    BusThread(const std::string& address, std::function<void(sd_bus*)> setUp) {
-        sd_bus_new(&bus_);
-        sd_bus_set_address(bus_, address.c_str());
-        sd_bus_set_bus_client(bus_, 1);
-        sd_bus_start(bus_);
-        setUp(bus_);
-        thread_ = std::thread([this] {
-            while (!stop_) {
-                {
-                    const std::lock_guard lock(serving);
-                    while (sd_bus_process(bus_, nullptr) > 0) {
-                    }
-                }
-                sd_bus_wait(bus_, 50'000);
-            }
-        });
-    }
-    ~BusThread() {
-        stop_ = true;
-        thread_.join();
-        sd_bus_flush_close_unref(bus_);
-    }
-    std::mutex serving;
-
-  private:
-    sd_bus* bus_ = nullptr;
-    std::atomic<bool> stop_ = false;
-    std::thread thread_;
-};
-
-// polkit's authority, answering every question alike and noting who it was about.
-struct FakePolkit {
-    std::atomic<bool> allow = true;
-    std::vector<std::string> asked;  // "KIND NAME ACTION"
-
-    static int check(sd_bus_message* call, void* self, sd_bus_error*) {
-        auto& polkit = *static_cast<FakePolkit*>(self);
-        const char* kind = nullptr;
-        const char* key = nullptr;
-        const char* name = nullptr;
-        const char* action = nullptr;
-        sd_bus_message_enter_container(call, 'r', "sa{sv}");
-        sd_bus_message_read(call, "s", &kind);
-        sd_bus_message_enter_container(call, 'a', "{sv}");
-        sd_bus_message_read(call, "{sv}", &key, "s", &name);
-        sd_bus_message_exit_container(call);
-        sd_bus_message_exit_container(call);
-        sd_bus_message_read(call, "s", &action);
-        polkit.asked.push_back(std::string(kind) + " " + name + " " + action);
-        return sd_bus_reply_method_return(call, "(bba{ss})", polkit.allow.load(), 0, 0);
-    }
-
-    void serve(sd_bus* bus) {
-        static const sd_bus_vtable methods[] = {
-            SD_BUS_VTABLE_START(0),
-            SD_BUS_METHOD("CheckAuthorization", "(sa{sv})sa{ss}us", "(bba{ss})", &FakePolkit::check,
-                          SD_BUS_VTABLE_UNPRIVILEGED),
-            SD_BUS_VTABLE_END,
-        };
-        sd_bus_add_object_vtable(bus, nullptr, "/org/freedesktop/PolicyKit1/Authority",
-                                 "org.freedesktop.PolicyKit1.Authority", methods, this);
-        sd_bus_request_name(bus, "org.freedesktop.PolicyKit1", 0);
-    }
-};
 
 struct Result {
     int status = -1;
@@ -191,14 +87,17 @@ class KeymapServiceTest : public ::testing::Test {
         return {outcome.status, outcome.out, outcome.err};
     }
 
-    FakePolkit polkit;
+    const std::string& busAddress() const { return bus_->address(); }
+    std::mutex& serving() { return serviceThread_->serving; }
+
+    testing::FakePolkit polkit;
     testing::MemoryDeviceSource devices;
     std::shared_ptr<testing::MemoryKeyboard> keyboard;
 
   private:
     fs::path folder_;
-    std::optional<PrivateSystemBus> bus_;
-    std::optional<BusThread> polkitThread_, serviceThread_;
+    std::optional<testing::PrivateSystemBus> bus_;
+    std::optional<testing::BusThread> polkitThread_, serviceThread_;
     std::optional<KeymapService> service_;
 };
 
@@ -232,6 +131,26 @@ TEST_F(KeymapServiceTest, ChangesOnlyWhatPolkitAllowsAndAnswersAsHidutilInProces
     EXPECT_EQ(refused, (Result{1, "",
                                "hidutil: not allowed to change keymaps: polkit refused the action "
                                "app.keyvane.keymap.change\n"}));
+    EXPECT_EQ(keyboard->find(0x70039)->keycode, KEY_CAPSLOCK);
+
+    // Nobody can speak for another user: the methods take no identity, and a call that adds one
+    // is refused before anything is asked or changed.
+    polkit.allow = true;
+    sd_bus* caller = nullptr;
+    sd_bus_new(&caller);
+    sd_bus_set_address(caller, busAddress().c_str());
+    sd_bus_set_bus_client(caller, 1);
+    sd_bus_start(caller);
+    sd_bus_error error = SD_BUS_ERROR_NULL;
+    EXPECT_LT(
+        sd_bus_call_method(caller, keymapbus::name, keymapbus::path, keymapbus::interface,
+                           keymapbus::setMapping, &error, nullptr, "ssu", list.c_str(), "", 0u),
+        0);
+    EXPECT_STREQ(error.name, SD_BUS_ERROR_INVALID_ARGS);
+    sd_bus_error_free(&error);
+    sd_bus_flush_close_unref(caller);
+    const std::lock_guard lock(serving());
+    EXPECT_EQ(polkit.asked.size(), 3u);
     EXPECT_EQ(keyboard->find(0x70039)->keycode, KEY_CAPSLOCK);
 }
 
