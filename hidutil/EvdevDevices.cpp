@@ -33,8 +33,10 @@ std::error_code lastError() {
     return {errno, std::generic_category()};
 }
 
+}  // namespace
+
 // The boot id names record files, so it is taken only in its usual form, a UUID.
-std::string readBootId() {
+std::string currentBootId() {
     std::ifstream in(bootIdFile);
     std::string line;
     std::getline(in, line);
@@ -43,6 +45,8 @@ std::string readBootId() {
     });
     return uuid ? line : std::string();
 }
+
+namespace {
 
 // Keeps a device name on one line of a listing or message.
 std::string printable(std::string text) {
@@ -227,7 +231,7 @@ DeviceScan EvdevDeviceSource::scan() {
         return result;
     }
     std::sort(nodes.begin(), nodes.end());
-    result.bootId = readBootId();
+    result.bootId = currentBootId();
     result.present = inputDevicesPresent(sysfsClass_);
     for (const auto& [number, node] : nodes) {
         std::error_code openError;

@@ -1,10 +1,15 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 
 #include "hidutil/Device.h"
 
 namespace keyvane::hidutil {
+
+// This boot's id, which tells the keymaps of this boot from those of earlier ones; empty when it
+// cannot be read.
+std::string currentBootId();
 
 // The kernel's event devices, /dev/input/event*, whose keymaps are read and changed with
 // EVIOCGKEYCODE_V2 and EVIOCSKEYCODE_V2.

@@ -20,6 +20,10 @@ inline constexpr const char* list = "List";
 // GetMapping(s matching): property --get UserKeyMapping, with --matching unless empty.
 inline constexpr const char* getMapping = "GetMapping";
 
+// Adopt(a(ss) records): takes over records of original keys that hidutil kept in-process in this
+// boot (file name, content), so that switching to the service never strands a change made before.
+inline constexpr const char* adopt = "Adopt";
+
 // Changing keymaps is asked of polkit, with the caller's bus name as the subject.
 inline constexpr const char* changeAction = "app.keyvane.keymap.change";
 inline constexpr const char* notAuthorizedError = "app.keyvane.Keymap1.Error.NotAuthorized";

@@ -353,6 +353,42 @@ bool RecordStore::originalsUnknown(const std::string& instance) const {
     return false;
 }
 
+std::map<std::string, std::string> RecordStore::recordsOfThisBoot() const {
+    std::map<std::string, std::string> records;
+    const std::string prefix = std::string(keymapPrefix) + bootId_ + '.';
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(folder_, error)) {
+        const std::string name = entry.path().filename().string();
+        std::optional<std::string> content;
+        if (name.starts_with(prefix) && name.find('.', prefix.size()) == std::string::npos &&
+            !readFile(entry.path(), content) && content)
+            records.emplace(name, std::move(*content));
+    }
+    return records;
+}
+
+std::error_code RecordStore::adopt(const std::string& name, const std::string& content) const {
+    const std::string prefix = std::string(keymapPrefix) + bootId_ + '.';
+    const std::string instance = name.starts_with(prefix) ? name.substr(prefix.size()) : "";
+    if (instance.size() <= 5 || !instance.starts_with("input") ||
+        instance.find_first_not_of("0123456789", 5) != std::string::npos)
+        return std::make_error_code(std::errc::invalid_argument);
+    if (!parseRecord(content))
+        return damagedRecord();
+    std::error_code error;
+    if (std::filesystem::exists(fileOf(instance), error))
+        return std::make_error_code(std::errc::file_exists);
+    return replaceFileAtomically(fileOf(instance), content, Sync::FileAndFolder);
+}
+
+std::error_code RecordStore::remove(const std::string& name) const {
+    if (name.find('/') != std::string::npos || ::unlink((folder_ / name).c_str()) != 0)
+        return name.find('/') != std::string::npos
+                   ? std::make_error_code(std::errc::invalid_argument)
+                   : lastError();
+    return {};
+}
+
 void RecordStore::removeStale(const std::optional<std::set<std::string>>& present) const {
     std::error_code error;
     for (const auto& entry : std::filesystem::directory_iterator(folder_, error)) {

@@ -84,6 +84,13 @@ class RecordStore {
     std::error_code setAside(const std::string& instance, std::filesystem::path& movedTo) const;
     bool originalsUnknown(const std::string& instance) const;
 
+    // The records of this boot, file name -> content, to hand them to the keymap service.
+    std::map<std::string, std::string> recordsOfThisBoot() const;
+    // Takes over a record that another store kept: a whole record of this boot, for a device this
+    // store has no record of (an error names why not).
+    std::error_code adopt(const std::string& name, const std::string& content) const;
+    std::error_code remove(const std::string& name) const;
+
     // Removes the records of other boots, of devices not present (when known), and files left by
     // interrupted writes. Only under the folder's lock.
     void removeStale(const std::optional<std::set<std::string>>& present) const;

@@ -6,8 +6,10 @@
 #include <cstring>
 #include <memory>
 
+#include "hidutil/EvdevDevices.h"
 #include "hidutil/KeymapBus.h"
 #include "hidutil/Messages.h"
+#include "hidutil/RecordStore.h"
 
 namespace keyvane::hidutil {
 namespace {
@@ -66,6 +68,42 @@ int compose(sd_bus* bus, const CommandLine& command, sd_bus_message** call) {
     }
 }
 
+// What hidutil changed in-process in this boot, before the service was installed, goes to the
+// service before its first change: a clear through the service then restores it too.
+void handOverRecords(sd_bus* bus, std::ostream& err) {
+    const auto folder = RecordStore::defaultFolder();
+    if (!folder)
+        return;
+    const RecordStore local(*folder, currentBootId());
+    const auto records = local.recordsOfThisBoot();
+    if (records.empty())
+        return;
+    sd_bus_message* call = nullptr;
+    int result = sd_bus_message_new_method_call(bus, &call, keymapbus::name, keymapbus::path,
+                                                keymapbus::interface, keymapbus::adopt);
+    const Message ownedCall(call);
+    if (result >= 0)
+        result = sd_bus_message_open_container(call, 'a', "(ss)");
+    for (const auto& [name, content] : records)
+        if (result >= 0)
+            result = sd_bus_message_append(call, "(ss)", name.c_str(), content.c_str());
+    if (result >= 0)
+        result = sd_bus_message_close_container(call);
+    sd_bus_message* reply = nullptr;
+    if (result >= 0)
+        result = sd_bus_call(bus, call, callTimeoutUs, nullptr, &reply);
+    const Message ownedReply(reply);
+    int status = exitFailure;
+    const char* output = "";
+    const char* notes = "";
+    if (result >= 0 && sd_bus_message_read(reply, "iss", &status, &output, &notes) >= 0)
+        err << notes;
+    if (status != exitSuccess)
+        return;
+    for (const auto& record : records)
+        local.remove(record.first);
+}
+
 }  // namespace
 
 std::optional<int> runThroughService(const CommandLine& command, std::ostream& out,
@@ -78,6 +116,8 @@ std::optional<int> runThroughService(const CommandLine& command, std::ostream& o
     const Bus bus(opened);
     if (!nameListed(bus.get(), "ListActivatableNames") && !nameListed(bus.get(), "ListNames"))
         return std::nullopt;
+    if (command.action == CommandLine::Action::Set)
+        handOverRecords(bus.get(), err);
     sd_bus_message* call = nullptr;
     if (int result = compose(bus.get(), command, &call); result < 0) {
         sd_bus_message_unref(call);

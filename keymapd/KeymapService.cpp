@@ -9,7 +9,9 @@
 
 #include "common/AtomicFile.h"
 #include "hidutil/Command.h"
+#include "hidutil/EvdevDevices.h"
 #include "hidutil/KeymapBus.h"
+#include "hidutil/RecordStore.h"
 
 namespace keyvane::keymapd {
 namespace {
@@ -56,6 +58,8 @@ int KeymapService::attach() {
         SD_BUS_METHOD(keymapbus::list, "bs", "iss", &KeymapService::onList,
                       SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_METHOD(keymapbus::getMapping, "s", "iss", &KeymapService::onGetMapping,
+                      SD_BUS_VTABLE_UNPRIVILEGED),
+        SD_BUS_METHOD(keymapbus::adopt, "a(ss)", "iss", &KeymapService::onAdopt,
                       SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_VTABLE_END,
     };
@@ -108,12 +112,12 @@ int KeymapService::onGetMapping(sd_bus_message* call, void* self, sd_bus_error*)
     return serviceOf(self).reply(call, args, false);
 }
 
-// Who calls is what the bus says of the caller; a change must be allowed by polkit first.
-int KeymapService::reply(sd_bus_message* call, const std::vector<std::string>& args, bool changes) {
+// Who calls is what the bus says of the caller; a change must be allowed by polkit first. A
+// positive result means the call was answered (refused) already.
+int KeymapService::authorize(sd_bus_message* call, bool changes, uid_t& uid) {
     if (onCall)
         onCall();
     sd_bus_creds* creds = nullptr;
-    uid_t uid = 0;
     int result = sd_bus_query_sender_creds(call, SD_BUS_CREDS_EUID | SD_BUS_CREDS_AUGMENT, &creds);
     if (result >= 0)
         result = sd_bus_creds_get_euid(creds, &uid);
@@ -124,6 +128,13 @@ int KeymapService::reply(sd_bus_message* call, const std::vector<std::string>& a
     if (changes &&
         !authority_.allows(sd_bus_message_get_sender(call), keymapbus::changeAction, why))
         return sd_bus_reply_method_errorf(call, keymapbus::notAuthorizedError, "%s", why.c_str());
+    return 0;
+}
+
+int KeymapService::reply(sd_bus_message* call, const std::vector<std::string>& args, bool changes) {
+    uid_t uid = 0;
+    if (int result = authorize(call, changes, uid); result != 0)
+        return result;
     const Answer answer = run(uid, args);
     if (changes && answer.status == hidutil::exitSuccess) {
         std::string joined;
@@ -135,6 +146,27 @@ int KeymapService::reply(sd_bus_message* call, const std::vector<std::string>& a
     }
     return sd_bus_reply_method_return(call, "iss", answer.status, answer.output.c_str(),
                                       answer.notes.c_str());
+}
+
+// Records are taken over only into the caller's own folder, and only whole ones of this boot for
+// devices the caller has none of there; each one refused is named.
+int KeymapService::onAdopt(sd_bus_message* call, void* self, sd_bus_error*) {
+    KeymapService& service = serviceOf(self);
+    uid_t uid = 0;
+    if (int result = service.authorize(call, true, uid); result != 0)
+        return result;
+    const hidutil::RecordStore store(service.folderOf(uid), hidutil::currentBootId());
+    std::string notes;
+    int result = sd_bus_message_enter_container(call, 'a', "(ss)");
+    const char* name = nullptr;
+    const char* content = nullptr;
+    while (result > 0 && (result = sd_bus_message_read(call, "(ss)", &name, &content)) > 0)
+        if (auto error = store.adopt(name, content))
+            notes += "keyvane-keymapd: cannot take over the record " + std::string(name) + ": " +
+                     error.message() + "\n";
+    if (result < 0)
+        return result;
+    return sd_bus_reply_method_return(call, "iss", notes.empty() ? 0 : 1, "", notes.c_str());
 }
 
 KeymapService::Answer KeymapService::run(uid_t uid, const std::vector<std::string>& args) {

@@ -55,6 +55,9 @@ class KeymapService {
     static int onStatus(sd_bus_message* call, void* self, sd_bus_error* error);
     static int onList(sd_bus_message* call, void* self, sd_bus_error* error);
     static int onGetMapping(sd_bus_message* call, void* self, sd_bus_error* error);
+    static int onAdopt(sd_bus_message* call, void* self, sd_bus_error* error);
+    // The caller's uid, once polkit allows it to change keymaps if it wants to.
+    int authorize(sd_bus_message* call, bool changes, uid_t& uid);
     int reply(sd_bus_message* call, const std::vector<std::string>& args, bool changes);
 
     sd_bus* bus_;

@@ -14,7 +14,9 @@
 #include <vector>
 
 #include "hidutil/Command.h"
+#include "hidutil/EvdevDevices.h"
 #include "hidutil/KeymapBus.h"
+#include "hidutil/RecordStore.h"
 #include "keymapd/KeymapService.h"
 #include "tests/hidutil/MemoryDevices.h"
 #include "tests/support/PrivateSystemBus.h"
@@ -42,6 +44,7 @@ class KeymapServiceTest : public ::testing::Test {
         fs::create_directories(folder_);
         keyboard = testing::hidKeyboard(0x27e, 5);
         devices.keyboards = {keyboard};
+        devices.bootId = hidutil::currentBootId();
         bus_.emplace(folder_);
         polkitThread_.emplace(bus_->address(), [this](sd_bus* bus) { polkit.serve(bus); });
         serviceThread_.emplace(bus_->address(), [this](sd_bus* bus) {
@@ -113,6 +116,14 @@ TEST_F(KeymapServiceTest, ChangesOnlyWhatPolkitAllowsAndAnswersAsHidutilInProces
         {"property", "--get", "UserKeyMapping"},
         {"property", "--set", userKeyMapping({})},
     };
+    // Changed in-process before the service was installed: the first command through the service
+    // hands the user's record over, and the last clear restores that change too.
+    const auto defaultKeymap = keyboard->keymap;
+    const auto stateFolder = hidutil::RecordStore::defaultFolder();
+    const auto before =
+        testing::runHidutil({"property", "--set", userKeyMapping({{"0x700000004", "0x700000005"}})},
+                            devices, stateFolder);
+    ASSERT_EQ(before.status, hidutil::exitSuccess) << before.err;
     for (const auto& args : commands) {
         const testing::MemoryKeyboard before = *keyboard;
         const Result viaService = hidutil(args);
@@ -123,7 +134,10 @@ TEST_F(KeymapServiceTest, ChangesOnlyWhatPolkitAllowsAndAnswersAsHidutilInProces
             EXPECT_EQ(polkit.asked.back().rfind("system-bus-name :", 0), 0u) << polkit.asked.back();
         }
     }
-    ASSERT_EQ(polkit.asked.size(), 2u);
+    EXPECT_EQ(keyboard->keymap, defaultKeymap);
+    for (const auto& file : fs::directory_iterator(*stateFolder))
+        EXPECT_FALSE(file.path().filename().string().starts_with("keymap.")) << file.path();
+    ASSERT_EQ(polkit.asked.size(), 3u);
     EXPECT_NE(polkit.asked[0].find(" app.keyvane.keymap.change"), std::string::npos);
 
     polkit.allow = false;
@@ -150,7 +164,7 @@ TEST_F(KeymapServiceTest, ChangesOnlyWhatPolkitAllowsAndAnswersAsHidutilInProces
     sd_bus_error_free(&error);
     sd_bus_flush_close_unref(caller);
     const std::lock_guard lock(serving());
-    EXPECT_EQ(polkit.asked.size(), 3u);
+    EXPECT_EQ(polkit.asked.size(), 4u);
     EXPECT_EQ(keyboard->find(0x70039)->keycode, KEY_CAPSLOCK);
 }
 
