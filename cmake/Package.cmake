@@ -4,8 +4,14 @@ set(CPACK_GENERATOR DEB)
 set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_PACKAGE_NAME keyvane)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
-# The changelog's newest entry names this revision; lintian checks that they agree.
-set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+# The Debian revision is that of the changelog's newest entry, which must be for this version: a
+# package whose changelog names another version would mislead whoever reads it.
+file(STRINGS ${PROJECT_SOURCE_DIR}/packaging/changelog _keyvane_newest_entry LIMIT_COUNT 1)
+if(NOT _keyvane_newest_entry MATCHES "^keyvane \\(${PROJECT_VERSION}-([0-9]+)\\)")
+    message(FATAL_ERROR "packaging/changelog: the newest entry is not for version "
+                        "${PROJECT_VERSION}-<revision>: add one (${_keyvane_newest_entry})")
+endif()
+set(CPACK_DEBIAN_PACKAGE_RELEASE ${CMAKE_MATCH_1})
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER "The Keyvane developers <keyvane@example.org>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "desktop key remapper")
