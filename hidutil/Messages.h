@@ -159,6 +159,8 @@ inline constexpr std::string_view errorRecordUnreadable =
 inline constexpr std::string_view errorNoDevices = "hidutil: cannot read {}: {}\n";
 inline constexpr std::string_view errorService =
     "hidutil: the keymap service ({}) did not carry out the command: {}\n";
+inline constexpr std::string_view noteServiceNotStarted =
+    "hidutil: note: the keymap service ({}) could not be started ({}); working in this process\n";
 inline constexpr std::string_view errorNotAuthorized =
     "hidutil: not allowed to change keymaps: {}\n";
 inline constexpr std::string_view errorLockHeld =

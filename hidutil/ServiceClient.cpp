@@ -129,6 +129,17 @@ std::optional<int> runThroughService(const CommandLine& command, std::ostream& o
     sd_bus_message* reply = nullptr;
     const int result = sd_bus_call(bus.get(), call, callTimeoutUs, &error, &reply);
     const Message ownedReply(reply);
+    // A service that the bus cannot start (its files but half installed, as a /usr/local install
+    // leaves them) did nothing: the command runs here instead.
+    if (result < 0 && error.name &&
+        (std::string_view(error.name).starts_with("org.freedesktop.DBus.Error.Spawn.") ||
+         sd_bus_error_has_name(&error, SD_BUS_ERROR_SERVICE_UNKNOWN) ||
+         sd_bus_error_has_name(&error, SD_BUS_ERROR_NAME_HAS_NO_OWNER))) {
+        err << fill(text::noteServiceNotStarted,
+                    {keymapbus::name, error.message ? error.message : ""});
+        sd_bus_error_free(&error);
+        return std::nullopt;
+    }
     if (result < 0) {
         if (sd_bus_error_has_name(&error, keymapbus::notAuthorizedError))
             err << fill(text::errorNotAuthorized, {error.message ? error.message : ""});
