@@ -181,8 +181,12 @@ class ServiceRatio : public benchmark::ConsoleReporter {
   public:
     void ReportRuns(const std::vector<Run>& runs) override {
         ConsoleReporter::ReportRuns(runs);
+        // The median stands for the run where repetitions were asked for.
         for (const Run& run : runs)
-            times_[run.benchmark_name()] = run.GetAdjustedRealTime();
+            if (run.run_type == Run::RT_Iteration || run.aggregate_name == "median")
+                times_[run.run_name.function_name +
+                       (run.run_name.args.empty() ? "" : "/" + run.run_name.args)] =
+                    run.GetAdjustedRealTime();
     }
     void Finalize() override {
         ConsoleReporter::Finalize();

@@ -26,24 +26,6 @@ struct MessageDeleter {
 using Bus = std::unique_ptr<sd_bus, BusDeleter>;
 using Message = std::unique_ptr<sd_bus_message, MessageDeleter>;
 
-bool nameListed(sd_bus* bus, const char* method) {
-    sd_bus_message* reply = nullptr;
-    if (sd_bus_call_method(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus",
-                           "org.freedesktop.DBus", method, nullptr, &reply, "") < 0)
-        return false;
-    const Message owned(reply);
-    char** names = nullptr;
-    if (sd_bus_message_read_strv(reply, &names) < 0)
-        return false;
-    bool found = false;
-    for (char** name = names; name && *name; ++name) {
-        found = found || std::string_view(*name) == keymapbus::name;
-        std::free(*name);
-    }
-    std::free(names);
-    return found;
-}
-
 // The method call that does what the command line asks.
 int compose(sd_bus* bus, const CommandLine& command, sd_bus_message** call) {
     using Action = CommandLine::Action;
@@ -114,8 +96,6 @@ std::optional<int> runThroughService(const CommandLine& command, std::ostream& o
     if (sd_bus_open_system(&opened) < 0)
         return std::nullopt;
     const Bus bus(opened);
-    if (!nameListed(bus.get(), "ListActivatableNames") && !nameListed(bus.get(), "ListNames"))
-        return std::nullopt;
     if (command.action == CommandLine::Action::Set)
         handOverRecords(bus.get(), err);
     sd_bus_message* call = nullptr;
@@ -129,14 +109,16 @@ std::optional<int> runThroughService(const CommandLine& command, std::ostream& o
     sd_bus_message* reply = nullptr;
     const int result = sd_bus_call(bus.get(), call, callTimeoutUs, &error, &reply);
     const Message ownedReply(reply);
-    // A service that the bus cannot start (its files but half installed, as a /usr/local install
-    // leaves them) did nothing: the command runs here instead.
-    if (result < 0 && error.name &&
-        (std::string_view(error.name).starts_with("org.freedesktop.DBus.Error.Spawn.") ||
-         sd_bus_error_has_name(&error, SD_BUS_ERROR_SERVICE_UNKNOWN) ||
-         sd_bus_error_has_name(&error, SD_BUS_ERROR_NAME_HAS_NO_OWNER))) {
-        err << fill(text::noteServiceNotStarted,
-                    {keymapbus::name, error.message ? error.message : ""});
+    // Where the service is not installed, or the bus cannot start it (its files but half installed,
+    // as a /usr/local install leaves them), nothing was done: the command runs here instead.
+    const bool notInstalled = sd_bus_error_has_name(&error, SD_BUS_ERROR_SERVICE_UNKNOWN) ||
+                              sd_bus_error_has_name(&error, SD_BUS_ERROR_NAME_HAS_NO_OWNER);
+    const bool notStarted =
+        error.name && std::string_view(error.name).starts_with("org.freedesktop.DBus.Error.Spawn.");
+    if (result < 0 && (notInstalled || notStarted)) {
+        if (notStarted)
+            err << fill(text::noteServiceNotStarted,
+                        {keymapbus::name, error.message ? error.message : ""});
         sd_bus_error_free(&error);
         return std::nullopt;
     }
