@@ -1,6 +1,5 @@
 #include "keymapd/ForbiddenTry.h"
 
-#include <fcntl.h>
 #include <linux/input.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -8,6 +7,8 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+
+#include "hidutil/EvdevDevices.h"
 
 namespace keyvane::keymapd {
 namespace {
@@ -21,8 +22,7 @@ void say(std::ostream& err, const char* what, bool failed) {
 }  // namespace
 
 int tryForbidden(const char* node, std::ostream& err) {
-    // The flags of hidutil's EvdevDevices, with which the service opens every node.
-    const int fd = ::open(node, O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    const int fd = hidutil::openEventNode(node);
     say(err, "open", fd < 0);
     input_event event{};
     say(err, "read", ::read(fd, &event, sizeof event) < 0);
