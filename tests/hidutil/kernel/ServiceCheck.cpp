@@ -355,11 +355,13 @@ int main(int argc, char** argv) {
     checkLikeInProcess(a, keyboards, before);
     checkRefused(keyboards, before);
 
-    // ann's list on A, cid's on B; ann's last session ends.
+    // cid takes the seat; ann, in a session elsewhere, installs a list on A, cid on B; ann's last
+    // session ends, and the seat stays cid's.
     const std::string listA = mapping({{"39", "29"}}), listB = mapping({{"04", "05"}});
     const Keymap aChanged = with(aBefore, {{0x39, KEY_ESC}});
     const Keymap bChanged = with(bBefore, {{0x04, KEY_B}});
     const bool both =
+        bus.logind("Activate", other) &&
         installed(runAs(allowed,
                         {"property", "--set", listA, "--matching", R"({"ProductID": 0x6661})"})) &&
         installed(
