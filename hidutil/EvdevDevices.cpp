@@ -175,9 +175,7 @@ std::optional<std::set<std::string>> inputDevicesPresent(const std::filesystem::
 std::unique_ptr<KeyDevice> openDevice(const std::filesystem::path& node,
                                       const std::filesystem::path& sysfsClass,
                                       std::error_code& error) {
-    // Write-only: the keymap ioctls work on any open node, and such a descriptor cannot read a key
-    // press.
-    const int fd = ::open(node.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    const int fd = openEventNode(node);
     if (fd < 0) {
         error = lastError();
         return nullptr;
@@ -215,6 +213,12 @@ bool isEventNode(const std::string& name) {
 }
 
 }  // namespace
+
+int openEventNode(const std::filesystem::path& node) {
+    // Write-only: the keymap ioctls work on any open node, and such a descriptor cannot read a key
+    // press.
+    return ::open(node.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+}
 
 DeviceScan EvdevDeviceSource::scan() {
     DeviceScan result;

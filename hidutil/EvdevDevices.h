@@ -26,4 +26,7 @@ class EvdevDeviceSource : public DeviceSource {
     std::filesystem::path sysfsClass_;
 };
 
+// Opens an event node as every keymap change and read opens it; a descriptor, or -1 with errno set.
+int openEventNode(const std::filesystem::path& node);
+
 }  // namespace keyvane::hidutil

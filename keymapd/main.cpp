@@ -10,6 +10,7 @@
 
 #include "hidutil/EvdevDevices.h"
 #include "hidutil/KeymapBus.h"
+#include "keymapd/ForbiddenTry.h"
 #include "keymapd/KeymapService.h"
 #include "keymapd/Logind.h"
 #include "keymapd/Sandbox.h"
@@ -59,6 +60,9 @@ int main() {
         return fail("cannot reach the system bus", result);
     if (auto error = keymapd::confine())
         return fail("cannot install its system call filter", -error.value());
+    // The kernel test's way to see the filter hold in the service itself.
+    if (const char* node = std::getenv(keymapd::forbiddenTryVariable))
+        return keymapd::tryForbidden(node, std::cerr);
 
     const char* folder = std::getenv("RUNTIME_DIRECTORY");
     hidutil::EvdevDeviceSource devices;

@@ -95,25 +95,6 @@ std::string mapping(std::initializer_list<std::pair<const char*, const char*>> e
     return R"({"UserKeyMapping" : [)" + text + "]}";
 }
 
-// Scancode -> key code, as the kernel lists them by index.
-std::map<unsigned, unsigned> keymapOf(const std::string& node) {
-    std::map<unsigned, unsigned> keymap;
-    const int fd = ::open(node.c_str(), O_RDONLY | O_CLOEXEC);
-    for (unsigned index = 0; fd >= 0; ++index) {
-        input_keymap_entry entry{};
-        entry.flags = INPUT_KEYMAP_BY_INDEX;
-        entry.index = index;
-        if (::ioctl(fd, EVIOCGKEYCODE_V2, &entry) != 0)
-            break;
-        unsigned scancode = 0;
-        std::memcpy(&scancode, entry.scancode, std::min<std::size_t>(entry.len, sizeof scancode));
-        keymap.emplace(scancode, entry.keycode);
-    }
-    if (fd >= 0)
-        ::close(fd);
-    return keymap;
-}
-
 // Whether the listing has a line for the keyboard named name with its product id and transport,
 // as the kernel was told when the keyboard was made.
 bool listed(const Result& listing, const std::string& name, const std::string& product,

@@ -7,6 +7,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
@@ -79,6 +80,24 @@ std::string eventNodeNamed(const std::string& name) {
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
     }
     return {};
+}
+
+std::map<unsigned, unsigned> keymapOf(const std::string& node) {
+    std::map<unsigned, unsigned> keymap;
+    const int fd = ::open(node.c_str(), O_RDONLY | O_CLOEXEC);
+    for (unsigned index = 0; fd >= 0; ++index) {
+        input_keymap_entry entry{};
+        entry.flags = INPUT_KEYMAP_BY_INDEX;
+        entry.index = index;
+        if (::ioctl(fd, EVIOCGKEYCODE_V2, &entry) != 0)
+            break;
+        unsigned scancode = 0;
+        std::memcpy(&scancode, entry.scancode, std::min<std::size_t>(entry.len, sizeof scancode));
+        keymap.emplace(scancode, entry.keycode);
+    }
+    if (fd >= 0)
+        ::close(fd);
+    return keymap;
 }
 
 bool UhidKeyboard::create(unsigned product, unsigned bus, const std::string& deviceName,

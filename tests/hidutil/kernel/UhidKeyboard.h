@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -9,6 +10,10 @@
 // The event node (/dev/input/eventN) of the device of that name, waited for up to ten seconds;
 // empty when none appeared.
 std::string eventNodeNamed(const std::string& name);
+
+// The keymap of an event device, scancode -> key code, as the kernel lists it by index
+// (EVIOCGKEYCODE_V2); empty when the node cannot be opened.
+std::map<unsigned, unsigned> keymapOf(const std::string& node);
 
 struct UhidKeyboard {
     static constexpr unsigned vendor = 0x1d50;

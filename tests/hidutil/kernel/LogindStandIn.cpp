@@ -1,0 +1,195 @@
+// Stands in for logind on the guest's system bus, where no systemd runs: owns
+// org.freedesktop.login1 and answers what the keymap service asks of it (ListUsers, seat0's
+// ActiveSession and a session's User), and sends what it follows (UserRemoved, and
+// PropertiesChanged when seat0's active session changes). The check logs users in and out and
+// switches the seat's session through a test interface of its own.
+//   logind-stand-in UID...    every uid logged in with one session "c<uid>", the first active
+#include <pwd.h>
+#include <systemd/sd-bus.h>
+#include <systemd/sd-event.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <string>
+
+namespace {
+
+constexpr const char* name = "org.freedesktop.login1";
+constexpr const char* managerPath = "/org/freedesktop/login1";
+constexpr const char* managerInterface = "org.freedesktop.login1.Manager";
+constexpr const char* seatPath = "/org/freedesktop/login1/seat/seat0";
+constexpr const char* seatInterface = "org.freedesktop.login1.Seat";
+constexpr const char* sessionPrefix = "/org/freedesktop/login1/session";
+constexpr const char* sessionInterface = "org.freedesktop.login1.Session";
+constexpr const char* testInterface = "app.keyvane.test.Login1";
+
+struct Logins {
+    std::map<uid_t, std::string> users;  // uid -> session id
+    std::string active;                  // empty: no session active on the seat
+    sd_bus* bus = nullptr;
+};
+
+Logins& of(void* data) {
+    return *static_cast<Logins*>(data);
+}
+
+std::string userPath(uid_t uid) {
+    return std::string(managerPath) + "/user/_" + std::to_string(uid);
+}
+
+std::string sessionPath(const std::string& id) {
+    return std::string(sessionPrefix) + "/" + id;
+}
+
+int listUsers(sd_bus_message* call, void* data, sd_bus_error*) {
+    sd_bus_message* reply = nullptr;
+    int result = sd_bus_message_new_method_return(call, &reply);
+    if (result >= 0)
+        result = sd_bus_message_open_container(reply, 'a', "(uso)");
+    for (const auto& [uid, session] : of(data).users) {
+        const passwd* entry = ::getpwuid(uid);
+        if (result >= 0)
+            result = sd_bus_message_append(reply, "(uso)", uid, entry ? entry->pw_name : "",
+                                           userPath(uid).c_str());
+    }
+    if (result >= 0)
+        result = sd_bus_message_close_container(reply);
+    if (result >= 0)
+        result = sd_bus_send(nullptr, reply, nullptr);
+    sd_bus_message_unref(reply);
+    return result;
+}
+
+int activeSession(sd_bus*, const char*, const char*, const char*, sd_bus_message* reply, void* data,
+                  sd_bus_error*) {
+    const std::string& active = of(data).active;
+    return sd_bus_message_append(reply, "(so)", active.c_str(),
+                                 active.empty() ? "/" : sessionPath(active).c_str());
+}
+
+// Any object under the session prefix whose id is a logged-in user's session.
+int findSession(sd_bus*, const char* path, const char*, void* data, void** found, sd_bus_error*) {
+    for (const auto& [uid, session] : of(data).users)
+        if (sessionPath(session) == path) {
+            *found = data;
+            return 1;
+        }
+    return 0;
+}
+
+int sessionUser(sd_bus*, const char* path, const char*, const char*, sd_bus_message* reply,
+                void* data, sd_bus_error*) {
+    for (const auto& [uid, session] : of(data).users)
+        if (sessionPath(session) == path)
+            return sd_bus_message_append(reply, "(uo)", uid, userPath(uid).c_str());
+    return -ENOENT;
+}
+
+int setActive(Logins& logins, const std::string& session) {
+    logins.active = session;
+    return sd_bus_emit_properties_changed(logins.bus, seatPath, seatInterface, "ActiveSession",
+                                          nullptr);
+}
+
+// Login(u uid): the user gets a session, not active.
+int login(sd_bus_message* call, void* data, sd_bus_error*) {
+    std::uint32_t uid = 0;
+    if (int result = sd_bus_message_read(call, "u", &uid); result < 0)
+        return result;
+    of(data).users[uid] = "c" + std::to_string(uid);
+    return sd_bus_reply_method_return(call, "");
+}
+
+// Logout(u uid): the user's last session ends; the seat has no active session when it was theirs.
+int logout(sd_bus_message* call, void* data, sd_bus_error*) {
+    Logins& logins = of(data);
+    std::uint32_t uid = 0;
+    if (int result = sd_bus_message_read(call, "u", &uid); result < 0)
+        return result;
+    const auto found = logins.users.find(uid);
+    if (found == logins.users.end())
+        return sd_bus_reply_method_errorf(call, SD_BUS_ERROR_INVALID_ARGS, "not logged in");
+    const bool wasActive = found->second == logins.active;
+    logins.users.erase(found);
+    int result = sd_bus_emit_signal(logins.bus, managerPath, managerInterface, "UserRemoved", "uo",
+                                    uid, userPath(uid).c_str());
+    if (result >= 0 && wasActive)
+        result = setActive(logins, "");
+    return result < 0 ? result : sd_bus_reply_method_return(call, "");
+}
+
+// Activate(u uid): the user's session becomes the seat's active one.
+int activate(sd_bus_message* call, void* data, sd_bus_error*) {
+    Logins& logins = of(data);
+    std::uint32_t uid = 0;
+    if (int result = sd_bus_message_read(call, "u", &uid); result < 0)
+        return result;
+    const auto found = logins.users.find(uid);
+    if (found == logins.users.end())
+        return sd_bus_reply_method_errorf(call, SD_BUS_ERROR_INVALID_ARGS, "not logged in");
+    const int result = setActive(logins, found->second);
+    return result < 0 ? result : sd_bus_reply_method_return(call, "");
+}
+
+const sd_bus_vtable managerMethods[] = {
+    SD_BUS_VTABLE_START(0),
+    SD_BUS_METHOD("ListUsers", "", "a(uso)", &listUsers, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_SIGNAL("UserRemoved", "uo", 0),
+    SD_BUS_VTABLE_END,
+};
+const sd_bus_vtable seatProperties[] = {
+    SD_BUS_VTABLE_START(0),
+    SD_BUS_PROPERTY("ActiveSession", "(so)", &activeSession, 0,
+                    SD_BUS_VTABLE_PROPERTY_EMITS_CHANGE),
+    SD_BUS_VTABLE_END,
+};
+const sd_bus_vtable sessionProperties[] = {
+    SD_BUS_VTABLE_START(0),
+    SD_BUS_PROPERTY("User", "(uo)", &sessionUser, 0, SD_BUS_VTABLE_PROPERTY_CONST),
+    SD_BUS_VTABLE_END,
+};
+const sd_bus_vtable testMethods[] = {
+    SD_BUS_VTABLE_START(0),
+    SD_BUS_METHOD("Login", "u", "", &login, 0),
+    SD_BUS_METHOD("Logout", "u", "", &logout, 0),
+    SD_BUS_METHOD("Activate", "u", "", &activate, 0),
+    SD_BUS_VTABLE_END,
+};
+
+int fail(const char* what, int result) {
+    std::fprintf(stderr, "logind-stand-in: %s: %s\n", what, std::strerror(-result));
+    return EXIT_FAILURE;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Logins logins;
+    for (int i = 1; i < argc; ++i)
+        logins.users[static_cast<uid_t>(std::stoul(argv[i]))] = std::string("c") + argv[i];
+    if (argc > 1)
+        logins.active = std::string("c") + argv[1];
+    sd_event* event = nullptr;
+    int result = sd_event_default(&event);
+    if (result < 0)
+        return fail("cannot make an event loop", result);
+    if ((result = sd_bus_open_system(&logins.bus)) < 0 ||
+        (result = sd_bus_attach_event(logins.bus, event, SD_EVENT_PRIORITY_NORMAL)) < 0)
+        return fail("cannot reach the system bus", result);
+    if ((result = sd_bus_add_object_vtable(logins.bus, nullptr, managerPath, managerInterface,
+                                           managerMethods, &logins)) < 0 ||
+        (result = sd_bus_add_object_vtable(logins.bus, nullptr, managerPath, testInterface,
+                                           testMethods, &logins)) < 0 ||
+        (result = sd_bus_add_object_vtable(logins.bus, nullptr, seatPath, seatInterface,
+                                           seatProperties, &logins)) < 0 ||
+        (result = sd_bus_add_fallback_vtable(logins.bus, nullptr, sessionPrefix, sessionInterface,
+                                             sessionProperties, &findSession, &logins)) < 0)
+        return fail("cannot put its objects on the bus", result);
+    if ((result = sd_bus_request_name(logins.bus, name, 0)) < 0)
+        return fail("cannot own org.freedesktop.login1", result);
+    result = sd_event_loop(event);
+    return result < 0 ? fail("its event loop failed", result) : EXIT_SUCCESS;
+}

@@ -1,0 +1,393 @@
+// Runs inside the virtual machine as root, where Debian's dbus-daemon serves the system bus and
+// starts polkitd and the keymap service on demand, and a stand-in for logind answers for the
+// seat: runs hidutil as users who are not in the group input, as the application would, and reads
+// every result back from the kernel. Each check prints a marker line on the console.
+//   service-check HIDUTIL KEYMAPD
+#include <fcntl.h>
+#include <grp.h>
+#include <linux/input.h>
+#include <pwd.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <systemd/sd-bus.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <map>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "UhidKeyboard.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using Keymap = std::map<unsigned, unsigned>;
+
+constexpr const char* passMarker = "KEYVANE-CHECK PASS ";
+constexpr const char* failMarker = "KEYVANE-CHECK FAIL ";
+constexpr const char* doneMarker = "KEYVANE-SERVICE-CHECK DONE ";
+constexpr const char* serviceName = "app.keyvane.Keymap1";
+constexpr const char* serviceUser = "keyvane-keymap";
+// The guest's users: polkit's rules allow the first and the third, the second gets the action's
+// defaults for a subject in no session.
+constexpr uid_t allowed = 1000, refused = 1001, other = 1002;
+constexpr unsigned productA = 0x6661, productB = 0x6662;
+const std::string output = "/run/service-check/";
+
+int failures = 0;
+std::string hidutil = "/bin/hidutil";
+std::string keymapd = "/usr/libexec/keyvane-keymapd";
+
+void check(bool ok, const std::string& what) {
+    std::printf("%s%s\n", ok ? passMarker : failMarker, what.c_str());
+    std::fflush(stdout);
+    if (!ok)
+        ++failures;
+}
+
+std::string readFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+struct Result {
+    int status = -1;  // -1 when killed
+    std::string out, err;
+    bool operator==(const Result&) const = default;
+};
+
+// Starts program as user (their groups from /etc/group, nothing of root's environment but PATH),
+// its standard output and error into files named after tag; root stays root. Any program left
+// running after a minute is killed, so that a call that never returns fails the check instead of
+// the whole test.
+pid_t start(uid_t uid, const std::vector<std::string>& args,
+            const std::vector<std::string>& environment, const std::string& tag) {
+    const pid_t child = ::fork();
+    if (child != 0)
+        return child;
+    // Opened as root, in a folder only root writes to.
+    const int out =
+        ::open((output + tag + ".out").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    const int err =
+        ::open((output + tag + ".err").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    if (out < 0 || err < 0 || ::dup2(out, 1) < 0 || ::dup2(err, 2) < 0)
+        ::_exit(126);
+    const passwd* user = ::getpwuid(uid);
+    if (!user || ::initgroups(user->pw_name, user->pw_gid) != 0 || ::setgid(user->pw_gid) != 0 ||
+        ::setuid(uid) != 0)
+        ::_exit(126);
+    ::clearenv();
+    ::setenv("PATH", "/usr/bin:/bin", 1);
+    ::setenv("HOME", user->pw_dir, 1);
+    for (const std::string& variable : environment)
+        ::putenv(const_cast<char*>(variable.c_str()));
+    std::vector<char*> argv;
+    for (const std::string& arg : args)
+        argv.push_back(const_cast<char*>(arg.c_str()));
+    argv.push_back(nullptr);
+    ::alarm(60);
+    ::execv(argv[0], argv.data());
+    ::_exit(127);
+}
+
+Result finish(pid_t child, const std::string& tag, const std::string& who,
+              const std::vector<std::string>& args) {
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    Result result{WIFEXITED(status) ? WEXITSTATUS(status) : -1, readFile(output + tag + ".out"),
+                  readFile(output + tag + ".err")};
+    std::printf("%s$", who.c_str());
+    for (const std::string& arg : args)
+        std::printf(" '%s'", arg.c_str());
+    std::printf("\n%s%s[exit %d]\n", result.out.c_str(), result.err.c_str(), result.status);
+    std::fflush(stdout);
+    return result;
+}
+
+Result runAs(uid_t uid, std::vector<std::string> args, std::vector<std::string> environment = {}) {
+    args.insert(args.begin(), hidutil);
+    const pid_t child = start(uid, args, environment, "hidutil");
+    const passwd* user = ::getpwuid(uid);
+    return finish(child, "hidutil", user ? user->pw_name : "?", {args.begin() + 1, args.end()});
+}
+
+// The same command in-process, as root, with records of its own.
+Result inProcess(std::vector<std::string> args) {
+    return runAs(0, std::move(args),
+                 {"KEYVANE_HIDUTIL_IN_PROCESS=1", "XDG_STATE_HOME=/run/service-check/root-state"});
+}
+
+std::string mapping(std::initializer_list<std::pair<const char*, const char*>> entries) {
+    std::string text;
+    for (const auto& [src, dst] : entries)
+        text += std::string(text.empty() ? "" : ",") +
+                R"({"HIDKeyboardModifierMappingSrc" : 0x7000000)" + src +
+                R"(, "HIDKeyboardModifierMappingDst" : 0x7000000)" + dst + "}";
+    return R"({"UserKeyMapping" : [)" + text + "]}";
+}
+
+const std::string clearList = mapping({});
+
+bool installed(const Result& result) {
+    return result.status == 0 && result.out.find("UserKeyMapping") != std::string::npos;
+}
+
+// Waits up to limit for done() to hold, and tells whether it did.
+bool waitFor(const std::function<bool()>& done, std::chrono::seconds limit) {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    while (!done()) {
+        if (std::chrono::steady_clock::now() > deadline)
+            return false;
+        std::this_thread::sleep_for(50ms);
+    }
+    return true;
+}
+
+// The system bus, as root sees it.
+class Bus {
+  public:
+    Bus() { sd_bus_open_system(&bus_); }
+    ~Bus() { sd_bus_flush_close_unref(bus_); }
+    Bus(const Bus&) = delete;
+    Bus& operator=(const Bus&) = delete;
+
+    bool hasOwner(const char* name) {
+        sd_bus_message* reply = nullptr;
+        int owned = 0;
+        const bool asked = bus_ &&
+                           sd_bus_call_method(bus_, "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                              "org.freedesktop.DBus", "NameHasOwner", nullptr,
+                                              &reply, "s", name) >= 0 &&
+                           sd_bus_message_read(reply, "b", &owned) >= 0;
+        sd_bus_message_unref(reply);
+        return asked && owned;
+    }
+
+    // A method of the logind stand-in's test interface: Login, Logout or Activate a user.
+    bool logind(const char* method, uid_t uid) {
+        sd_bus_error error = SD_BUS_ERROR_NULL;
+        const int result =
+            bus_ ? sd_bus_call_method(bus_, "org.freedesktop.login1", "/org/freedesktop/login1",
+                                      "app.keyvane.test.Login1", method, &error, nullptr, "u", uid)
+                 : -ENOTCONN;
+        if (result < 0)
+            std::printf("logind stand-in: %s %u: %s\n", method, uid,
+                        error.message ? error.message : std::strerror(-result));
+        sd_bus_error_free(&error);
+        return result >= 0;
+    }
+
+  private:
+    sd_bus* bus_ = nullptr;
+};
+
+struct Keyboards {
+    std::vector<std::string> nodes;  // A, B and the AT keyboard
+    std::vector<Keymap> now() const {
+        std::vector<Keymap> keymaps;
+        for (const std::string& node : nodes)
+            keymaps.push_back(keymapOf(node));
+        return keymaps;
+    }
+};
+
+// A keymap with the list's keys changed, as hidutil installs it on a HID keyboard.
+Keymap with(Keymap keymap, std::initializer_list<std::pair<unsigned, unsigned>> changes) {
+    for (const auto& [usage, keycode] : changes)
+        keymap[0x70000 + usage] = keycode;
+    return keymap;
+}
+
+bool inGroup(const char* user, gid_t group) {
+    const passwd* entry = ::getpwnam(user);
+    if (!entry)
+        return false;
+    gid_t groups[64];
+    int count = 64;
+    if (::getgrouplist(user, entry->pw_gid, groups, &count) < 0)
+        return false;
+    return std::find(groups, groups + count, group) != groups + count;
+}
+
+// udev gives event nodes the group input and mode 0660 once its rules ran on them; the service's
+// user is in input, the test users are not.
+void checkAccess(const Keyboards& keyboards) {
+    const group* input = ::getgrnam("input");
+    const auto ready = [&] {
+        for (const std::string& node : keyboards.nodes) {
+            struct stat status {};
+            if (!input || ::stat(node.c_str(), &status) != 0 || status.st_uid != 0 ||
+                status.st_gid != input->gr_gid || (status.st_mode & 07777) != 0660)
+                return false;
+        }
+        return true;
+    };
+    const bool nodes = waitFor(ready, 30s);
+    check(nodes && input && inGroup(serviceUser, input->gr_gid) && !inGroup("ann", input->gr_gid) &&
+              !inGroup("bob", input->gr_gid) && !inGroup("cid", input->gr_gid),
+          "event nodes root:input 0660 by udev's rules; keyvane-keymap in input, no test user");
+}
+
+// The service, started by hand as its user rather than by the bus, with what the test adds to
+// its environment.
+pid_t startService(const std::vector<std::string>& environment) {
+    const passwd* user = ::getpwnam(serviceUser);
+    return start(user ? user->pw_uid : 65534, {keymapd}, environment, "keymapd");
+}
+
+// Under its own filter, with the node open as it opens every node, the service can neither read,
+// nor see the keys held down, nor grab, nor write an event.
+void checkFilter(const std::string& node) {
+    const pid_t service = startService({"KEYVANE_KEYMAPD_TRY=" + node});
+    const Result tried =
+        finish(service, "keymapd", serviceUser, {"KEYVANE_KEYMAPD_TRY=" + node, keymapd});
+    check(tried.status == 0 &&
+              tried.err ==
+                  "keyvane-keymapd: try open: errno 0 (Success)\n"
+                  "keyvane-keymapd: try read: errno 9 (Bad file descriptor)\n"
+                  "keyvane-keymapd: try EVIOCGKEY: errno 1 (Operation not permitted)\n"
+                  "keyvane-keymapd: try EVIOCGRAB: errno 1 (Operation not permitted)\n"
+                  "keyvane-keymapd: try write: errno 1 (Operation not permitted)\n",
+          "the service under its filter: read, EVIOCGKEY, EVIOCGRAB and write on " + node +
+              " refused");
+}
+
+// The service killed by SIGKILL right after its second key change: the install fails, and a clear
+// through the service that the bus starts next puts back exactly what was there.
+void checkKilled(Bus& bus, const Keyboards& keyboards, const std::vector<Keymap>& before) {
+    const pid_t service = startService({"KEYVANE_TEST_KILL_AFTER_CHANGES=2"});
+    const bool owned = waitFor([&] { return bus.hasOwner(serviceName); }, 30s);
+    const Result install =
+        runAs(allowed, {"property", "--set", mapping({{"04", "05"}, {"05", "04"}, {"39", "29"}})});
+    int status = 0;
+    ::waitpid(service, &status, 0);
+    const bool killed = WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
+    check(owned && killed && install.status == 1 && keyboards.now() != before,
+          "the service killed during an install: hidutil fails, keys changed");
+    const Result cleared = runAs(allowed, {"property", "--set", clearList});
+    check(cleared.status == 0 && keyboards.now() == before,
+          "a clear through the service the bus starts next restores every keymap exactly");
+}
+
+// ann, not in input, installs, reads the status and clears through the service: the same output,
+// exit status and keymaps as root in-process.
+void checkLikeInProcess(const UhidKeyboard& a, const Keyboards& keyboards,
+                        const std::vector<Keymap>& before) {
+    const std::vector<std::vector<std::string>> commands = {
+        {"property", "--set", mapping({{"39", "29"}, {"e3", "e7"}, {"04", "00"}})},
+        {"status"},
+        {"property", "--set", clearList},
+    };
+    std::vector<Result> service, here;
+    std::vector<std::vector<Keymap>> serviceKeymaps, hereKeymaps;
+    bool escape = false;
+    for (const auto& command : commands) {
+        service.push_back(runAs(allowed, command));
+        serviceKeymaps.push_back(keyboards.now());
+        if (service.size() == 1)
+            escape = a.pressesOf(0x39) == std::vector<int>{KEY_ESC};
+    }
+    for (const auto& command : commands) {
+        here.push_back(inProcess(command));
+        hereKeymaps.push_back(keyboards.now());
+    }
+    check(installed(service[0]) && service == here && serviceKeymaps == hereKeymaps &&
+              serviceKeymaps[0] != before && serviceKeymaps[2] == before,
+          "ann through the service: install, status and clear answer and change keymaps as "
+          "in-process");
+    check(escape, "keyboard A types Escape for Caps Lock while ann's list is installed");
+}
+
+// bob is refused by polkit: one line, exit status 1, no key changed.
+void checkRefused(const Keyboards& keyboards, const std::vector<Keymap>& before) {
+    const Result refusal = runAs(refused, {"property", "--set", mapping({{"39", "29"}})});
+    check(refusal.status == 1 && refusal.out.empty() &&
+              refusal.err ==
+                  "hidutil: not allowed to change keymaps: polkit refused the action "
+                  "app.keyvane.keymap.change (it needs an administrator's password, and none was "
+                  "given)\n" &&
+              keyboards.now() == before,
+          "bob, refused by polkit: one line, exit status 1, no key changed");
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc > 2) {
+        hidutil = argv[1];
+        keymapd = argv[2];
+    }
+    ::mkdir(output.c_str(), 0755);
+    for (const uid_t uid : {allowed, refused, other})
+        if (const passwd* user = ::getpwuid(uid)) {
+            ::mkdir(user->pw_dir, 0700);
+            ::chown(user->pw_dir, uid, user->pw_gid);
+        }
+    UhidKeyboard a, b;
+    check(a.create(productA, BUS_USB, "Keyvane Service Test Keyboard A") &&
+              b.create(productB, BUS_BLUETOOTH, "Keyvane Service Test Keyboard B"),
+          "uhid keyboards A and B created");
+    const Keyboards keyboards{{a.node, b.node, eventNodeNamed("AT Translated Set 2 keyboard")}};
+    Bus bus;
+    const bool logind = waitFor([&] { return bus.hasOwner("org.freedesktop.login1"); }, 30s);
+    check(logind, "the logind stand-in is on the system bus");
+    if (a.event < 0 || b.event < 0 || keyboards.nodes[2].empty() || !logind) {
+        std::printf("%sfailed\n", doneMarker);
+        return 1;
+    }
+    checkAccess(keyboards);
+    const std::vector<Keymap> before = keyboards.now();
+    const Keymap& aBefore = before[0];
+    const Keymap& bBefore = before[1];
+
+    checkFilter(a.node);
+    checkKilled(bus, keyboards, before);
+    checkLikeInProcess(a, keyboards, before);
+    checkRefused(keyboards, before);
+
+    // cid takes the seat; ann, in a session elsewhere, installs a list on A, cid on B; ann's last
+    // session ends, and the seat stays cid's.
+    const std::string listA = mapping({{"39", "29"}}), listB = mapping({{"04", "05"}});
+    const Keymap aChanged = with(aBefore, {{0x39, KEY_ESC}});
+    const Keymap bChanged = with(bBefore, {{0x04, KEY_B}});
+    const bool both =
+        bus.logind("Activate", other) &&
+        installed(runAs(allowed,
+                        {"property", "--set", listA, "--matching", R"({"ProductID": 0x6661})"})) &&
+        installed(
+            runAs(other, {"property", "--set", listB, "--matching", R"({"ProductID": 0x6662})"})) &&
+        keymapOf(a.node) == aChanged && keymapOf(b.node) == bChanged;
+    const bool removed =
+        bus.logind("Logout", allowed) && waitFor([&] { return keymapOf(a.node) == aBefore; }, 15s);
+    check(both && removed && keymapOf(b.node) == bChanged,
+          "ann's last session ends: ann's keys restored, cid's kept");
+
+    // ann logs in again and takes the seat (cid's list goes), installs again; cid takes the seat
+    // (ann's list goes, cid's comes back); ann takes it back.
+    const bool setUp =
+        bus.logind("Login", allowed) && bus.logind("Activate", allowed) &&
+        waitFor([&] { return keymapOf(b.node) == bBefore; }, 15s) &&
+        installed(runAs(allowed,
+                        {"property", "--set", listA, "--matching", R"({"ProductID": 0x6661})"})) &&
+        bus.logind("Activate", other) &&
+        waitFor([&] { return keymapOf(a.node) == aBefore && keymapOf(b.node) == bChanged; }, 15s);
+    const bool swapped =
+        setUp && bus.logind("Activate", allowed) &&
+        waitFor([&] { return keymapOf(a.node) == aChanged && keymapOf(b.node) == bBefore; }, 15s);
+    check(swapped,
+          "the seat goes from cid to ann: cid's keys restored, ann's list installed again");
+
+    std::printf("%s%s\n", doneMarker, failures == 0 ? "ok" : "failed");
+    std::fflush(stdout);
+    return failures == 0 ? 0 : 1;
+}
