@@ -191,10 +191,11 @@ std::vector<uid_t> KeymapService::usersWithState() const {
 }
 
 // What the user changed goes back; their last list stays, to come back with their session.
-void KeymapService::restore(uid_t uid) {
+bool KeymapService::restore(uid_t uid) {
     const Answer answer = run(uid, setArgs(clearText, ""));
     if (answer.status != hidutil::exitSuccess)
         std::cerr << "keyvane-keymapd: restoring the keys of user " << uid << ":\n" << answer.notes;
+    return answer.status == hidutil::exitSuccess;
 }
 
 void KeymapService::installLastList(uid_t uid) {
@@ -211,8 +212,11 @@ void KeymapService::installLastList(uid_t uid) {
                   << answer.notes;
 }
 
+// A restore that did not work keeps the user's folder, records and all: the next start of the
+// service, which finds the user gone, tries again.
 void KeymapService::userRemoved(uid_t uid) {
-    restore(uid);
+    if (!restore(uid))
+        return;
     std::error_code ignored;
     std::filesystem::remove_all(folderOf(uid), ignored);
 }

@@ -45,7 +45,7 @@ class KeymapService {
         std::string output, notes;
     };
     Answer run(uid_t uid, const std::vector<std::string>& args);
-    void restore(uid_t uid);
+    bool restore(uid_t uid);
     void installLastList(uid_t uid);
     std::filesystem::path folderOf(uid_t uid) const;
     std::vector<uid_t> usersWithState() const;
