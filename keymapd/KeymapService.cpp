@@ -221,6 +221,11 @@ void KeymapService::userRemoved(uid_t uid) {
     std::filesystem::remove_all(folderOf(uid), ignored);
 }
 
+void KeymapService::restoreEveryone() {
+    for (uid_t uid : usersWithState())
+        restore(uid);
+}
+
 void KeymapService::reconcile(const std::set<uid_t>& present, std::optional<uid_t> active) {
     for (uid_t uid : usersWithState())
         if (!present.contains(uid))

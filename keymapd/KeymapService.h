@@ -33,6 +33,8 @@ class KeymapService {
     // whose last list is installed again.
     void reconcile(const std::set<uid_t>& present, std::optional<uid_t> active);
     void userRemoved(uid_t uid);
+    // Every user's changes restored; their last lists kept, for their sessions to bring back.
+    void restoreEveryone();
     // Whether any user's change is still in the kernel's keymaps.
     bool holdsChanges() const;
 

@@ -4,6 +4,7 @@
 #include <systemd/sd-bus.h>
 #include <systemd/sd-event.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
@@ -40,6 +41,11 @@ int onIdle(sd_event_source* source, std::uint64_t, void* data) {
     return sd_event_source_set_time_relative(source, idleUs) < 0
                ? 0
                : sd_event_source_set_enabled(source, SD_EVENT_ONESHOT);
+}
+
+int onTerminate(sd_event_source* source, const signalfd_siginfo*, void* service) {
+    static_cast<keymapd::KeymapService*>(service)->restoreEveryone();
+    return sd_event_exit(sd_event_source_get_event(source), EXIT_SUCCESS);
 }
 
 void reconcile(keymapd::KeymapService& service, const keymapd::Logind& logind) {
@@ -83,6 +89,15 @@ int main() {
     if ((result = logind.follow([&service](uid_t uid) { service.userRemoved(uid); },
                                 [&] { reconcile(service, logind); })) < 0)
         return fail("cannot follow logind", result);
+    // Stopped (the package removed or upgraded, the machine shutting down), it leaves no change
+    // behind that nothing could restore; the active user's last list comes back with the next
+    // start, as after any start.
+    sigset_t terminate;
+    sigemptyset(&terminate);
+    sigaddset(&terminate, SIGTERM);
+    sigprocmask(SIG_BLOCK, &terminate, nullptr);
+    if ((result = sd_event_add_signal(event, nullptr, SIGTERM, &onTerminate, &service)) < 0)
+        return fail("cannot follow its stop", result);
     if ((result = sd_bus_request_name(bus, keymapbus::name, 0)) < 0)
         return fail("cannot own its bus name", result);
     result = sd_event_loop(event);

@@ -173,6 +173,19 @@ class Bus {
         return asked && owned;
     }
 
+    // The process that owns name; 0 when none does.
+    pid_t pidOf(const char* name) {
+        sd_bus_message* reply = nullptr;
+        std::uint32_t pid = 0;
+        const bool asked = bus_ &&
+                           sd_bus_call_method(bus_, "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                              "org.freedesktop.DBus", "GetConnectionUnixProcessID",
+                                              nullptr, &reply, "s", name) >= 0 &&
+                           sd_bus_message_read(reply, "u", &pid) >= 0;
+        sd_bus_message_unref(reply);
+        return asked ? static_cast<pid_t>(pid) : 0;
+    }
+
     // A method of the logind stand-in's test interface: Login, Logout or Activate a user.
     bool logind(const char* method, uid_t uid) {
         sd_bus_error error = SD_BUS_ERROR_NULL;
@@ -386,6 +399,13 @@ int main(int argc, char** argv) {
         waitFor([&] { return keymapOf(a.node) == aChanged && keymapOf(b.node) == bBefore; }, 15s);
     check(swapped,
           "the seat goes from cid to ann: cid's keys restored, ann's list installed again");
+
+    // Stopped, as when the package is removed, the service leaves no change behind.
+    const pid_t running = bus.pidOf(serviceName);
+    const bool stopped =
+        swapped && running > 0 && ::kill(running, SIGTERM) == 0 &&
+        waitFor([&] { return !bus.hasOwner(serviceName) && keymapOf(a.node) == aBefore; }, 15s);
+    check(stopped, "the service stopped by SIGTERM: every user's keys restored");
 
     std::printf("%s%s\n", doneMarker, failures == 0 ? "ok" : "failed");
     std::fflush(stdout);
