@@ -15,6 +15,7 @@
 #include <sstream>
 #include <string>
 
+#include "bench/MappingLists.h"
 #include "hidutil/Command.h"
 #include "hidutil/RecordStore.h"
 #include "tests/hidutil/MemoryDevices.h"
@@ -26,21 +27,8 @@ namespace {
 
 using namespace keyvane;
 
-const std::string clearText = R"({"UserKeyMapping" : []})";
-
-// count mappings of consecutive keys, each to the next one.
-std::string mappingText(int count) {
-    std::string text = R"({"UserKeyMapping" : [)";
-    for (int i = 0; i < count; ++i) {
-        char entry[160];
-        std::snprintf(entry, sizeof entry,
-                      R"(%s{"HIDKeyboardModifierMappingSrc" : 0x7000000%02x, )"
-                      R"("HIDKeyboardModifierMappingDst" : 0x7000000%02x})",
-                      i ? "," : "", 4 + i, 5 + i);
-        text += entry;
-    }
-    return text + "]}";
-}
+using bench::clearText;
+using bench::mappingText;
 
 // The records live in XDG_STATE_HOME, on a disk whose flushes would swamp everything else; where
 // /dev/shm exists the benchmarks put them there, so that they measure hidutil, unless told not to.

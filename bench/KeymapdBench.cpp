@@ -15,6 +15,7 @@
 #include <sstream>
 #include <string>
 
+#include "bench/MappingLists.h"
 #include "hidutil/Command.h"
 #include "hidutil/KeymapBus.h"
 #include "keymapd/KeymapService.h"
@@ -29,21 +30,8 @@ namespace {
 using namespace keyvane;
 namespace fs = std::filesystem;
 
-const std::string clearText = R"({"UserKeyMapping" : []})";
-
-// count mappings of consecutive keys, each to the next one.
-std::string mappingText(int count) {
-    std::string text = R"({"UserKeyMapping" : [)";
-    for (int i = 0; i < count; ++i) {
-        char entry[160];
-        std::snprintf(entry, sizeof entry,
-                      R"(%s{"HIDKeyboardModifierMappingSrc" : 0x7000000%02x, )"
-                      R"("HIDKeyboardModifierMappingDst" : 0x7000000%02x})",
-                      i ? "," : "", 4 + i, 5 + i);
-        text += entry;
-    }
-    return text + "]}";
-}
+using bench::clearText;
+using bench::mappingText;
 
 // The service with one USB keyboard in memory, served on its own thread for the whole run.
 class Service {

@@ -86,15 +86,6 @@ Result run(std::vector<std::string> args) {
     return result;
 }
 
-std::string mapping(std::initializer_list<std::pair<const char*, const char*>> entries) {
-    std::string text;
-    for (const auto& [src, dst] : entries)
-        text += std::string(text.empty() ? "" : ",") +
-                R"({"HIDKeyboardModifierMappingSrc" : 0x7000000)" + src +
-                R"(, "HIDKeyboardModifierMappingDst" : 0x7000000)" + dst + "}";
-    return R"({"UserKeyMapping" : [)" + text + "]}";
-}
-
 // Whether the listing has a line for the keyboard named name with its product id and transport,
 // as the kernel was told when the keyboard was made.
 bool listed(const Result& listing, const std::string& name, const std::string& product,

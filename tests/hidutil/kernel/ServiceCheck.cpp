@@ -127,15 +127,6 @@ Result inProcess(std::vector<std::string> args) {
                  {"KEYVANE_HIDUTIL_IN_PROCESS=1", "XDG_STATE_HOME=/run/service-check/root-state"});
 }
 
-std::string mapping(std::initializer_list<std::pair<const char*, const char*>> entries) {
-    std::string text;
-    for (const auto& [src, dst] : entries)
-        text += std::string(text.empty() ? "" : ",") +
-                R"({"HIDKeyboardModifierMappingSrc" : 0x7000000)" + src +
-                R"(, "HIDKeyboardModifierMappingDst" : 0x7000000)" + dst + "}";
-    return R"({"UserKeyMapping" : [)" + text + "]}";
-}
-
 const std::string clearList = mapping({});
 
 bool installed(const Result& result) {

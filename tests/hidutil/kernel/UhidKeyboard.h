@@ -1,5 +1,6 @@
 #pragma once
 
+#include <initializer_list>
 #include <map>
 #include <string>
 #include <vector>
@@ -14,6 +15,10 @@ std::string eventNodeNamed(const std::string& name);
 // The keymap of an event device, scancode -> key code, as the kernel lists it by index
 // (EVIOCGKEYCODE_V2); empty when the node cannot be opened.
 std::map<unsigned, unsigned> keymapOf(const std::string& node);
+
+// The property text the application composes, for (source, destination) keyboard usages as two hex
+// digits each.
+std::string mapping(std::initializer_list<std::pair<const char*, const char*>> entries);
 
 struct UhidKeyboard {
     static constexpr unsigned vendor = 0x1d50;
