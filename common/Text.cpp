@@ -48,4 +48,11 @@ std::string groupedDigits(std::size_t number) {
     return grouped;
 }
 
+std::string oneLine(std::string text) {
+    for (char& c : text)
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f)
+            c = ' ';
+    return text;
+}
+
 }  // namespace keyvane

@@ -18,6 +18,9 @@ std::vector<std::string> splitKeepingEmpty(std::string_view text, char separator
 // searched for further placeholders, and a % without a value of its number stays as it is.
 std::string fillIn(std::string_view pattern, const std::vector<std::string>& values);
 
+// text on one line: control characters (a newline would start a line of its own) become spaces.
+std::string oneLine(std::string text);
+
 // `number` as people read large numbers in a message: 1,379.
 std::string groupedDigits(std::size_t number);
 

@@ -13,6 +13,7 @@
 #include <fstream>
 #include <optional>
 
+#include "common/Text.h"
 #include "hidutil/KeyCapabilities.h"
 
 namespace keyvane::hidutil {
@@ -47,14 +48,6 @@ std::string currentBootId() {
 }
 
 namespace {
-
-// Keeps a device name on one line of a listing or message.
-std::string printable(std::string text) {
-    for (char& c : text)
-        if (static_cast<unsigned char>(c) < 0x20)
-            c = ' ';
-    return text;
-}
 
 class EvdevDevice : public KeyDevice {
   public:
@@ -195,8 +188,8 @@ std::unique_ptr<KeyDevice> openDevice(const std::filesystem::path& node,
     info.bus = id.bustype;
     info.vendor = id.vendor;
     info.product = id.product;
-    info.name = printable(name);
-    info.phys = printable(phys);
+    info.name = oneLine(name);
+    info.phys = oneLine(phys);
     const std::string nodeName = node.filename().string();
     info.instance = inputDeviceOf(sysfsClass, nodeName);
     info.udevKeyboard = udevKeyboardVerdict(node);

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "hidutil/HidKeyCodes.h"
+#include "hidutil/KeyCapabilities.h"
 
 namespace keyvane::hidutil {
 namespace {
@@ -19,9 +20,6 @@ std::uint32_t keyCodeOf(unsigned usage) {
     return static_cast<std::uint32_t>(linuxKeyCodeForUsage(usage));
 }
 
-constexpr int letterKeys[] = {KEY_A, KEY_B, KEY_C, KEY_D, KEY_E, KEY_F, KEY_G, KEY_H, KEY_I,
-                              KEY_J, KEY_K, KEY_L, KEY_M, KEY_N, KEY_O, KEY_P, KEY_Q, KEY_R,
-                              KEY_S, KEY_T, KEY_U, KEY_V, KEY_W, KEY_X, KEY_Y, KEY_Z};
 // The keyboard page's letter usages, a (4) to z (0x1d).
 constexpr unsigned firstLetterUsage = 0x04, lastLetterUsage = 0x1d;
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "common/Hex.h"
+#include "common/Text.h"
 #include "common/Utf8.h"
 #include "hidutil/Messages.h"
 
@@ -23,16 +24,6 @@ EntryState stateOf(const Mapping& mapping, const Keymap& current, const DeviceRe
             return EntryState::Overridden;
     }
     return EntryState::Installed;
-}
-
-// A device name as one line: control characters (a newline would start a line of its own) become
-// spaces.
-std::string oneLine(const std::string& name) {
-    std::string line = name;
-    for (char& c : line)
-        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f)
-            c = ' ';
-    return line;
 }
 
 // A JSON string; bytes that are no UTF-8 (a device may name itself anything) become U+FFFD.
