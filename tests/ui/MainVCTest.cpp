@@ -194,6 +194,7 @@ TEST_F(MainVCTest,
         ASSERT_EQ(seen.size(), asked ? 2u : 1u) << count;
         EXPECT_EQ(seen.back(), refusal(asked ? "1,380" : "1,400"));
         EXPECT_EQ(seen.front().buttons.value(0), asked ? "Add to My List" : "OK");
+        EXPECT_EQ(seen.front().text, asked ? "Import 1 mapping?" : "This file cannot be imported");
     }
     EXPECT_TRUE(hidutil.calls().empty());
     EXPECT_EQ(storedList(), full);

@@ -67,7 +67,7 @@ bool importMappings(QWidget* parent) {
         return refuse(file.toStdString(), replaceProblem);
     const std::string title = "Import " + mappingsCount(reading.mappings.size()) + "?";
     MappingFile::Adoption how;
-    switch (runModalAlert(title, question(reading), {appendButton, replaceButton, cancelButton})) {
+    switch (runModalAlert(question(reading), title, {appendButton, replaceButton, cancelButton})) {
         case 0:
             how = MappingFile::Adoption::Append;
             break;
