@@ -48,10 +48,6 @@ std::string optionName(Action action) {
     return {};
 }
 
-std::string mappingsCount(std::size_t count) {
-    return std::to_string(count) + (count == 1 ? " mapping" : " mappings");
-}
-
 std::string keyboardText(const std::string& keyboardId) {
     return keyboardId == allKeyboardsId ? "all keyboards" : "the keyboard " + keyboardId;
 }

@@ -246,4 +246,8 @@ std::string MappingFile::storedKeyboardId() {
     return MappingStore::loadKeyboardId().value_or(allKeyboardsId);
 }
 
+std::string mappingsCount(std::size_t count) {
+    return groupedDigits(count) + (count == 1 ? " mapping" : " mappings");
+}
+
 }  // namespace keyvane

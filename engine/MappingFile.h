@@ -60,4 +60,7 @@ class MappingFile {
     static std::string storedKeyboardId();
 };
 
+// "1 mapping", "1,379 mappings": a number of mappings as a message says it.
+std::string mappingsCount(std::size_t count);
+
 }  // namespace keyvane

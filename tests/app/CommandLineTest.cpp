@@ -126,7 +126,7 @@ TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
         // The most one command can carry, and not one more: nothing is even cleared.
         {{"--import", file, "--append"},
          0,
-         "Installed 1379 mappings for all keyboards.\n",
+         "Installed 1,379 mappings for all keyboards.\n",
          "",
          installsCaps(1379),
          1379,

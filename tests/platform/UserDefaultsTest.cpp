@@ -17,12 +17,16 @@ namespace {
 namespace fs = std::filesystem;
 using testing::readFile;
 
+// A relative XDG_CONFIG_HOME is invalid and ignored, as if it were not set.
 TEST(UserDefaults, LivesUnderXdgConfigHomeOrDotConfig) {
     EXPECT_EQ(UserDefaults::standardPath(),
               fs::path(std::getenv("XDG_CONFIG_HOME")) / "keyvane" / "defaults.json");
+    const fs::path dotConfig =
+        fs::path(std::getenv("HOME")) / ".config" / "keyvane" / "defaults.json";
+    ::setenv("XDG_CONFIG_HOME", "relative/config", 1);
+    EXPECT_EQ(UserDefaults::standardPath(), dotConfig);
     ::unsetenv("XDG_CONFIG_HOME");
-    EXPECT_EQ(UserDefaults::standardPath(),
-              fs::path(std::getenv("HOME")) / ".config" / "keyvane" / "defaults.json");
+    EXPECT_EQ(UserDefaults::standardPath(), dotConfig);
 }
 
 TEST(UserDefaults, EveryValueTypeSurvivesARoundTripWithItsJsonType) {

@@ -9,10 +9,6 @@
 namespace keyvane::mapping_file_dialogs {
 namespace {
 
-std::string mappingsCount(std::size_t count) {
-    return std::to_string(count) + (count == 1 ? " mapping" : " mappings");
-}
-
 std::string lines(const std::vector<std::string>& texts) {
     std::string result;
     for (const std::string& text : texts)
