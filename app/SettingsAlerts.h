@@ -11,9 +11,9 @@ inline constexpr const char* settingsCorruptInTheWayAlertText =
     "Keyvane could not read %1 (%2), so it started without your mappings and settings. The file "
     "could not be moved aside either, so nothing will be saved until you move it away.";
 inline constexpr const char* settingsUnreadableAlertText =
-    "Keyvane could not read %1 (%2), so it started without your mappings and settings. The file "
-    "was left as it is, and Keyvane will not save over it while it runs: make it readable, then "
-    "start Keyvane again.";
+    "Keyvane could not read %1 (%2), so it started without your mappings and settings. It left "
+    "that as it is and will not save over it while it runs, so what you change now lasts until "
+    "Keyvane ends. Make sure it is a file you can read, then start Keyvane again.";
 inline constexpr const char* settingsNotSavedAlertTitle = "Your settings could not be saved";
 inline constexpr const char* settingsNotSavedAlertText =
     "Keyvane could not save your settings to %1 (%2). Your change is in effect now but will be "

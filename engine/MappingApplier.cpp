@@ -4,6 +4,7 @@
 
 #include "common/Log.h"
 #include "common/Text.h"
+#include "engine/MappingFile.h"
 #include "engine/MappingStore.h"
 #include "engine/ShellRunner.h"
 
@@ -78,8 +79,9 @@ std::size_t MappingApplier::maximumMappings() {
 }
 
 std::string MappingApplier::tooManyMappingsText() {
-    return fillIn(tooManyAlertText,
-                  {groupedDigits(keyMappings.size()), groupedDigits(maximumMappings())});
+    const std::size_t maximum = maximumMappings();
+    return fillIn(tooManyAlertText, {groupedDigits(keyMappings.size()), groupedDigits(maximum),
+                                     mappingsCount(keyMappings.size() - maximum)});
 }
 
 bool MappingApplier::Installation::installed() const {

@@ -78,11 +78,12 @@ class MappingApplier {
     static constexpr const char* blankIdAlertTitle = "Error applying mapping";
     static constexpr const char* blankIdAlertText =
         "OriginalId or remappedId was blank, please remove all mappings and re-add them.";
-    // %1: how many mappings the list has, %2: the most one installation can carry.
+    // %1: how many mappings the list has, %2: the most one installation can carry, %3: how many
+    // to remove ("21 mappings").
     static constexpr const char* tooManyAlertTitle = "Too many mappings to install";
     static constexpr const char* tooManyAlertText =
-        "Your list has %1 mappings, but one installation can carry at most %2. Remove some "
-        "mappings; until then the keys stay as they were installed before.";
+        "Your list has %1 mappings, but one installation can carry at most %2. Remove %3; until "
+        "then the keys stay as they were installed before.";
     static constexpr const char* failedAlertTitle = "Unable to apply keyboard mappings";
     static constexpr const char* failedAlertText =
         "Unable to apply keyboard mappings. Most often this is because you are trying to apply "

@@ -129,7 +129,7 @@ void UserDefaults::moveCorruptFileAside(const std::string& reason) {
 
 void UserDefaults::leaveUnreadableFile(const std::string& reason) {
     unreadable_ = true;
-    saveFailing_ = false;  // the first save it keeps from the file is told as well
+    saveFailing_ = true;  // what it said covers every save it keeps from the file
     warn("the settings in " + file_.string() + " cannot be read (" + reason +
          "); using empty settings. The file is left as it is, and no settings will be saved over "
          "it.");

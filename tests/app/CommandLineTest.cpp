@@ -153,7 +153,7 @@ TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
          1,
          "",
          "keyvane: Your list has 1,380 mappings, but one installation can carry at most 1,379. "
-         "Remove some mappings; until then the keys stay as they were installed before.\n",
+         "Remove 1 mapping; until then the keys stay as they were installed before.\n",
          {},
          1380,
          false,

@@ -188,18 +188,13 @@ TEST_F(LaunchTest, UnreadableOrUnsavableSettingsAreShownInAnAlert) {
     MappingStore::saveKeyboardId("0x27e");
     EXPECT_EQ(alerts.drain(),
               (std::vector<testing::AlertAnswerer::Seen>{
+                  // Told once: the saves it refuses afterwards are no news.
                   {"Your settings could not be read",
                    "Keyvane could not read " + path +
-                       " (Is a directory), so it started without your mappings and settings. The "
-                       "file was left as it is, and Keyvane will not save over it while it runs: "
-                       "make it readable, then start Keyvane again.",
-                   {"OK"},
-                   "OK"},
-                  {"Your settings could not be saved",
-                   "Keyvane could not save your settings to " + path +
-                       " (it could not be read, so Keyvane does not write over it). Your change is "
-                       "in effect now but will be gone the next time Keyvane starts. Make sure the "
-                       "folder can be written, then make the change again.",
+                       " (Is a directory), so it started without your mappings and settings. It "
+                       "left that as it is and will not save over it while it runs, so what you "
+                       "change now lasts until Keyvane ends. Make sure it is a file you can read, "
+                       "then start Keyvane again.",
                    {"OK"},
                    "OK"}}));
     EXPECT_TRUE(std::filesystem::is_directory(file));

@@ -100,7 +100,7 @@ TEST_F(MappingApplierTest, EachListInstallsWithOneExactCommandAfterClearing) {
          {},
          {{"Too many mappings to install",
            "Your list has 1,380 mappings, but one installation can carry at most 1,379. Remove "
-           "some mappings; until then the keys stay as they were installed before."}},
+           "1 mapping; until then the keys stay as they were installed before."}},
          true},
         {{record("39", "29"), record("e3", "e7")}, allKeyboardsId, {install(two)}, {}},
         {{record("39", "29"), record("39", "00")}, "0x27e", {twoOnOne}, {}},
@@ -110,7 +110,7 @@ TEST_F(MappingApplierTest, EachListInstallsWithOneExactCommandAfterClearing) {
          {},
          {{"Too many mappings to install",
            "Your list has 1,379 mappings, but one installation can carry at most 1,378. Remove "
-           "some mappings; until then the keys stay as they were installed before."}},
+           "1 mapping; until then the keys stay as they were installed before."}},
          true},
     };
     ::testing::internal::CaptureStdout();

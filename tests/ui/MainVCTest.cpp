@@ -174,7 +174,7 @@ TEST_F(MainVCTest,
     EXPECT_EQ(alerts.drain(), (std::vector<AlertAnswerer::Seen>{
                                   {"No room for another mapping",
                                    "One installation can carry at most 1,379 mappings, and your "
-                                   "list has 1,379. Remove a mapping before you add another.",
+                                   "list has 1,379. Remove 1 mapping before you add another.",
                                    {"OK"},
                                    "OK"}}));
     const auto refusal = [&](const char* count) {

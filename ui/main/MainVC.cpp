@@ -212,7 +212,8 @@ void MainVC::presentKeyboardVC() {
     const std::size_t maximum = MappingApplier::maximumMappings();
     if (keyMappings.size() >= maximum) {
         showAlert(
-            fillIn(listFullAlertText, {groupedDigits(maximum), groupedDigits(keyMappings.size())}),
+            fillIn(listFullAlertText, {groupedDigits(maximum), groupedDigits(keyMappings.size()),
+                                       mappingsCount(keyMappings.size() - maximum + 1)}),
             listFullAlertTitle, {});
         return;
     }

@@ -29,11 +29,12 @@ class MainVC : public QAbstractTableModel {
     // The third column is no record key: it says what the kernel does with the mapping.
     static constexpr int statusColumn = 2;
     static constexpr int columnIdentifierRole = Qt::UserRole;
-    // %1: the most mappings one installation can carry, %2: how many the list has.
+    // %1: the most mappings one installation can carry, %2: how many the list has, %3: how many
+    // to remove ("1 mapping").
     static constexpr const char* listFullAlertTitle = "No room for another mapping";
     static constexpr const char* listFullAlertText =
-        "One installation can carry at most %1 mappings, and your list has %2. Remove a mapping "
-        "before you add another.";
+        "One installation can carry at most %1 mappings, and your list has %2. Remove %3 before "
+        "you add another.";
 
     // `updateLoginItem` makes the login item follow the stored "applyatlogin" choice.
     explicit MainVC(std::function<void()> updateLoginItem, QObject* parent = nullptr);
