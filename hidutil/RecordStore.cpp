@@ -373,7 +373,7 @@ std::error_code RecordStore::adopt(const std::string& name, const std::string& c
     if (instance.size() <= 5 || !instance.starts_with("input") ||
         instance.find_first_not_of("0123456789", 5) != std::string::npos)
         return std::make_error_code(std::errc::invalid_argument);
-    if (!parseRecord(content))
+    if (content.size() > recordLimit || !parseRecord(content))
         return damagedRecord();
     std::error_code error;
     if (std::filesystem::exists(fileOf(instance), error))

@@ -126,8 +126,11 @@ int KeymapService::authorize(sd_bus_message* call, bool changes, uid_t& uid) {
         return result;
     std::string why;
     if (changes &&
-        !authority_.allows(sd_bus_message_get_sender(call), keymapbus::changeAction, why))
-        return sd_bus_reply_method_errorf(call, keymapbus::notAuthorizedError, "%s", why.c_str());
+        !authority_.allows(sd_bus_message_get_sender(call), keymapbus::changeAction, why)) {
+        const int sent =
+            sd_bus_reply_method_errorf(call, keymapbus::notAuthorizedError, "%s", why.c_str());
+        return sent < 0 ? sent : 1;
+    }
     return 0;
 }
 
