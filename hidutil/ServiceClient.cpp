@@ -113,8 +113,11 @@ std::optional<int> runThroughService(const CommandLine& command, std::ostream& o
     // as a /usr/local install leaves them), nothing was done: the command runs here instead.
     const bool notInstalled = sd_bus_error_has_name(&error, SD_BUS_ERROR_SERVICE_UNKNOWN) ||
                               sd_bus_error_has_name(&error, SD_BUS_ERROR_NAME_HAS_NO_OWNER);
+    // The bus says so itself, or systemd does for the bus when the unit could not start.
     const bool notStarted =
-        error.name && std::string_view(error.name).starts_with("org.freedesktop.DBus.Error.Spawn.");
+        error.name &&
+        (std::string_view(error.name).starts_with("org.freedesktop.DBus.Error.Spawn.") ||
+         std::string_view(error.name).starts_with("org.freedesktop.systemd1."));
     if (result < 0 && (notInstalled || notStarted)) {
         if (notStarted)
             err << fill(text::noteServiceNotStarted,
