@@ -11,11 +11,11 @@
 
 #include <cstdio>
 #include <filesystem>
-#include <map>
 #include <sstream>
 #include <string>
 
 #include "bench/MappingLists.h"
+#include "bench/RatioReporter.h"
 #include "hidutil/Command.h"
 #include "hidutil/RecordStore.h"
 #include "tests/hidutil/MemoryDevices.h"
@@ -141,44 +141,24 @@ void BM_ProcessHidutilClear(benchmark::State& state) {
 }
 BENCHMARK(BM_ProcessHidutilClear)->Unit(benchmark::kMicrosecond);
 
-// The console output, then what reading every change back costs: the time with it over the time
-// without, for each number of keyboards measured.
-class ReadBackRatio : public benchmark::ConsoleReporter {
-  public:
-    void ReportRuns(const std::vector<Run>& runs) override {
-        ConsoleReporter::ReportRuns(runs);
-        for (const Run& run : runs)
-            times_[run.benchmark_name()] = run.GetAdjustedRealTime();
+// What reading every change back costs: the time with it over the time without, for each number
+// of keyboards measured.
+void readBackRatios(const bench::RatioReporter::Times& timeOf) {
+    for (int keyboards : {1, 2, 8}) {
+        const std::string name = "BM_ApplyMappings/keyboards:" + std::to_string(keyboards);
+        const double with = timeOf(name + "/readback:1/tmpfs:1");
+        const double without = timeOf(name + "/readback:0/tmpfs:1");
+        if (with > 0 && without > 0)
+            std::printf("read-back on %d keyboard(s): %.3f times the time without\n", keyboards,
+                        with / without);
     }
-    void Finalize() override {
-        ConsoleReporter::Finalize();
-        for (int keyboards : {1, 2, 8}) {
-            const std::string name = "BM_ApplyMappings/keyboards:" + std::to_string(keyboards);
-            const double with = timeOf(name + "/readback:1/tmpfs:1");
-            const double without = timeOf(name + "/readback:0/tmpfs:1");
-            if (with > 0 && without > 0)
-                std::printf("read-back on %d keyboard(s): %.3f times the time without\n", keyboards,
-                            with / without);
-        }
-    }
-
-  private:
-    // The median where repetitions were asked for.
-    double timeOf(const std::string& name) const {
-        for (const std::string& key : {name + "_median", name})
-            if (auto found = times_.find(key); found != times_.end())
-                return found->second;
-        return 0;
-    }
-
-    std::map<std::string, double> times_;
-};
+}
 
 }  // namespace
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
-    ReadBackRatio reporter;
+    bench::RatioReporter reporter(readBackRatios);
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
     return 0;

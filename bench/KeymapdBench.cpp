@@ -10,12 +10,12 @@
 
 #include <cstdio>
 #include <filesystem>
-#include <map>
 #include <optional>
 #include <sstream>
 #include <string>
 
 #include "bench/MappingLists.h"
+#include "bench/RatioReporter.h"
 #include "hidutil/Command.h"
 #include "hidutil/KeymapBus.h"
 #include "keymapd/KeymapService.h"
@@ -163,42 +163,26 @@ void BM_HidutilStart(benchmark::State& state) {
 }
 BENCHMARK(BM_HidutilStart)->Unit(benchmark::kMicrosecond);
 
-// The console output, then the ratios: the call through the service over the same install
-// in-process, and a hidutil process through the service over one that starts and installs itself.
-class ServiceRatio : public benchmark::ConsoleReporter {
-  public:
-    void ReportRuns(const std::vector<Run>& runs) override {
-        ConsoleReporter::ReportRuns(runs);
-        // The median stands for the run where repetitions were asked for.
-        for (const Run& run : runs)
-            if (run.run_type == Run::RT_Iteration || run.aggregate_name == "median")
-                times_[run.run_name.function_name +
-                       (run.run_name.args.empty() ? "" : "/" + run.run_name.args)] =
-                    run.GetAdjustedRealTime();
+// The call through the service over the same install in-process, and a hidutil process through the
+// service over one that starts and installs itself.
+void serviceRatios(const bench::RatioReporter::Times& timeOf) {
+    const double start = timeOf("BM_HidutilStart");
+    for (int entries : {1, 100}) {
+        const std::string n = "/" + std::to_string(entries);
+        const double here = timeOf("BM_InProcess" + n);
+        if (here <= 0)
+            continue;
+        std::printf("%d mapping(s): the call %.2f times in-process; hidutil %.2f times\n", entries,
+                    timeOf("BM_ThroughService" + n) / here,
+                    timeOf("BM_HidutilThroughService" + n) / (start + here));
     }
-    void Finalize() override {
-        ConsoleReporter::Finalize();
-        const double start = times_["BM_HidutilStart"];
-        for (int entries : {1, 100}) {
-            const std::string n = "/" + std::to_string(entries);
-            const double here = times_["BM_InProcess" + n];
-            if (here <= 0)
-                continue;
-            std::printf("%d mapping(s): the call %.2f times in-process; hidutil %.2f times\n",
-                        entries, times_["BM_ThroughService" + n] / here,
-                        times_["BM_HidutilThroughService" + n] / (start + here));
-        }
-    }
-
-  private:
-    std::map<std::string, double> times_;
-};
+}
 
 }  // namespace
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
-    ServiceRatio reporter;
+    bench::RatioReporter reporter(serviceRatios);
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
     return 0;

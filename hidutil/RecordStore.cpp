@@ -382,11 +382,9 @@ std::error_code RecordStore::adopt(const std::string& name, const std::string& c
 }
 
 std::error_code RecordStore::remove(const std::string& name) const {
-    if (name.find('/') != std::string::npos || ::unlink((folder_ / name).c_str()) != 0)
-        return name.find('/') != std::string::npos
-                   ? std::make_error_code(std::errc::invalid_argument)
-                   : lastError();
-    return {};
+    if (name.find('/') != std::string::npos)
+        return std::make_error_code(std::errc::invalid_argument);
+    return ::unlink((folder_ / name).c_str()) == 0 ? std::error_code() : lastError();
 }
 
 void RecordStore::removeStale(const std::optional<std::set<std::string>>& present) const {
