@@ -32,7 +32,7 @@ set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 # The libraries' packages come from dpkg-shlibdeps; the rest is what the keymap service needs: the
 # system bus, polkit, and systemd for its unit and for systemd-sysusers.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "dbus, polkitd, systemd")
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "dbus, pkexec, polkitd, systemd, udev")
 
 set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA
     ${PROJECT_SOURCE_DIR}/packaging/postinst

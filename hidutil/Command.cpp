@@ -67,8 +67,6 @@ std::optional<CommandLine> parseCommandLine(const std::vector<std::string>& args
     return options;
 }
 
-namespace {
-
 bool matches(const Matching& matching, const ServiceRow& row) {
     const auto same = [](const auto& wanted, const auto& actual) {
         return !wanted || *wanted == actual;
@@ -78,6 +76,8 @@ bool matches(const Matching& matching, const ServiceRow& row) {
            same(matching.usage, row.usage) && same(matching.transport, row.transport) &&
            same(matching.product, row.product);
 }
+
+namespace {
 
 std::string positionText(std::size_t offset) {
     return std::to_string(offset + 1);

@@ -8,6 +8,8 @@
 
 #include "hidutil/Device.h"
 #include "hidutil/Installer.h"
+#include "hidutil/Output.h"
+#include "hidutil/Property.h"
 
 namespace keyvane::hidutil {
 
@@ -25,6 +27,9 @@ struct CommandLine {
     bool json = false;
 };
 std::optional<CommandLine> parseCommandLine(const std::vector<std::string>& args);
+
+// Whether a device is one a --matching text selects.
+bool matches(const Matching& matching, const ServiceRow& row);
 
 // What "hidutil ARGS..." does (args without the program name), against the given devices. Without
 // a record folder the original keys cannot be remembered, so nothing is changed. Only a benchmark

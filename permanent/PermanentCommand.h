@@ -14,8 +14,10 @@
 
 namespace keyvane::permanent {
 
-// Where the package installs the helper; pkexec runs nothing else for the action.
-inline constexpr const char* helperPath = KEYVANE_PERMANENT_HELPER;
+// Where an installation puts the helper, from the folder of the keyvane program: pkexec runs
+// nothing else for the action, whose exec.path the installation writes for its own prefix.
+inline constexpr const char* helperFromProgramFolder =
+    "../" KEYVANE_LIBEXECDIR "/keyvane-permanent";
 inline constexpr const char* hwdbFile = "/etc/udev/hwdb.d/70-keyvane.hwdb";
 // Run through pkexec, which asks polkit for this action; its exec.path names the helper.
 inline constexpr const char* pkexecProgram = "pkexec";
@@ -32,8 +34,8 @@ inline constexpr const char* revertedLine = "reverted";
 inline constexpr const char* removedLine = "removed";
 inline constexpr int countdownSeconds = 20;
 
-inline constexpr int exitKept = 0;      // made and kept, or removed
-inline constexpr int exitFailed = 1;    // nothing changed (or it was all put back)
+inline constexpr int exitKept = 0;    // made and kept, or removed
+inline constexpr int exitFailed = 1;  // nothing changed (or it was all put back)
 inline constexpr int exitUsage = 2;
 inline constexpr int exitReverted = 3;  // made, then put back for want of an answer
 // pkexec's own: the user dismissed the password dialog, or polkit refused.
