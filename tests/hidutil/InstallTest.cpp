@@ -9,7 +9,7 @@
 
 #include "common/Text.h"
 #include "hidutil/Command.h"
-#include "tests/hidutil/Golden.h"
+#include "tests/support/Golden.h"
 #include "tests/hidutil/MemoryDevices.h"
 #include "tests/support/ReadFile.h"
 

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "hidutil/Command.h"
-#include "tests/hidutil/Golden.h"
+#include "tests/support/Golden.h"
 #include "tests/hidutil/MemoryDevices.h"
 
 namespace keyvane::hidutil {

@@ -6,7 +6,7 @@
 #include "common/Text.h"
 #include "hidutil/Command.h"
 #include "hidutil/PropertyText.h"
-#include "tests/hidutil/Golden.h"
+#include "tests/support/Golden.h"
 #include "tests/hidutil/MemoryDevices.h"
 
 namespace keyvane::hidutil {

@@ -1,7 +1,7 @@
 #pragma once
 
-// The files beside the tests that hidutil's output is compared with, byte for byte.
-// KEYVANE_UPDATE_GOLDEN=1 rewrites them from what hidutil prints now.
+// The files beside the tests that output is compared with, byte for byte.
+// KEYVANE_UPDATE_GOLDEN=1 rewrites them from what the code gives now.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -13,12 +13,12 @@
 namespace keyvane::testing {
 
 inline std::string goldenFile(const std::string& name) {
-    return readFile(std::string(HIDUTIL_TEST_DATA) + "/" + name);
+    return readFile(std::string(KEYVANE_GOLDEN_DATA) + "/" + name);
 }
 
 inline void expectGolden(const std::string& name, const std::string& actual) {
     if (std::getenv("KEYVANE_UPDATE_GOLDEN"))
-        std::ofstream(std::string(HIDUTIL_TEST_DATA) + "/" + name, std::ios::binary) << actual;
+        std::ofstream(std::string(KEYVANE_GOLDEN_DATA) + "/" + name, std::ios::binary) << actual;
     EXPECT_EQ(actual, goldenFile(name)) << name;
 }
 
