@@ -103,7 +103,8 @@ std::set<std::string> answeredProperties(const std::string& answer) {
 class ScratchRoot {
   public:
     ScratchRoot() {
-        std::string pattern = (fs::temp_directory_path() / "keyvane-hwdb.XXXXXX").string();
+        // Root's own folder: nobody else can place anything in the way.
+        std::string pattern = "/run/keyvane-hwdb.XXXXXX";
         if (::mkdtemp(pattern.data()))
             path_ = pattern;
     }
@@ -153,6 +154,9 @@ bool HwdbTools::update(std::string& problem) const {
 }
 
 bool HwdbTools::trigger(const std::vector<std::string>& syspaths, std::string& problem) const {
+    // udev looks for a new database at most every few seconds, and never while it is busy.
+    if (!run({udevadm, "control", "--reload"}, nullptr, problem))
+        return false;
     std::vector<std::string> command{udevadm, "trigger", "--action=change", "--settle"};
     command.insert(command.end(), syspaths.begin(), syspaths.end());
     return run(command, nullptr, problem);

@@ -22,7 +22,8 @@ class HwdbTools {
     // which wins over the package's /usr/lib/udev/hwdb.bin, otherwise that one, so that a
     // database of ours never hides the ones later packages compile.
     bool update(std::string& problem) const;
-    // Runs udev's rules again on these event devices and waits until they are done.
+    // Has udev read the database again, runs its rules again on these event devices and waits
+    // until they are done.
     bool trigger(const std::vector<std::string>& syspaths, std::string& problem) const;
 };
 
