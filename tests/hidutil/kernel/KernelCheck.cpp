@@ -24,27 +24,21 @@
 #include <thread>
 #include <vector>
 
+#include "GuestCheck.h"
 #include "UhidKeyboard.h"
 
 namespace {
 
-constexpr const char* passMarker = "KEYVANE-CHECK PASS ";
-constexpr const char* failMarker = "KEYVANE-CHECK FAIL ";
+using guest::check;
+using guest::readFile;
+
 constexpr const char* doneMarker = "KEYVANE-KERNEL-TEST DONE ";
 constexpr unsigned productA = 0x1111;
 constexpr unsigned productB = 0x2222;
 
-int failures = 0;
 std::string hidutil = "/bin/hidutil";
 // Where hidutil keeps the original keys: HOME is /home/user, XDG_STATE_HOME is not set.
 const char* stateFolder = "/home/user/.local/state/keyvane";
-
-void check(bool ok, const std::string& what) {
-    std::printf("%s%s\n", ok ? passMarker : failMarker, what.c_str());
-    std::fflush(stdout);
-    if (!ok)
-        ++failures;
-}
 
 struct Result {
     int status = -1;  // -1 when killed
@@ -117,11 +111,6 @@ bool says(const Result& result, const std::string& text) {
 }
 
 const std::string swap = mapping({{"04", "05"}, {"05", "04"}, {"e3", "e7"}});
-
-std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
 
 void writeFile(const std::string& path, const std::string& content) {
     std::ofstream(path, std::ios::binary | std::ios::trunc) << content;
@@ -392,7 +381,5 @@ int main(int argc, char** argv) {
     checkLockHeld();
     check(restored(), "A and the AT keyboard as before");
 
-    std::printf("%s%s\n", doneMarker, failures == 0 ? "ok" : "failed");
-    std::fflush(stdout);
-    return failures == 0 ? 0 : 1;
+    return guest::done(doneMarker);
 }

@@ -26,15 +26,17 @@
 #include <thread>
 #include <vector>
 
+#include "GuestCheck.h"
 #include "UhidKeyboard.h"
 
 namespace {
 
+using guest::check;
+using guest::readFile;
+
 using namespace std::chrono_literals;
 using Keymap = std::map<unsigned, unsigned>;
 
-constexpr const char* passMarker = "KEYVANE-CHECK PASS ";
-constexpr const char* failMarker = "KEYVANE-CHECK FAIL ";
 constexpr const char* doneMarker = "KEYVANE-SERVICE-CHECK DONE ";
 constexpr const char* serviceName = "app.keyvane.Keymap1";
 constexpr const char* serviceUser = "keyvane-keymap";
@@ -44,21 +46,8 @@ constexpr uid_t allowed = 1000, refused = 1001, other = 1002;
 constexpr unsigned productA = 0x6661, productB = 0x6662;
 const std::string output = "/run/service-check/";
 
-int failures = 0;
 std::string hidutil = "/bin/hidutil";
 std::string keymapd = "/usr/libexec/keyvane-keymapd";
-
-void check(bool ok, const std::string& what) {
-    std::printf("%s%s\n", ok ? passMarker : failMarker, what.c_str());
-    std::fflush(stdout);
-    if (!ok)
-        ++failures;
-}
-
-std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
 
 struct Result {
     int status = -1;  // -1 when killed
@@ -398,7 +387,5 @@ int main(int argc, char** argv) {
         waitFor([&] { return !bus.hasOwner(serviceName) && keymapOf(a.node) == aBefore; }, 15s);
     check(stopped, "the service stopped by SIGTERM: every user's keys restored");
 
-    std::printf("%s%s\n", doneMarker, failures == 0 ? "ok" : "failed");
-    std::fflush(stdout);
-    return failures == 0 ? 0 : 1;
+    return guest::done(doneMarker);
 }

@@ -20,28 +20,20 @@
 #include <string>
 #include <vector>
 
+#include "GuestCheck.h"
 #include "UhidKeyboard.h"
 #include "platform/UdevInputMonitor.h"
 
 namespace {
 
+using guest::check;
+
 using keyvane::InputDeviceEvent;
 using namespace std::chrono_literals;
 
-constexpr const char* passMarker = "KEYVANE-CHECK PASS ";
-constexpr const char* failMarker = "KEYVANE-CHECK FAIL ";
 constexpr const char* doneMarker = "KEYVANE-UDEV-CHECK DONE ";
 constexpr unsigned hwdbProduct = 0x4444;  // the product of the guest's hwdb entry
 constexpr unsigned qScancode = 0x70014;   // HID usage page 7, usage 0x14: Q
-
-int failures = 0;
-
-void check(bool ok, const std::string& what) {
-    std::printf("%s%s\n", ok ? passMarker : failMarker, what.c_str());
-    std::fflush(stdout);
-    if (!ok)
-        ++failures;
-}
 
 // What the kernel gives for scancode on the event device node; -1 when it cannot be read.
 int keycodeOf(const std::string& node, unsigned scancode) {
@@ -190,7 +182,5 @@ int main(int argc, char** argv) {
     check(mouseAdded && noKeyboard(events.of(mouse.node)),
           "monitor: " + mouse.node + " added, not a keyboard");
 
-    std::printf("%s%s\n", doneMarker, failures == 0 ? "ok" : "failed");
-    std::fflush(stdout);
-    return failures == 0 ? 0 : 1;
+    return guest::done(doneMarker);
 }
