@@ -93,13 +93,7 @@ bool listed(const Result& listing, const std::string& name, const std::string& p
 
 // Changes one key as udev's hwdb or another tool would, before Keyvane.
 void remap(const std::string& node, unsigned scancode, unsigned keycode) {
-    input_keymap_entry entry{};
-    entry.len = sizeof scancode;
-    std::memcpy(entry.scancode, &scancode, sizeof scancode);
-    entry.keycode = keycode;
-    const int fd = ::open(node.c_str(), O_RDONLY | O_CLOEXEC);
-    check(fd >= 0 && ::ioctl(fd, EVIOCSKEYCODE_V2, &entry) == 0, "remap beforehand on " + node);
-    ::close(fd);
+    check(setKeycode(node, scancode, keycode), "remap beforehand on " + node);
 }
 
 bool installed(const Result& result) {

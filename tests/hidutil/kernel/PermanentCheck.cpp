@@ -105,26 +105,6 @@ std::vector<std::string> make(const std::string& list, const char* matching = nu
     return args;
 }
 
-// The kernel check leaves the AT keyboard's Caps Lock remapped, as hwdb would have it; this check
-// starts from the kernel's default.
-bool setKeycode(const std::string& node, unsigned scancode, unsigned keycode) {
-    input_keymap_entry entry{};
-    entry.len = sizeof scancode;
-    std::memcpy(entry.scancode, &scancode, sizeof scancode);
-    entry.keycode = keycode;
-    const int fd = ::open(node.c_str(), O_RDONLY | O_CLOEXEC);
-    const bool set = fd >= 0 && ::ioctl(fd, EVIOCSKEYCODE_V2, &entry) == 0;
-    if (fd >= 0)
-        ::close(fd);
-    return set;
-}
-
-int keycodeOf(const std::string& node, unsigned scancode) {
-    const auto keymap = keymapOf(node);
-    const auto found = keymap.find(scancode);
-    return found == keymap.end() ? -1 : static_cast<int>(found->second);
-}
-
 // Made and kept: what Keyvane does when the user keeps the keys.
 int makeAndKeep(const std::vector<std::string>& args) {
     Run run(args);
@@ -271,6 +251,7 @@ int main(int argc, char** argv) {
     keyboards.b = b.node;
     keyboards.at = eventNodeNamed(atName);
     std::system("udevadm settle");
+    // The kernel check leaves the AT keyboard's Caps Lock remapped, as hwdb would have it.
     setKeycode(keyboards.at, atCapsLock, KEY_CAPSLOCK);
     check(keyboards.capsLock() == Codes{KEY_CAPSLOCK, KEY_CAPSLOCK, KEY_CAPSLOCK},
           "the keyboards start with the kernel's keymap, the AT keyboard among them" +

@@ -35,30 +35,6 @@ constexpr const char* doneMarker = "KEYVANE-UDEV-CHECK DONE ";
 constexpr unsigned hwdbProduct = 0x4444;  // the product of the guest's hwdb entry
 constexpr unsigned qScancode = 0x70014;   // HID usage page 7, usage 0x14: Q
 
-// What the kernel gives for scancode on the event device node; -1 when it cannot be read.
-int keycodeOf(const std::string& node, unsigned scancode) {
-    input_keymap_entry entry{};
-    entry.len = sizeof scancode;
-    std::memcpy(entry.scancode, &scancode, sizeof scancode);
-    const int fd = ::open(node.c_str(), O_RDONLY | O_CLOEXEC);
-    const bool read = fd >= 0 && ::ioctl(fd, EVIOCGKEYCODE_V2, &entry) == 0;
-    if (fd >= 0)
-        ::close(fd);
-    return read ? static_cast<int>(entry.keycode) : -1;
-}
-
-bool setKeycode(const std::string& node, unsigned scancode, unsigned keycode) {
-    input_keymap_entry entry{};
-    entry.len = sizeof scancode;
-    std::memcpy(entry.scancode, &scancode, sizeof scancode);
-    entry.keycode = keycode;
-    const int fd = ::open(node.c_str(), O_RDONLY | O_CLOEXEC);
-    const bool set = fd >= 0 && ::ioctl(fd, EVIOCSKEYCODE_V2, &entry) == 0;
-    if (fd >= 0)
-        ::close(fd);
-    return set;
-}
-
 // Every event the monitor reported, in order.
 class Events {
   public:

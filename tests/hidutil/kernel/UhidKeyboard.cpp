@@ -100,6 +100,29 @@ std::map<unsigned, unsigned> keymapOf(const std::string& node) {
     return keymap;
 }
 
+int keycodeOf(const std::string& node, unsigned scancode) {
+    input_keymap_entry entry{};
+    entry.len = sizeof scancode;
+    std::memcpy(entry.scancode, &scancode, sizeof scancode);
+    const int fd = ::open(node.c_str(), O_RDONLY | O_CLOEXEC);
+    const bool read = fd >= 0 && ::ioctl(fd, EVIOCGKEYCODE_V2, &entry) == 0;
+    if (fd >= 0)
+        ::close(fd);
+    return read ? static_cast<int>(entry.keycode) : -1;
+}
+
+bool setKeycode(const std::string& node, unsigned scancode, unsigned keycode) {
+    input_keymap_entry entry{};
+    entry.len = sizeof scancode;
+    std::memcpy(entry.scancode, &scancode, sizeof scancode);
+    entry.keycode = keycode;
+    const int fd = ::open(node.c_str(), O_RDONLY | O_CLOEXEC);
+    const bool set = fd >= 0 && ::ioctl(fd, EVIOCSKEYCODE_V2, &entry) == 0;
+    if (fd >= 0)
+        ::close(fd);
+    return set;
+}
+
 bool UhidKeyboard::create(unsigned product, unsigned bus, const std::string& deviceName,
                           unsigned char lastUsage) {
     name = deviceName;

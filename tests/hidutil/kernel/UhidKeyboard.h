@@ -16,6 +16,11 @@ std::string eventNodeNamed(const std::string& name);
 // (EVIOCGKEYCODE_V2); empty when the node cannot be opened.
 std::map<unsigned, unsigned> keymapOf(const std::string& node);
 
+// What the kernel gives for one scancode on the event device node; -1 when it cannot be read.
+int keycodeOf(const std::string& node, unsigned scancode);
+// Changes one key as udev's hwdb or another tool would.
+bool setKeycode(const std::string& node, unsigned scancode, unsigned keycode);
+
 // The property text the application composes, for (source, destination) keyboard usages as two hex
 // digits each.
 std::string mapping(std::initializer_list<std::pair<const char*, const char*>> entries);
