@@ -308,7 +308,7 @@ class Runner {
                               target.recordError.message()});
                 ok = false;
             } else if (target.record) {
-                keyboards.back().entries = readBack(target.current, *target.record);
+                keyboards.back().entries = readBack(target.current, *target.record, info);
             }
         }
         out_ << (options.json ? formatStatusJson(keyboards) : formatStatus(keyboards));

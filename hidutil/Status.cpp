@@ -54,13 +54,14 @@ std::string jsonString(const std::string& text) {
 
 }  // namespace
 
-std::vector<EntryStatus> readBack(const Keymap& current, const DeviceRecord& record) {
+std::vector<EntryStatus> readBack(const Keymap& current, const DeviceRecord& record,
+                                  const DeviceInfo& info) {
     const Keymap original = originalKeymap(current, &record);
     std::vector<Mapping> usable;
     for (const Mapping& mapping : record.mappings)
         if (!whyUnusable(mapping))
             usable.push_back(mapping);
-    const MappedKeymap wanted = mappedKeymap(original, isHidKeymap(current), usable);
+    const MappedKeymap wanted = mappedKeymap(original, defaultKeymap(original, info), usable);
     std::vector<EntryStatus> entries;
     for (const Mapping& mapping : record.mappings)
         entries.push_back({mapping, stateOf(mapping, current, record, wanted)});

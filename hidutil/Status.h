@@ -26,7 +26,8 @@ struct EntryStatus {
 
 // Every entry of the record's list, in its order. A later entry of the same source takes its keys,
 // so an earlier one shares its state.
-std::vector<EntryStatus> readBack(const Keymap& current, const DeviceRecord& record);
+std::vector<EntryStatus> readBack(const Keymap& current, const DeviceRecord& record,
+                                  const DeviceInfo& info);
 
 struct KeyboardStatus {
     ServiceRow row;
