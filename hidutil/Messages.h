@@ -33,6 +33,8 @@ inline constexpr std::string_view usage =
     "separated by one space; numbers are hexadecimal with 0x; PRODUCT, the device's name, is the\n"
     "rest of the line. STATE is one of\n"
     "  installed   the key gives the new key's code\n"
+    "  permanent   the key gives the new key's code because udev's hwdb sets it (a permanent\n"
+    "              keymap)\n"
     "  skipped     the keyboard has no such key\n"
     "  overridden  the key gives another code now (udev's hwdb applied again, another tool):\n"
     "              install the list again\n"
@@ -231,6 +233,7 @@ inline constexpr std::string_view statusMappingLine = "mapping {} {} {}\n";
 inline constexpr std::string_view statusOriginalsUnknownLine = "originals unknown\n";
 inline constexpr std::string_view statusJsonOriginalsUnknown = "\"Originals\": \"unknown\", ";
 inline constexpr std::string_view stateInstalled = "installed";
+inline constexpr std::string_view statePermanent = "permanent";
 inline constexpr std::string_view stateSkipped = "skipped";
 inline constexpr std::string_view stateOverridden = "overridden";
 inline constexpr std::string_view stateUnusable = "unusable";

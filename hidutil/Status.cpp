@@ -10,13 +10,31 @@
 namespace keyvane::hidutil {
 namespace {
 
+// Whether every one of scancodes gives what the list wants because udev's hwdb sets it so.
+bool givenByHwdb(const std::vector<std::uint32_t>& scancodes, const Keymap& current,
+                 const Keymap& hwdb, const MappedKeymap& wanted) {
+    return std::all_of(scancodes.begin(), scancodes.end(), [&](std::uint32_t scancode) {
+        const auto set = hwdb.find(scancode);
+        const auto now = current.find(scancode);
+        const std::uint32_t code = wanted.keymap.at(scancode);
+        return set != hwdb.end() && set->second == code && now != current.end() &&
+               now->second == code;
+    });
+}
+
+// An entry that an install skipped, or whose keys it left as hwdb had set them, may be permanent
+// since.
 EntryState stateOf(const Mapping& mapping, const Keymap& current, const DeviceRecord& record,
-                   const MappedKeymap& wanted) {
+                   const DeviceInfo& info, const MappedKeymap& wanted) {
     if (whyUnusable(mapping))
         return EntryState::Unusable;
     const unsigned source = mapping.srcUsage();
     const auto scancodes = wanted.scancodesOf.find(source);
-    if (record.skipped.contains(source) || scancodes == wanted.scancodesOf.end())
+    if (scancodes == wanted.scancodesOf.end())
+        return EntryState::Skipped;
+    if (givenByHwdb(scancodes->second, current, info.hwdbKeys, wanted))
+        return EntryState::Permanent;
+    if (record.skipped.contains(source))
         return EntryState::Skipped;
     for (std::uint32_t scancode : scancodes->second) {
         const auto now = current.find(scancode);
@@ -64,7 +82,7 @@ std::vector<EntryStatus> readBack(const Keymap& current, const DeviceRecord& rec
     const MappedKeymap wanted = mappedKeymap(original, defaultKeymap(original, info), usable);
     std::vector<EntryStatus> entries;
     for (const Mapping& mapping : record.mappings)
-        entries.push_back({mapping, stateOf(mapping, current, record, wanted)});
+        entries.push_back({mapping, stateOf(mapping, current, record, info, wanted)});
     return entries;
 }
 
@@ -72,6 +90,8 @@ std::string_view stateName(EntryState state) {
     switch (state) {
         case EntryState::Installed:
             return text::stateInstalled;
+        case EntryState::Permanent:
+            return text::statePermanent;
         case EntryState::Skipped:
             return text::stateSkipped;
         case EntryState::Overridden:

@@ -14,6 +14,7 @@ namespace keyvane::hidutil {
 // What became of one entry of the list installed on a keyboard, read back from its keymap now.
 enum class EntryState {
     Installed,   // every key it changed gives the code installed
+    Permanent,   // udev's hwdb gives every key of its source the code installed
     Skipped,     // the keyboard has no key for its source
     Overridden,  // a key it changed gives another code now (udev's hwdb again, another tool)
     Unusable,    // never installable (a blank or unknown usage)

@@ -284,6 +284,14 @@ TEST_F(Install, WhatIsLeftOutIsANoteAndWhatIsNotTakenAFailure) {
     note("status after a key was changed by another program", run({"status"}), true);
     ASSERT_EQ(set(userKeyMapping({capsToEscape})).status, exitSuccess);
     note("status after installing again", run({"status"}), true);
+    // The AT keyboard's Caps Lock was made Escape for good before udev's database said so: the
+    // list finds no Caps Lock there, and reads permanent once udev has told.
+    auto at = testing::atKeyboard(0);
+    at->find(0x3a)->keycode = KEY_ESC;
+    devices.keyboards.push_back(at);
+    note("a list whose Caps Lock a permanent keymap moved", set(userKeyMapping({capsToEscape})));
+    testing::applyUdevData(*at, permanentCapsToEscape);
+    note("status once udev has told", run({"status"}), true);
     devices.bootId.clear();
     note("no boot id", set(clear));
     folder.reset();
