@@ -5,6 +5,7 @@
 #include "common/Hex.h"
 #include "common/Text.h"
 #include "common/Utf8.h"
+#include "hidutil/KeyNames.h"
 #include "hidutil/Messages.h"
 
 namespace keyvane::hidutil {
@@ -122,6 +123,9 @@ std::string formatStatus(const std::vector<KeyboardStatus>& keyboards) {
             out += fill(text::statusMappingLine,
                         {hexNumber(entry.mapping.src), hexNumber(entry.mapping.dst),
                          stateName(entry.state)});
+        for (const KeyLayer& key : keyboard.keys)
+            out += fill(text::statusKeyLine,
+                        {hexNumber(key.scancode), keyName(key.keycode), layerName(key.layer)});
     }
     return out;
 }
@@ -140,7 +144,15 @@ std::string formatStatusJson(const std::vector<KeyboardStatus>& keyboards) {
                         {e ? ",\n    " : "\n    ", std::to_string(entries[e].mapping.src),
                          std::to_string(entries[e].mapping.dst),
                          jsonString(std::string(stateName(entries[e].state)))});
-        out += entries.empty() ? "]}" : "\n  ]}";
+        out += entries.empty() ? "" : "\n  ";
+        out += text::statusJsonKeys;
+        const auto& keys = keyboards[k].keys;
+        for (std::size_t i = 0; i < keys.size(); ++i)
+            out += fill(text::statusJsonKey,
+                        {i ? ",\n    " : "\n    ", std::to_string(keys[i].scancode),
+                         jsonString(keyName(keys[i].keycode)),
+                         jsonString(std::string(layerName(keys[i].layer)))});
+        out += keys.empty() ? "]}" : "\n  ]}";
     }
     out += keyboards.empty() ? "]}\n" : "\n]}\n";
     return out;

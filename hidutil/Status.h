@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include "hidutil/KeyLayers.h"
 #include "hidutil/Keymap.h"
 #include "hidutil/Output.h"
 #include "hidutil/Property.h"
@@ -34,13 +35,14 @@ struct KeyboardStatus {
     ServiceRow row;
     std::vector<EntryStatus> entries;
     bool originalsUnknown = false;  // a damaged record of it was set aside in this boot
+    std::vector<KeyLayer> keys;
 };
 
 std::string_view stateName(EntryState state);
 bool anyOverridden(const std::vector<KeyboardStatus>& keyboards);
 
 // "keyboard PRODUCTID TRANSPORT REGISTRYID PRODUCT" per keyboard, then "mapping SRC DST STATE" per
-// entry installed on it.
+// entry installed on it, then "key SCANCODE KEY LAYER" per key a layer touched.
 std::string formatStatus(const std::vector<KeyboardStatus>& keyboards);
 // The same as one JSON object (see the usage text).
 std::string formatStatusJson(const std::vector<KeyboardStatus>& keyboards);
