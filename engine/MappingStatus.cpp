@@ -14,6 +14,7 @@ namespace {
 constexpr const char* keyboardWord = "keyboard";
 constexpr const char* mappingWord = "mapping";
 constexpr const char* installedState = "installed";
+constexpr const char* permanentState = "permanent";
 constexpr const char* skippedState = "skipped";
 constexpr const char* unusableState = "unusable";
 // The command writes each id after this prefix of a usage on the keyboard page.
@@ -121,6 +122,8 @@ std::optional<MappingState> MappingStatus::stateOf(const KeyMapping& mapping) {
         if (entry->state == installedState)
             (wasOverridden(keyboard.registryId, *src, *dst) ? state.reinstalled : state.installed)
                 .push_back(keyboard.product);
+        else if (entry->state == permanentState)
+            state.permanent.push_back(keyboard.product);
         else if (entry->state == overriddenState)
             state.overridden.push_back(keyboard.product);
         else if (entry->state == skippedState)

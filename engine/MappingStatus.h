@@ -14,7 +14,7 @@ namespace keyvane {
 struct StatusEntry {
     std::uint64_t src = 0;
     std::uint64_t dst = 0;
-    std::string state;  // "installed", "skipped", "overridden", "unusable"
+    std::string state;  // "installed", "permanent", "skipped", "overridden", "unusable"
 };
 struct StatusKeyboard {
     std::string registryId;
@@ -27,6 +27,7 @@ std::vector<StatusKeyboard> parseStatus(const std::string& output);
 // What became of one mapping, by the names of the keyboards.
 struct MappingState {
     std::vector<std::string> installed;
+    std::vector<std::string> permanent;    // udev's hwdb gives the key what the mapping wants
     std::vector<std::string> reinstalled;  // overridden, and installed again
     std::vector<std::string> overridden;   // still overridden after installing again
     std::vector<std::string> skipped;      // no such key

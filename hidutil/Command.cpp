@@ -300,16 +300,20 @@ class Runner {
             keyboards.push_back({service.row,
                                  {},
                                  lock && store_ && !info.instance.empty() &&
-                                     store_->originalsUnknown(info.instance)});
+                                     store_->originalsUnknown(info.instance),
+                                 {}});
             ok = ok && !keyboards.back().originalsUnknown;
             if (target.recordError) {
                 err_ << fill(text::errorRecordUnreadable,
                              {store_->fileOf(info.instance).string(), info.node, info.name,
                               target.recordError.message()});
                 ok = false;
-            } else if (target.record) {
-                keyboards.back().entries = readBack(target.current, *target.record);
+                continue;
             }
+            const DeviceRecord* record = target.record ? &*target.record : nullptr;
+            if (record)
+                keyboards.back().entries = readBack(target.current, *record, info);
+            keyboards.back().keys = keyLayers(target.current, record, info);
         }
         out_ << (options.json ? formatStatusJson(keyboards) : formatStatus(keyboards));
         if (!ok)

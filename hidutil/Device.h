@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -9,6 +10,8 @@
 #include <vector>
 
 namespace keyvane::hidutil {
+
+using Keymap = std::map<std::uint32_t, std::uint32_t>;  // scancode -> key code
 
 // What hidutil knows of one event device besides its keymap.
 struct DeviceInfo {
@@ -27,6 +30,11 @@ struct DeviceInfo {
     // udev's verdict (ID_INPUT_KEYBOARD) where udev has handled the device; nothing elsewhere. It
     // counts the codes the keys gave when udev's rules ran, so only a yes is worth taking.
     std::optional<bool> udevKeyboard;
+    // The keys udev's hwdb sets (KEYBOARD_KEY_*), and for those of Keyvane's permanent keymap the
+    // code each had before it (KEYVANE_ORIGINAL_KEY_*): the layer between the kernel's table and
+    // hidutil. Empty where udev has not handled the device.
+    Keymap hwdbKeys;
+    Keymap permanentOriginals;
 };
 
 // Linux bus types (linux/input.h), repeated so that the logic builds without kernel headers.

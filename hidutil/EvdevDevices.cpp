@@ -15,6 +15,7 @@
 
 #include "common/Text.h"
 #include "hidutil/KeyCapabilities.h"
+#include "hidutil/UdevData.h"
 
 namespace keyvane::hidutil {
 namespace {
@@ -24,7 +25,6 @@ constexpr const char* bootIdFile = "/proc/sys/kernel/random/boot_id";
 // udev's database of the devices it has handled, a file per device: "c<major>:<minor>" for a
 // character device, one "E:KEY=VALUE" line per property.
 constexpr const char* udevDataFolder = "/run/udev/data";
-constexpr std::string_view udevKeyboardLine = "E:ID_INPUT_KEYBOARD=1";
 // Keymaps are far smaller; this only bounds a misbehaving driver.
 constexpr unsigned keymapLimit = 1u << 16;
 // Registry ids look like the macOS ones and are never 0.
@@ -126,27 +126,25 @@ std::string inputDeviceOf(const std::filesystem::path& sysfsClass, const std::st
     return inputNumberOf(name) ? name : std::string();
 }
 
-// What udev made of the device behind a node, read without access to the node; nothing where udev
-// has not handled it (no udev, or not yet).
-std::optional<bool> udevKeyboardVerdict(const std::filesystem::path& node) {
+// What udev made of the device behind a node, read without access to the node; info is left as it
+// is where udev has not handled the device (no udev, or not yet).
+void readUdevDataOf(const std::filesystem::path& node, DeviceInfo& info) {
     struct stat status {};
     if (::stat(node.c_str(), &status) != 0 || !S_ISCHR(status.st_mode))
-        return std::nullopt;
+        return;
     const std::string name =
         "c" + std::to_string(major(status.st_rdev)) + ":" + std::to_string(minor(status.st_rdev));
     std::ifstream file(std::filesystem::path(udevDataFolder) / name);
-    if (!file)
-        return std::nullopt;
-    for (std::string line; std::getline(file, line);)
-        if (line == udevKeyboardLine)
-            return true;
-    return false;
+    if (file)
+        readUdevData(file, info);
 }
 
 // Read where no access to the node is needed; a device whose capabilities cannot be read may be
 // a keyboard.
 bool maybeKeyboard(const std::filesystem::path& sysfsClass, const std::filesystem::path& node) {
-    if (udevKeyboardVerdict(node).value_or(false))
+    DeviceInfo udev;
+    readUdevDataOf(node, udev);
+    if (udev.udevKeyboard.value_or(false))
         return true;
     std::ifstream file(sysfsClass / node.filename() / "device" / "capabilities" / "key");
     std::string bitmap;
@@ -192,7 +190,7 @@ std::unique_ptr<KeyDevice> openDevice(const std::filesystem::path& node,
     info.phys = oneLine(phys);
     const std::string nodeName = node.filename().string();
     info.instance = inputDeviceOf(sysfsClass, nodeName);
-    info.udevKeyboard = udevKeyboardVerdict(node);
+    readUdevDataOf(node, info);
     const auto number = inputNumberOf(info.instance);
     const std::uint64_t eventNumber = std::stoull(nodeName.substr(eventPrefix.size()));
     info.registryId = registryBase + (number ? *number : eventNumber);

@@ -11,7 +11,8 @@ std::vector<std::uint64_t> Installer::install(const std::vector<const Target*>& 
                                               bool allKeyboards) {
     std::vector<Work> work;
     for (const Target* target : targets) {
-        work.push_back({target, planInstall(target->current, target->record, mappings, usable)});
+        work.push_back({target, planInstall(target->current, target->record, target->device->info(),
+                                            mappings, usable)});
         const DeviceInfo& info = target->device->info();
         if (target->recordError)
             fail(work.back(),

@@ -71,6 +71,18 @@ Keymap originalKeymap(const Keymap& current, const DeviceRecord* record) {
     return original;
 }
 
+Keymap defaultKeymap(const Keymap& original, const DeviceInfo& info) {
+    Keymap defaults = original;
+    for (auto& [scancode, keycode] : defaults) {
+        if (const auto found = info.permanentOriginals.find(scancode);
+            found != info.permanentOriginals.end())
+            keycode = found->second;
+        else if (onKeyboardPage(scancode) && info.hwdbKeys.contains(scancode))
+            keycode = keyCodeOf(scancode & 0xffffu);
+    }
+    return defaults;
+}
+
 // udev's verdict only ever adds a keyboard: it counts the codes the keys give when its rules ran,
 // so a keyboard whose hwdb moved Q away is none to udev.
 bool isKeyboard(const DeviceInfo& info, const Keymap& current, const Keymap& original) {
@@ -96,8 +108,10 @@ std::vector<std::uint32_t> changedSince(const Keymap& current, const DeviceRecor
     return changed;
 }
 
-MappedKeymap mappedKeymap(const Keymap& original, bool hid, const std::vector<Mapping>& mappings) {
+MappedKeymap mappedKeymap(const Keymap& original, const Keymap& defaults,
+                          const std::vector<Mapping>& mappings) {
     MappedKeymap mapped{original, {}, {}, {}};
+    const bool hid = isHidKeymap(original);
     for (const Mapping& mapping : mappings) {
         const std::uint32_t destination =
             mapping.dstUsage() == 0 ? 0 : keyCodeOf(mapping.dstUsage());
@@ -113,7 +127,7 @@ MappedKeymap mappedKeymap(const Keymap& original, bool hid, const std::vector<Ma
                 assign(hidKeyboardPage | mapping.srcUsage());
         } else {
             const std::uint32_t source = keyCodeOf(mapping.srcUsage());
-            for (const auto& [scancode, keycode] : original)
+            for (const auto& [scancode, keycode] : defaults)
                 if (keycode == source)
                     assign(scancode);
         }
@@ -125,14 +139,15 @@ MappedKeymap mappedKeymap(const Keymap& original, bool hid, const std::vector<Ma
 }
 
 InstallPlan planInstall(const Keymap& current, const std::optional<DeviceRecord>& record,
-                        const std::vector<Mapping>& mappings, const std::vector<Mapping>& usable) {
+                        const DeviceInfo& info, const std::vector<Mapping>& mappings,
+                        const std::vector<Mapping>& usable) {
     InstallPlan plan;
     DeviceRecord kept = record.value_or(DeviceRecord{});
     plan.changedSince = changedSince(current, kept);
     for (std::uint32_t scancode : plan.changedSince)
         kept.keys.erase(scancode);
     const Keymap original = originalKeymap(current, &kept);
-    const MappedKeymap wanted = mappedKeymap(original, isHidKeymap(current), usable);
+    const MappedKeymap wanted = mappedKeymap(original, defaultKeymap(original, info), usable);
     plan.missingUsages = wanted.missingUsages;
     plan.after.mappings = mappings;
     plan.after.skipped.insert(wanted.missingUsages.begin(), wanted.missingUsages.end());

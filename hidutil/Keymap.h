@@ -11,8 +11,6 @@
 
 namespace keyvane::hidutil {
 
-using Keymap = std::map<std::uint32_t, std::uint32_t>;  // scancode -> key code
-
 Keymap toKeymap(const std::vector<KeymapEntry>& entries);
 
 // A HID keyboard's scancodes are its usages (0x70000 | usage on the keyboard page); other
@@ -23,6 +21,11 @@ bool isHidKeymap(const Keymap& keymap);
 // codes. Whatever hidutil never changed is original as it stands, remapped by udev's hwdb or
 // another tool or not.
 Keymap originalKeymap(const Keymap& current, const DeviceRecord* record);
+
+// The keymap below udev's hwdb, the kernel's own as far as it can be told: a key of Keyvane's
+// permanent keymap has the code that keymap found on it; another key hwdb sets on the HID keyboard
+// page has the kernel's code for its usage; every other key its original.
+Keymap defaultKeymap(const Keymap& original, const DeviceInfo& info);
 
 // Whether a device is a keyboard, never from what its keys produce now, which any program can
 // change: where udev calls it one; a HID device by whether it has the scancodes of every letter
@@ -35,16 +38,18 @@ bool isKeyboard(const DeviceInfo& info, const Keymap& current, const Keymap& ori
 std::vector<std::uint32_t> changedSince(const Keymap& current, const DeviceRecord& record);
 
 // The keymap that installs mappings over the originals: on a HID keyboard the source usage's
-// scancode, on others every scancode whose original code is the source's, gets the destination's
-// code (0, no key, for usage 0). A later mapping of the same source wins. The source usages the
-// keyboard has no key for are left out.
+// scancode, on others every scancode whose default code is the source's, gets the destination's
+// code (0, no key, for usage 0). A permanent keymap that moved Caps Lock thus leaves the key a
+// mapping of Caps Lock means where it was. A later mapping of the same source wins. The source
+// usages the keyboard has no key for are left out.
 struct MappedKeymap {
     Keymap keymap;
     std::map<std::uint32_t, unsigned> usageOf;  // scancode -> the source usage mapped onto it
     std::map<unsigned, std::vector<std::uint32_t>> scancodesOf;  // source usage -> its scancodes
     std::vector<unsigned> missingUsages;
 };
-MappedKeymap mappedKeymap(const Keymap& original, bool hid, const std::vector<Mapping>& mappings);
+MappedKeymap mappedKeymap(const Keymap& original, const Keymap& defaults,
+                          const std::vector<Mapping>& mappings);
 
 // What installing a list on one keyboard takes. The record "during" holds every scancode that is
 // changed or may still be changed from an earlier run, with the codes it may be left with, and the
@@ -68,6 +73,7 @@ struct InstallPlan {
 };
 // mappings is the list as given, kept in the record; usable the entries that can be installed.
 InstallPlan planInstall(const Keymap& current, const std::optional<DeviceRecord>& record,
-                        const std::vector<Mapping>& mappings, const std::vector<Mapping>& usable);
+                        const DeviceInfo& info, const std::vector<Mapping>& mappings,
+                        const std::vector<Mapping>& usable);
 
 }  // namespace keyvane::hidutil

@@ -28,15 +28,26 @@ inline constexpr std::string_view usage =
     "  keyboard PRODUCTID TRANSPORT REGISTRYID PRODUCT\n"
     "  originals unknown\n"
     "  mapping SRC DST STATE\n"
+    "  key SCANCODE KEY LAYER\n"
     "One keyboard line for every keyboard, followed by a mapping line for every entry of the list\n"
-    "installed on it, in the list's order (none when nothing is installed there). Fields are\n"
-    "separated by one space; numbers are hexadecimal with 0x; PRODUCT, the device's name, is the\n"
-    "rest of the line. STATE is one of\n"
+    "installed on it, in the list's order (none when nothing is installed there), then a key line\n"
+    "for every key that udev's hwdb or hidutil set, in scancode order. Fields are separated by "
+    "one\n"
+    "space; numbers are hexadecimal with 0x; PRODUCT, the device's name, is the rest of the line.\n"
+    "STATE is one of\n"
     "  installed   the key gives the new key's code\n"
+    "  permanent   the key gives the new key's code because udev's hwdb sets it (a permanent\n"
+    "              keymap)\n"
     "  skipped     the keyboard has no such key\n"
     "  overridden  the key gives another code now (udev's hwdb applied again, another tool):\n"
     "              install the list again\n"
     "  unusable    the entry can never be installed (a blank or unknown usage)\n"
+    "KEY is the code the key gives now, named as udev's hwdb files name it (the kernel's name in\n"
+    "lower case without KEY_, or a number); LAYER says whose code it is:\n"
+    "  default     the kernel's\n"
+    "  hwdb        udev's hwdb (a permanent keymap, or another hwdb file)\n"
+    "  keyvane     hidutil's\n"
+    "  other       someone else's, who changed the key after them (another tool)\n"
     "\"originals unknown\" follows the keyboard line when hidutil's record of that keyboard's\n"
     "original keys was found damaged in this boot: unplugging and replugging it (or restarting)\n"
     "gives back the keymap the kernel gave it.\n"
@@ -46,7 +57,8 @@ inline constexpr std::string_view usage =
     "\"RegistryID\": N, [\"Originals\": \"unknown\",] \"UserKeyMapping\": [\n"
     "{\"HIDKeyboardModifierMappingSrc\": N, \"HIDKeyboardModifierMappingDst\": N, \"State\": "
     "TEXT},\n"
-    "...]}, ...]}, numbers in decimal.\n"
+    "...], \"Keys\": [{\"Scancode\": N, \"Key\": TEXT, \"Layer\": TEXT}, ...]}, ...]}, numbers in\n"
+    "decimal.\n"
     "\n"
     "Exit status: 0 done (for status: nothing overridden), 1 failed (for status: a keyboard or "
     "what\n"
@@ -228,18 +240,27 @@ inline constexpr std::string_view otherClass = "KeyvaneEvdevService";
 // Status.
 inline constexpr std::string_view statusKeyboardLine = "keyboard {} {} {} {}\n";
 inline constexpr std::string_view statusMappingLine = "mapping {} {} {}\n";
+inline constexpr std::string_view statusKeyLine = "key {} {} {}\n";
 inline constexpr std::string_view statusOriginalsUnknownLine = "originals unknown\n";
 inline constexpr std::string_view statusJsonOriginalsUnknown = "\"Originals\": \"unknown\", ";
 inline constexpr std::string_view stateInstalled = "installed";
+inline constexpr std::string_view statePermanent = "permanent";
 inline constexpr std::string_view stateSkipped = "skipped";
 inline constexpr std::string_view stateOverridden = "overridden";
 inline constexpr std::string_view stateUnusable = "unusable";
+inline constexpr std::string_view layerDefault = "default";
+inline constexpr std::string_view layerHwdb = "hwdb";
+inline constexpr std::string_view layerKeyvane = "keyvane";
+inline constexpr std::string_view layerOther = "other";
 inline constexpr std::string_view statusJsonKeyboard =
     "{}{\"Product\": {}, \"ProductID\": {}, \"Transport\": {}, \"RegistryID\": {}, "
     "{}\"UserKeyMapping\": [";
 inline constexpr std::string_view statusJsonMapping =
     "{}{\"HIDKeyboardModifierMappingSrc\": {}, \"HIDKeyboardModifierMappingDst\": {}, "
     "\"State\": {}}";
+inline constexpr std::string_view statusJsonKeys = "], \"Keys\": [";
+inline constexpr std::string_view statusJsonKey =
+    "{}{\"Scancode\": {}, \"Key\": {}, \"Layer\": {}}";
 
 // Transports by bus type.
 inline constexpr std::string_view transportUsb = "USB";

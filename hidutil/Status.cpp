@@ -5,18 +5,37 @@
 #include "common/Hex.h"
 #include "common/Text.h"
 #include "common/Utf8.h"
+#include "hidutil/KeyNames.h"
 #include "hidutil/Messages.h"
 
 namespace keyvane::hidutil {
 namespace {
 
+// Whether every one of scancodes gives what the list wants because udev's hwdb sets it so.
+bool givenByHwdb(const std::vector<std::uint32_t>& scancodes, const Keymap& current,
+                 const Keymap& hwdb, const MappedKeymap& wanted) {
+    return std::all_of(scancodes.begin(), scancodes.end(), [&](std::uint32_t scancode) {
+        const auto set = hwdb.find(scancode);
+        const auto now = current.find(scancode);
+        const std::uint32_t code = wanted.keymap.at(scancode);
+        return set != hwdb.end() && set->second == code && now != current.end() &&
+               now->second == code;
+    });
+}
+
+// An entry that an install skipped, or whose keys it left as hwdb had set them, may be permanent
+// since.
 EntryState stateOf(const Mapping& mapping, const Keymap& current, const DeviceRecord& record,
-                   const MappedKeymap& wanted) {
+                   const DeviceInfo& info, const MappedKeymap& wanted) {
     if (whyUnusable(mapping))
         return EntryState::Unusable;
     const unsigned source = mapping.srcUsage();
     const auto scancodes = wanted.scancodesOf.find(source);
-    if (record.skipped.contains(source) || scancodes == wanted.scancodesOf.end())
+    if (scancodes == wanted.scancodesOf.end())
+        return EntryState::Skipped;
+    if (givenByHwdb(scancodes->second, current, info.hwdbKeys, wanted))
+        return EntryState::Permanent;
+    if (record.skipped.contains(source))
         return EntryState::Skipped;
     for (std::uint32_t scancode : scancodes->second) {
         const auto now = current.find(scancode);
@@ -54,16 +73,17 @@ std::string jsonString(const std::string& text) {
 
 }  // namespace
 
-std::vector<EntryStatus> readBack(const Keymap& current, const DeviceRecord& record) {
+std::vector<EntryStatus> readBack(const Keymap& current, const DeviceRecord& record,
+                                  const DeviceInfo& info) {
     const Keymap original = originalKeymap(current, &record);
     std::vector<Mapping> usable;
     for (const Mapping& mapping : record.mappings)
         if (!whyUnusable(mapping))
             usable.push_back(mapping);
-    const MappedKeymap wanted = mappedKeymap(original, isHidKeymap(current), usable);
+    const MappedKeymap wanted = mappedKeymap(original, defaultKeymap(original, info), usable);
     std::vector<EntryStatus> entries;
     for (const Mapping& mapping : record.mappings)
-        entries.push_back({mapping, stateOf(mapping, current, record, wanted)});
+        entries.push_back({mapping, stateOf(mapping, current, record, info, wanted)});
     return entries;
 }
 
@@ -71,6 +91,8 @@ std::string_view stateName(EntryState state) {
     switch (state) {
         case EntryState::Installed:
             return text::stateInstalled;
+        case EntryState::Permanent:
+            return text::statePermanent;
         case EntryState::Skipped:
             return text::stateSkipped;
         case EntryState::Overridden:
@@ -101,6 +123,9 @@ std::string formatStatus(const std::vector<KeyboardStatus>& keyboards) {
             out += fill(text::statusMappingLine,
                         {hexNumber(entry.mapping.src), hexNumber(entry.mapping.dst),
                          stateName(entry.state)});
+        for (const KeyLayer& key : keyboard.keys)
+            out += fill(text::statusKeyLine,
+                        {hexNumber(key.scancode), keyName(key.keycode), layerName(key.layer)});
     }
     return out;
 }
@@ -119,7 +144,15 @@ std::string formatStatusJson(const std::vector<KeyboardStatus>& keyboards) {
                         {e ? ",\n    " : "\n    ", std::to_string(entries[e].mapping.src),
                          std::to_string(entries[e].mapping.dst),
                          jsonString(std::string(stateName(entries[e].state)))});
-        out += entries.empty() ? "]}" : "\n  ]}";
+        out += entries.empty() ? "" : "\n  ";
+        out += text::statusJsonKeys;
+        const auto& keys = keyboards[k].keys;
+        for (std::size_t i = 0; i < keys.size(); ++i)
+            out += fill(text::statusJsonKey,
+                        {i ? ",\n    " : "\n    ", std::to_string(keys[i].scancode),
+                         jsonString(keyName(keys[i].keycode)),
+                         jsonString(std::string(layerName(keys[i].layer)))});
+        out += keys.empty() ? "]}" : "\n  ]}";
     }
     out += keyboards.empty() ? "]}\n" : "\n]}\n";
     return out;

@@ -28,6 +28,9 @@ const Entry capsToEscape = {"0x700000039", "0x700000029"};
 const Entry escapeToCaps = {"0x700000029", "0x700000039"};
 const Entry aToB = {"0x700000004", "0x700000005"};
 const Entry bToA = {"0x700000005", "0x700000004"};
+// udev's database entry of an AT keyboard whose Caps Lock a permanent keymap made Escape.
+const std::string permanentCapsToEscape =
+    "E:KEYBOARD_KEY_3a=esc\nE:KEYVANE_ORIGINAL_KEY_3a=capslock\n";
 
 class Install : public ::testing::Test {
   protected:
@@ -51,6 +54,8 @@ class Install : public ::testing::Test {
 TEST_F(Install, MapsHidKeyboardsByUsageAndOthersByKeyCode) {
     auto hid = testing::hidKeyboard(0x27e, 5);
     auto at = testing::atKeyboard(0);
+    // Caps Lock made Escape for good: the list's Caps Lock and Escape are still the keys they were.
+    testing::applyUdevData(*at, permanentCapsToEscape);
     devices.keyboards = {at, hid};
     const std::string list =
         userKeyMapping({capsToEscape, escapeToCaps, aToB,
@@ -88,9 +93,13 @@ TEST_F(Install, ClearingRestoresExactlyWhatWasFoundWhateverHappenedBetween) {
         // Another program (or udev's hwdb again) gives a scancode a code of its own; what it sets
         // is no longer hidutil's to restore.
         std::optional<std::pair<std::uint32_t, std::uint32_t>> meddle = {};
+        std::string udevData = {};  // udev's rules apply a permanent keymap
     };
     const auto meddle = [](std::uint32_t scancode, std::uint32_t code, bool onAt = false) {
         return Step{{}, -1, onAt, std::pair{scancode, code}};
+    };
+    const auto udev = [](std::string data, bool onAt = false) {
+        return Step{{}, -1, onAt, {}, std::move(data)};
     };
     struct Row {
         const char* what;
@@ -112,6 +121,12 @@ TEST_F(Install, ClearingRestoresExactlyWhatWasFoundWhateverHappenedBetween) {
         {"a key hidutil changed, changed again by another program",
          {{swap}, meddle(0x70004, KEY_Z), {clear}}},
         {"... and installed over", {{swap}, meddle(0x70004, KEY_Z), {swap}, {clear}}},
+        // Caps Lock made a Ctrl key for good: the list changes it, a clear puts back the Ctrl key.
+        {"a list over a permanent keymap",
+         {udev("E:KEYBOARD_KEY_70039=leftctrl\nE:KEYVANE_ORIGINAL_KEY_70039=capslock\n"),
+          udev("E:KEYBOARD_KEY_3a=rightctrl\nE:KEYVANE_ORIGINAL_KEY_3a=capslock\n", true),
+          {swap},
+          {clear}}},
         {"a reboot leaves records of no use", {{swap}, {reboot}, {clear}, {swap}, {clear}}},
         {"a replugged keyboard is another device", {{swap}, {replug}, {swap}, {clear}}},
         // An older hidutil, earlier in this boot, kept no skipped keys (the AT keyboard has no
@@ -145,6 +160,10 @@ TEST_F(Install, ClearingRestoresExactlyWhatWasFoundWhateverHappenedBetween) {
                 for (KeymapEntry& entry : step.onAt ? atBefore : hidBefore)
                     if (entry.scancode == scancode)
                         entry.keycode = code;
+            } else if (!step.udevData.empty()) {
+                testing::MemoryKeyboard& keyboard = step.onAt ? *at : *hid;
+                testing::applyUdevData(keyboard, step.udevData);
+                (step.onAt ? atBefore : hidBefore) = keyboard.keymap;
             } else if (step.text == reboot) {
                 devices.bootId = "8c41d0e6-5f2a-4b93-a7e8-1d6c9b3f0a25";
                 hid->keymap = hidBefore;
@@ -265,6 +284,14 @@ TEST_F(Install, WhatIsLeftOutIsANoteAndWhatIsNotTakenAFailure) {
     note("status after a key was changed by another program", run({"status"}), true);
     ASSERT_EQ(set(userKeyMapping({capsToEscape})).status, exitSuccess);
     note("status after installing again", run({"status"}), true);
+    // The AT keyboard's Caps Lock was made Escape for good before udev's database said so: the
+    // list finds no Caps Lock there, and reads permanent once udev has told.
+    auto at = testing::atKeyboard(0);
+    at->find(0x3a)->keycode = KEY_ESC;
+    devices.keyboards.push_back(at);
+    note("a list whose Caps Lock a permanent keymap moved", set(userKeyMapping({capsToEscape})));
+    testing::applyUdevData(*at, permanentCapsToEscape);
+    note("status once udev has told", run({"status"}), true);
     devices.bootId.clear();
     note("no boot id", set(clear));
     folder.reset();

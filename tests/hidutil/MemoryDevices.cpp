@@ -6,6 +6,7 @@
 
 #include "hidutil/Command.h"
 #include "hidutil/HidKeyCodes.h"
+#include "hidutil/UdevData.h"
 
 namespace keyvane::testing {
 namespace {
@@ -107,6 +108,13 @@ std::shared_ptr<MemoryKeyboard> hidMouse(unsigned number) {
     for (std::uint32_t button = 1; button <= 3; ++button)
         mouse->keymap.push_back({0x90000 | button, BTN_MOUSE + button - 1});
     return mouse;
+}
+
+void applyUdevData(MemoryKeyboard& keyboard, const std::string& data) {
+    std::istringstream in(data);
+    hidutil::readUdevData(in, keyboard.info);
+    for (const auto& [scancode, code] : keyboard.info.hwdbKeys)
+        keyboard.find(scancode)->keycode = code;
 }
 
 hidutil::DeviceScan MemoryDeviceSource::scan() {

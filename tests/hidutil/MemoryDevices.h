@@ -40,6 +40,10 @@ std::shared_ptr<MemoryKeyboard> atKeyboard(unsigned number);
 // A HID mouse: buttons only, no letters.
 std::shared_ptr<MemoryKeyboard> hidMouse(unsigned number);
 
+// What udev's rules do with the keyboard given its database entry ("E:KEY=VALUE" lines): the
+// properties go into its info, and the keys its hwdb sets into its keymap.
+void applyUdevData(MemoryKeyboard& keyboard, const std::string& data);
+
 class MemoryDeviceSource : public hidutil::DeviceSource {
   public:
     std::vector<std::shared_ptr<MemoryKeyboard>> keyboards;

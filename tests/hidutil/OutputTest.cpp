@@ -2,6 +2,7 @@
 // test kernel gave (which the application's tests read too), and a session of commands on keyboards
 // in memory.
 #include <gtest/gtest.h>
+#include <linux/input-event-codes.h>
 
 #include "hidutil/Command.h"
 #include "tests/support/Golden.h"
@@ -40,14 +41,21 @@ TEST(Output, MatchesTheGoldenFiles) {
         return outcome.out;
     };
     testing::expectGolden("kernel/list-keyboard-on-qemu.txt", run({"list", "-m", "keyboard"}));
+    // A permanent keymap made Caps Lock a Ctrl key: the list's Caps Lock is still that key.
+    testing::applyUdevData(*devices.keyboards[0],
+                           "E:KEYBOARD_KEY_3a=leftctrl\nE:KEYVANE_ORIGINAL_KEY_3a=capslock\n");
 
     // A keyboard without F13 whose name needs escaping, and devices that are no keyboards.
     devices.keyboards.push_back(
         named(testing::hidKeyboard(0x3333, 4, 0x65), bus::usb, "Keyvane \"Short\"\tKeyboard"));
-    // udev's hwdb moved Q to Escape: a keyboard all the same.
+    // udev's hwdb moved Q to Escape: a keyboard all the same. Caps Lock -> Escape is permanent
+    // there, and another program has changed Q since.
     devices.keyboards.push_back(
         named(testing::hidKeyboard(0x4444, 8), bus::usb, "Keyvane Test Keyboard Q"));
-    devices.keyboards.back()->find(0x70014)->keycode = 1;
+    testing::applyUdevData(*devices.keyboards.back(),
+                           "E:KEYBOARD_KEY_70014=esc\nE:KEYBOARD_KEY_70039=esc\n"
+                           "E:KEYVANE_ORIGINAL_KEY_70039=capslock\nE:KEYBOARD_KEY_7003a=nokey\n");
+    devices.keyboards.back()->find(0x70014)->keycode = KEY_X;
     devices.keyboards.push_back(named(testing::hidMouse(5), bus::i2c, "Touchpad"));
     devices.keyboards.push_back(named(testing::hidMouse(6), bus::virtualBus, "Virtual Pointer"));
     devices.keyboards.push_back(named(testing::hidMouse(7), 0x14, "Gameport Stick"));

@@ -219,18 +219,28 @@ TEST_F(MainVCTest, StatusColumnSaysWhatBecameOfEachMappingAfterEveryInstallation
     const struct {
         std::string first, second;  // what the kernel says before installing again, and after
         std::vector<std::string> texts;
+        const char* commandTip = nullptr;  // the second mapping's tool tip, where it is checked
     } rows[] = {
         {reading("installed", "overridden", "skipped", "installed"),
          reading("installed", "installed", "skipped", "installed"),
          {"Installed on 1 of 2 keyboards", "Overridden on Desk Keyboard, installed again",
-          "No keyboard has this key"}},
+          "No keyboard has this key", "Not installed"}},
         {reading("installed", "installed", "installed", "overridden"),
          reading("installed", "installed", "installed", "overridden"),
-         {"Installed on 2 keyboards",
-          "Overridden on Travel Keyboard, even after installing again"}},
+         {"Installed on 2 keyboards", "Overridden on Travel Keyboard, even after installing again",
+          "Not installed"},
+         "Desk Keyboard: installed\nTravel Keyboard: changed by another program, also after "
+         "installing again"},
+        // udev's hwdb gives the keys: a permanent keymap, which counts as installed beside one.
+        {reading("permanent", "installed", "overridden", "permanent"),
+         reading("permanent", "installed", "permanent", "permanent"),
+         {"Permanent", "Installed on 2 keyboards"},
+         "Desk Keyboard: installed\nTravel Keyboard: permanent (udev's hwdb)"},
     };
-    keyMappings = {threeRecords[0], threeRecords[1], threeRecords[1]};
+    // The last mapping is on no keyboard.
+    keyMappings = {threeRecords[0], threeRecords[1], threeRecords[1], threeRecords[1]};
     keyMappings[2]["originalId"] = "2b";
+    keyMappings[3]["originalId"] = "2c";
     MappingStore::saveMappings();
     for (const auto& row : rows) {
         hidutil.clearCalls();
@@ -249,10 +259,10 @@ TEST_F(MainVCTest, StatusColumnSaysWhatBecameOfEachMappingAfterEveryInstallation
         const Calls once = {FakeHidutil::clearingCall(), calls[1], {"status"}};
         EXPECT_EQ(Calls(calls.begin(), calls.begin() + 3), once);
         EXPECT_EQ(Calls(calls.begin() + 3, calls.begin() + 6), once);
+        if (row.commandTip) {
+            EXPECT_EQ(table()->model()->index(1, 2).data(Qt::ToolTipRole), row.commandTip);
+        }
     }
-    EXPECT_EQ(table()->model()->index(1, 2).data(Qt::ToolTipRole),
-              "Desk Keyboard: installed\nTravel Keyboard: changed by another program, also after "
-              "installing again");
 
     clickSegment("addSegment");
     ASSERT_NE(currentKeyboardVC, nullptr);

@@ -37,8 +37,12 @@ QString statusText(const std::optional<MappingState>& state) {
         return tr("Overridden on %1, even after installing again").arg(names(state->overridden));
     if (!state->reinstalled.empty())
         return tr("Overridden on %1, installed again").arg(names(state->reinstalled));
+    // A keyboard the permanent keymap gives the key counts as one it is installed on.
     if (!state->installed.empty())
-        return installedText(state->installed.size(), state->skipped.size());
+        return installedText(state->installed.size() + state->permanent.size(),
+                             state->skipped.size());
+    if (!state->permanent.empty())
+        return tr("Permanent");
     if (!state->skipped.empty())
         return tr("No keyboard has this key");
     return tr("Not installed");
@@ -50,6 +54,7 @@ QString statusToolTip(const std::optional<MappingState>& state) {
     QStringList lines;
     const std::pair<const std::vector<std::string>*, const char*> groups[] = {
         {&state->installed, "%1: installed"},
+        {&state->permanent, "%1: permanent (udev's hwdb)"},
         {&state->reinstalled, "%1: changed by another program, installed again"},
         {&state->overridden, "%1: changed by another program, also after installing again"},
         {&state->skipped, "%1: has no such key"},

@@ -335,14 +335,17 @@ int main(int argc, char** argv) {
 
     // Status reads back from the kernel what became of each entry: installed, skipped on the
     // keyboard without F13, and overridden once a key is changed by ioctl, until installed again.
-    // Under each keyboard's line come its entries; B follows A, and C, made last, comes last.
+    // Under each keyboard's line come its entries, then the keys hidutil set; B follows A, and C,
+    // made last, comes last.
     const std::string onA = a.name + "\nmapping 0x700000039 0x700000029 ";
-    const std::string bothOnA =
-        onA + "installed\nmapping 0x700000068 0x700000029 installed\nkeyboard ";
+    const std::string bothOnA = onA +
+                                "installed\nmapping 0x700000068 0x700000029 installed\n"
+                                "key 0x70039 esc keyvane\nkey 0x70068 esc keyvane\nkeyboard ";
     const Result status = run({"status"});
     check(status.status == 0 && says(status, bothOnA) &&
               status.out.ends_with(c.name + "\nmapping 0x700000039 0x700000029 installed\n"
-                                            "mapping 0x700000068 0x700000029 skipped\n"),
+                                            "mapping 0x700000068 0x700000029 skipped\n"
+                                            "key 0x70039 esc keyvane\n"),
           "status: both entries installed on keyboard A, F13 skipped on keyboard C");
     remap(nodeA, 0x70039, KEY_LEFTALT);
     const Result overridden = run({"status"});

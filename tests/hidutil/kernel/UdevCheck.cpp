@@ -132,6 +132,12 @@ int main(int argc, char** argv) {
     listing.start("/bin/hidutil", {"list", "-m", "keyboard"});
     check(listing.waitForFinished(30000) && listing.readAllStandardOutput().contains(" 0x4444    "),
           "hidutil lists the keyboard whose Q hwdb moved");
+    // ... and tells from udev's database that Q gives Escape by hwdb.
+    QProcess status;
+    status.start("/bin/hidutil", {"status"});
+    check(status.waitForFinished(30000) &&
+              status.readAllStandardOutput().contains("\nkey 0x70014 esc hwdb\n"),
+          "hidutil status: Q gives Escape by udev's hwdb");
 
     // Triggering exactly that keyboard runs udev's rules on it again: hwdb's keymap replaces a key
     // changed by ioctl, and the monitor reports the keyboard once.
