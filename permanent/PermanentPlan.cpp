@@ -40,8 +40,8 @@ HwdbFile permanentFile(const std::vector<PermanentKeyboard>& keyboards,
     for (const PermanentKeyboard& keyboard : keyboards) {
         const std::string match = matchOf(keyboard.info);
         const hidutil::Keymap below = keymapBelow(keyboard, recordFor(previous, match));
-        const auto mapped =
-            hidutil::mappedKeymap(below, hidutil::isHidKeymap(keyboard.current), usable);
+        // What lies below the previous file is the default the list's sources are found by.
+        const auto mapped = hidutil::mappedKeymap(below, below, usable);
         std::vector<PermanentKey> keys;
         for (const auto& [scancode, keycode] : mapped.keymap)
             if (keycode != below.at(scancode))
