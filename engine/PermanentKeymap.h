@@ -93,17 +93,19 @@ class PermanentKeymap {
     static constexpr const char* nothingToMakeText =
         "Your list has no mappings. To remove a permanent keymap, choose File > Remove Permanent "
         "Keymap (or run keyvane --remove-permanent).";
-    static constexpr const char* notInstalledTitle = "Make Permanent needs Keyvane installed";
+    static constexpr const char* notInstalledTitle = "The permanent keymap needs Keyvane installed";
     // %1: the helper's path
     static constexpr const char* notInstalledText =
-        "The helper that writes the permanent keymap, %1, is not there: this Keyvane runs from "
-        "its build folder. Install Keyvane (its Debian package, or cmake --install) and try "
+        "The helper that writes the permanent keymap, %1, is not there, as when Keyvane runs "
+        "from its build folder. Install Keyvane (its Debian package, or cmake --install) and try "
         "again. Nothing was changed.";
     static constexpr const char* makeTitle = "Make your keys permanent?";
     // %1: "3 mappings", %2: "all keyboards" or "the keyboard 0x27e", %3: the hwdb file
+    // The file closes the text on a line of its own, where a window has no reason to break its
+    // name at a slash.
     static constexpr const char* makeText =
-        "Your list of %1, for %2, is written to %3 and applies before anyone logs in: at the "
-        "login screen, on the text console and for every user of this computer.";
+        "Your list of %1, for %2, is written to udev's hwdb and applies before anyone logs in: at "
+        "the login screen, on the text console and for every user of this computer.\nFile: %3";
     static constexpr const char* laterKeyboardsText =
         "A keyboard first plugged in later is not covered until you make the list permanent "
         "again.";
@@ -120,8 +122,8 @@ class PermanentKeymap {
     static constexpr const char* removeTitle = "Remove the permanent keymap?";
     // %1: the hwdb file
     static constexpr const char* removeText =
-        "%1 is removed: the login screen, the console and every user get the keyboards' own keys "
-        "again. Your list stays, and Keyvane installs it for you as before.";
+        "The login screen, the console and every user get the keyboards' own keys again. Your "
+        "list stays, and Keyvane installs it for you as before.\nFile to remove: %1";
     static constexpr const char* removeButton = "Remove";
 
     static constexpr const char* keepTitle = "Keep these keys?";
@@ -137,7 +139,7 @@ class PermanentKeymap {
     static constexpr const char* keptTitle = "Your keys are permanent";
     // %1: the hwdb file
     static constexpr const char* keptText =
-        "Your list is in %1 and applies from the login screen on, for every user.";
+        "Your list applies from the login screen on, for every user.\nFile: %1";
     static constexpr const char* revertedTitle = "The keys changed back";
     static constexpr const char* revertedToPreviousText = "The previous permanent keymap is back.";
     static constexpr const char* revertedToNoneText = "No permanent keymap is in place, as before.";

@@ -53,6 +53,8 @@ KeepKeysDialog::KeepKeysDialog(QWidget* parent, std::chrono::milliseconds second
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(row);
     layout->addWidget(buttons);
+    // Nothing to gain from a larger window; fixed, it gets no maximise button either.
+    layout->setSizeConstraint(QLayout::SetFixedSize);
 
     showSecondsLeft();
     timer_->setInterval(second);
