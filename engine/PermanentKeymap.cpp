@@ -120,12 +120,8 @@ void PermanentKeymap::run(const std::string& verb, const std::vector<std::string
     QProcess* process = process_.get();
     QObject::connect(process, &QProcess::readyReadStandardOutput, process,
                      [this] { readOutput(); });
-    QObject::connect(process, &QProcess::readyReadStandardError, process, [this] {
-        const std::string chunk = process_->readAllStandardError().toStdString();
-        errors_ += chunk;
-        if (callbacks_.errorOutput)
-            callbacks_.errorOutput(chunk);
-    });
+    QObject::connect(process, &QProcess::readyReadStandardError, process,
+                     [this] { heard(process_->readAllStandardError().toStdString()); });
     QObject::connect(process, &QProcess::finished, process,
                      [this](int exitCode, QProcess::ExitStatus status) {
                          ended(exitCode, status == QProcess::CrashExit);
@@ -133,7 +129,8 @@ void PermanentKeymap::run(const std::string& verb, const std::vector<std::string
     QObject::connect(process, &QProcess::errorOccurred, process, [this](QProcess::ProcessError e) {
         if (e != QProcess::FailedToStart)
             return;  // the others come with `finished`
-        errors_ = process_->program().toStdString() + ": " + process_->errorString().toStdString();
+        heard(process_->program().toStdString() + ": " + process_->errorString().toStdString() +
+              "\n");
         ended(command::exitFailed, false);
     });
     const std::string program = helper_.throughPkexec ? command::pkexecProgram : helper_.path;
@@ -152,6 +149,14 @@ void PermanentKeymap::readOutput() {
     }
 }
 
+void PermanentKeymap::heard(const std::string& errors) {
+    if (errors.empty())
+        return;
+    errors_ += errors;
+    if (callbacks_.errorOutput)
+        callbacks_.errorOutput(errors);
+}
+
 void PermanentKeymap::keep() {
     if (!running())
         return;
@@ -166,7 +171,7 @@ void PermanentKeymap::putBack() {
 
 void PermanentKeymap::ended(int exitCode, bool crashed) {
     readOutput();
-    errors_ += process_->readAllStandardError().toStdString();
+    heard(process_->readAllStandardError().toStdString());
     Result result{Outcome::Failed, trimmed(errors_), hadPermanentKeymap_};
     if (crashed)
         exitCode = command::exitFailed;

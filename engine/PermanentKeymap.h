@@ -160,6 +160,8 @@ class PermanentKeymap {
   private:
     void run(const std::string& verb, const std::vector<std::string>& arguments);
     void readOutput();
+    // Standard error, kept for the outcome and passed on as it comes.
+    void heard(const std::string& errors);
     void ended(int exitCode, bool crashed);
 
     PermanentHelper helper_;

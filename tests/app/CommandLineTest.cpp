@@ -286,6 +286,7 @@ TEST_F(CommandLineTest, PermanentKeymapCommandsAskTheHelperAndOnlyEnterKeepsTheK
         std::vector<KeyMapping> list = {capsLockToEscape};
         const char* keyboard = allKeyboardsId;
         bool installed = true;
+        bool throughPkexec = true;  // false: run directly, as by root
     } rows[] = {
         {CommandLine::Action::MakePermanent, "", explained, reverted,
          around(make, capsLockProperty, true)},
@@ -332,6 +333,19 @@ TEST_F(CommandLineTest, PermanentKeymapCommandsAskTheHelperAndOnlyEnterKeepsTheK
          {capsLockToEscape},
          allKeyboardsId,
          false},
+        // Run directly, the stand-in is no program: the reason, then what it means.
+        {CommandLine::Action::MakePermanent,
+         "\n",
+         "",
+         "Permission denied\nkeyvane: " + std::string(PermanentKeymap::makeFailedTitle) + ".\n",
+         {FakeHidutil::clearingCall(), FakeHidutil::clearingCall(),
+          FakeHidutil::installCall(capsLockProperty)},
+         1,
+         "",
+         {capsLockToEscape},
+         allKeyboardsId,
+         true,
+         false},
         {CommandLine::Action::RemovePermanent, "", PermanentKeymap::removedText, "",
          around({"pkexec", helper, "remove"}, capsLockProperty, false), 0},
     };
@@ -354,8 +368,8 @@ TEST_F(CommandLineTest, PermanentKeymapCommandsAskTheHelperAndOnlyEnterKeepsTheK
         std::ostringstream err;
         const CommandLine::Session session{out, err, {}, {}, {}};
         const int status = CommandLine::executePermanent(
-            {row.action, {}, false}, session, {row.installed ? helper : helper + ".missing", true},
-            input);
+            {row.action, {}, false}, session,
+            {row.installed ? helper : helper + ".missing", row.throughPkexec}, input);
         ::close(input);
         const std::string context = "row " + std::to_string(&row - rows) + "\n" + err.str();
         EXPECT_EQ(status, row.status) << context;
