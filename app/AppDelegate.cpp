@@ -29,6 +29,13 @@ bool captureWindowOpen() {
     return currentKeyboardVC && currentKeyboardVC->window()->isVisible();
 }
 
+// While the permanent keymap's helper runs, the session list stays cleared, so that the helper
+// reads the keys below it and the keys change back to exactly what the helper put back; the
+// helper's end installs the list again.
+bool permanentHelperRunning() {
+    return currentMainVC && currentMainVC->permanentKeymap().running();
+}
+
 // Runs a task once `window` has been painted for the first time, or hidden before that (at once,
 // through the main queue, when it is not shown or already painted). Qt paints a window while it
 // handles its exposure, so the task is queued behind that.
@@ -118,7 +125,7 @@ void AppDelegate::startReapplyTimer() {
     reapplyTimer->setInterval(settings_.reapplyInterval);
     connect(reapplyTimer, &QTimer::timeout, [] {
         MainQueue::async([] {
-            if (!mainWindowShown)
+            if (!mainWindowShown && !permanentHelperRunning())
                 MappingApplier::applyMappings();
         });
     });
@@ -132,7 +139,7 @@ void AppDelegate::watchForKeyboards() {
     auto* keyboards = new InputDeviceWatcher(settings_.inputDeviceMonitor(), this);
     connect(keyboards, &InputDeviceWatcher::keyboardsChanged, this, [] {
         MainQueue::async([] {
-            if (!captureWindowOpen())
+            if (!captureWindowOpen() && !permanentHelperRunning())
                 MappingApplier::applyMappings();
         });
     });

@@ -1,17 +1,25 @@
 #include "app/CommandLine.h"
 
+#include <poll.h>
+#include <unistd.h>
+
 #include <QCoreApplication>
+#include <QEventLoop>
 #include <QProcess>
+#include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <iostream>
 #include <map>
 
 #include "app/CommandService.h"
 #include "common/Log.h"
+#include "common/Text.h"
 #include "engine/MappingApplier.h"
 #include "engine/MappingFile.h"
 #include "engine/MappingStore.h"
 #include "engine/ShellRunner.h"
+#include "permanent/PermanentCommand.h"
 #include "platform/Bundle.h"
 #include "platform/SessionBus.h"
 #include "platform/SingleInstance.h"
@@ -22,10 +30,18 @@ namespace {
 using Action = CommandLine::Action;
 
 const std::map<std::string, Action> options = {
-    {"--apply", Action::Apply},   {"--restore", Action::Restore}, {"--list", Action::List},
-    {"--status", Action::Status}, {"--export", Action::Export},   {"--import", Action::Import},
-    {"--help", Action::Help},     {"--version", Action::Version}, {"-h", Action::Help},
+    {"--apply", Action::Apply},
+    {"--restore", Action::Restore},
+    {"--list", Action::List},
+    {"--status", Action::Status},
+    {"--export", Action::Export},
+    {"--import", Action::Import},
+    {"--help", Action::Help},
+    {"--version", Action::Version},
+    {"-h", Action::Help},
     {"-v", Action::Version},
+    {"--make-permanent", Action::MakePermanent},
+    {"--remove-permanent", Action::RemovePermanent},
 };
 constexpr const char* appendOption = "--append";
 
@@ -153,6 +169,37 @@ int status() {
     return hidutil.exitStatus() == QProcess::NormalExit ? hidutil.exitCode() : 1;
 }
 
+// An empty line on `input` within the helper's countdown: true for Enter alone; false for a line
+// with anything on it ("n"), the end of the input (a script) or no answer in time.
+bool waitForEnter(int input) {
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point deadline =
+        Clock::now() + std::chrono::seconds(permanent::countdownSeconds);
+    std::string line;
+    for (;;) {
+        const auto left =
+            std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
+        if (left <= 0)
+            return false;
+        pollfd descriptor{input, POLLIN, 0};
+        const int ready = ::poll(&descriptor, 1, static_cast<int>(left));
+        if (ready < 0 && errno == EINTR)
+            continue;
+        if (ready <= 0)
+            return false;
+        char byte = 0;
+        const ssize_t got = ::read(input, &byte, 1);
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0)
+            return false;
+        if (byte == '\n')
+            return line.empty();
+        if (byte != '\r')
+            line += byte;
+    }
+}
+
 // Without a running copy: the stored settings, and hidutil run from here.
 int executeHere(const CommandLine::Command& command) {
     if (command.action == Action::Import && SingleInstance::lockHeld(bundle::appIdentifier)) {
@@ -252,6 +299,8 @@ int CommandLine::execute(const Command& command, const Session& session) {
         case Action::Import:
             return importFrom(command, session);
         case Action::Status:
+        case Action::MakePermanent:
+        case Action::RemovePermanent:
         case Action::Help:
         case Action::Version:
             break;
@@ -259,6 +308,61 @@ int CommandLine::execute(const Command& command, const Session& session) {
     session.err << "keyvane: " << optionName(command.action) << " is answered by keyvane itself"
                 << std::endl;
     return usageError;
+}
+
+int CommandLine::executePermanent(const Command& command, const Session& session,
+                                  const PermanentHelper& helper, int input) {
+    const bool removing = command.action == Action::RemovePermanent;
+    if (!removing && keyMappings.empty()) {
+        session.err << "keyvane: " << PermanentKeymap::nothingToMakeText << std::endl;
+        return 1;
+    }
+    std::optional<PermanentKeymap::Result> result;
+    QEventLoop loop;
+    PermanentKeymap* keymap = nullptr;
+    PermanentKeymap::Callbacks callbacks;
+    callbacks.changed = [&] {
+        session.out << fillIn(PermanentKeymap::keepPrompt,
+                              {std::to_string(permanent::countdownSeconds)})
+                    << std::endl;
+        if (waitForEnter(input))
+            keymap->keep();
+        else
+            keymap->putBack();
+    };
+    callbacks.finished = [&](const PermanentKeymap::Result& ended) {
+        result = ended;
+        loop.quit();
+    };
+    callbacks.errorOutput = [&](const std::string& errors) { session.err << errors << std::flush; };
+    PermanentKeymap permanentKeymap(helper, std::move(callbacks));
+    keymap = &permanentKeymap;
+    if (!keymap->installed()) {
+        const auto message = PermanentKeymap::outcomeMessage(
+            {PermanentKeymap::Outcome::NotInstalled, helper.path}, removing);
+        session.err << "keyvane: " << message.title << ". " << message.text << std::endl;
+        return 1;
+    }
+    const PermanentKeymap::Message question =
+        removing ? PermanentKeymap::removeQuestion() : PermanentKeymap::makeQuestion();
+    // pkexec asks for the password on the terminal itself; the only answer read here is Enter.
+    session.out << question.text << std::endl;
+    if (removing)
+        keymap->remove();
+    else
+        keymap->make();
+    if (!result)
+        loop.exec();
+    const PermanentKeymap::Message said = PermanentKeymap::outcomeMessage(*result, removing);
+    const bool worked = result->outcome == PermanentKeymap::Outcome::Kept ||
+                        result->outcome == PermanentKeymap::Outcome::Removed;
+    if (worked)
+        session.out << said.title << ". " << said.text << std::endl;
+    else if (result->outcome == PermanentKeymap::Outcome::Failed)
+        session.err << "keyvane: " << said.title << "." << std::endl;  // the helper said why
+    else
+        session.err << "keyvane: " << said.title << ". " << said.text << std::endl;
+    return worked ? 0 : 1;
 }
 
 int CommandLine::main(int argc, char** argv) {
@@ -279,6 +383,13 @@ int CommandLine::main(int argc, char** argv) {
             return 0;
         case Action::Status:
             return status();
+        case Action::MakePermanent:
+        case Action::RemovePermanent:
+            // Never handed to the running copy: the password prompt and the answer belong to
+            // this terminal.
+            MappingStore::loadMappings();
+            return executePermanent(*command, {std::cout, std::cerr, {}, {}, {}},
+                                    {permanent::helperPath, ::geteuid() != 0}, STDIN_FILENO);
         default:
             break;
     }

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "engine/PermanentKeymap.h"
+
 namespace keyvane {
 
 // `keyvane` with options: install, remove, list, export and import the mappings from a console or
@@ -14,7 +16,18 @@ namespace keyvane {
 // works on the stored settings and runs hidutil itself. Nothing here waits for the network.
 class CommandLine {
   public:
-    enum class Action { Apply, Restore, List, Status, Export, Import, Help, Version };
+    enum class Action {
+        Apply,
+        Restore,
+        List,
+        Status,
+        Export,
+        Import,
+        MakePermanent,
+        RemovePermanent,
+        Help,
+        Version
+    };
     struct Command {
         Action action = Action::Help;
         std::string file;  // --export, --import
@@ -46,11 +59,17 @@ class CommandLine {
         "                     then install them\n"
         "  --import FILE --append\n"
         "                     add the mappings in FILE after yours, then install them all\n"
+        "  --make-permanent   write the stored mappings for the chosen keyboard to udev's hwdb\n"
+        "                     (as root, through pkexec), so that they hold at the login screen,\n"
+        "                     on the console and for every user; press Enter within 20 seconds\n"
+        "                     to keep the new keys, or they change back\n"
+        "  --remove-permanent remove that permanent keymap\n"
         "  -h, --help         print this help\n"
         "  -v, --version      print Keyvane's version\n"
         "\n"
-        "When Keyvane runs, the command is carried out by it. Exit status: 0 when it worked,\n"
-        "1 when it did not, 2 for options that are not understood.\n";
+        "When Keyvane runs, the command is carried out by it, except the permanent ones, which\n"
+        "always run here. Exit status: 0 when it worked, 1 when it did not (or the keys changed\n"
+        "back), 2 for options that are not understood.\n";
 
     // The program entry for a start with options.
     static int main(int argc, char** argv);
@@ -64,6 +83,11 @@ class CommandLine {
 
     // Carries out one of the commands that work on the list; returns the exit status.
     static int execute(const Command& command, const Session& session);
+    // Carries out --make-permanent or --remove-permanent with `helper`, always in this process,
+    // reading the answer to "keep these keys?" from `input` (a file descriptor); returns the exit
+    // status.
+    static int executePermanent(const Command& command, const Session& session,
+                                const PermanentHelper& helper, int input);
 };
 
 }  // namespace keyvane

@@ -1,5 +1,7 @@
 #include "app/Launch.h"
 
+#include <unistd.h>
+
 #include <QApplication>
 #include <QMainWindow>
 
@@ -8,6 +10,7 @@
 #include "common/Log.h"
 #include "engine/MappingApplier.h"
 #include "engine/MappingStatus.h"
+#include "permanent/PermanentCommand.h"
 #include "platform/Alert.h"
 #include "platform/Bundle.h"
 #include "remote/SCL.h"
@@ -45,7 +48,9 @@ Launch::Outcome Launch::start() {
         if (currentMainVC)
             currentMainVC->statusChanged();
     });
-    mainVC_ = std::make_unique<MainVC>(updateLoginItem);
+    // pkexec asks polkit for the helper; a Keyvane that already runs as root starts it itself.
+    mainVC_ = std::make_unique<MainVC>(
+        updateLoginItem, PermanentSettings{{permanent::helperPath, ::geteuid() != 0}});
     mainVC_->viewDidLoad();
     delegate_.setWindow(mainVC_->MainWin());
     QObject::connect(&instance_, &SingleInstance::reopenRequested, &delegate_, [this] {

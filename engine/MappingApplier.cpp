@@ -31,6 +31,8 @@ std::string chooseTemplate(const std::optional<std::string>& keyboardId) {
            MappingApplier::oneKeyboardTemplateTail;
 }
 
+// The entries unquoted: the fixed words hold no ', so quoting them whole for the shell is the same
+// as quoting each id.
 std::string composeEntries(const std::vector<KeyMapping>& mappings) {
     std::string entries;
     for (const KeyMapping& mapping : mappings) {
@@ -38,9 +40,8 @@ std::string composeEntries(const std::vector<KeyMapping>& mappings) {
         auto destination = mapping.find("remappedId");
         if (source == mapping.end() || destination == mapping.end())
             continue;
-        entries += MappingApplier::entryHead + insideSingleQuotes(source->second) +
-                   MappingApplier::entryMiddle + insideSingleQuotes(destination->second) +
-                   MappingApplier::entryTail;
+        entries += MappingApplier::entryHead + source->second + MappingApplier::entryMiddle +
+                   destination->second + MappingApplier::entryTail;
     }
     if (!entries.empty())
         entries.pop_back();  // the last entry's comma
@@ -58,7 +59,19 @@ std::string MappingApplier::composeCommand() {
     if (entries.empty())
         return {};
     return replacingOccurrences(chooseTemplate(MappingStore::loadKeyboardId()), placeholder,
-                                entries);
+                                insideSingleQuotes(entries));
+}
+
+MappingApplier::PropertyTexts MappingApplier::composeProperty() {
+    PropertyTexts texts;
+    const std::string entries = composeEntries(keyMappings);
+    if (entries.empty())
+        return texts;
+    texts.property = replacingOccurrences(propertyTemplate, placeholder, entries);
+    const std::optional<std::string> keyboardId = MappingStore::loadKeyboardId();
+    if (keyboardId && *keyboardId != allKeyboardsId)
+        texts.matching = matchingHead + *keyboardId + matchingTail;
+    return texts;
 }
 
 bool MappingApplier::fitsOneArgument(const std::string& command) {

@@ -43,6 +43,14 @@ class MappingApplier {
 
     // The command that installs the list, or the empty string when no record is usable.
     static std::string composeCommand();
+    // What that command gives hidutil after --set and after --matching, unquoted, for a program
+    // that is handed them as arguments of its own: `property` is empty when no record is usable,
+    // and there is no `matching` for all keyboards.
+    struct PropertyTexts {
+        std::string property;
+        std::optional<std::string> matching;
+    };
+    static PropertyTexts composeProperty();
 
     // bash gets the whole command as one argument, and the kernel refuses to start a program with
     // an argument longer than 32 pages, its closing NUL included (MAX_ARG_STRLEN). Pages are at
@@ -66,6 +74,10 @@ class MappingApplier {
         R"(hidutil property --set '{"UserKeyMapping" : [$HID]}' --matching '{"ProductID": )";
     static constexpr const char* oneKeyboardTemplateTail = "}'";
     static constexpr const char* placeholder = "$HID";
+    // The same words as the templates, without the command around them.
+    static constexpr const char* propertyTemplate = R"({"UserKeyMapping" : [$HID]})";
+    static constexpr const char* matchingHead = R"({"ProductID": )";
+    static constexpr const char* matchingTail = "}";
     static constexpr const char* entryHead = R"({"HIDKeyboardModifierMappingSrc" : 0x7000000)";
     static constexpr const char* entryMiddle = R"(, "HIDKeyboardModifierMappingDst" : 0x7000000)";
     static constexpr const char* entryTail = "},";

@@ -1,4 +1,6 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <QAction>
 #include <QMainWindow>
@@ -11,9 +13,12 @@
 
 #include "app/CommandLine.h"
 #include "app/Launch.h"
+#include "common/Text.h"
 #include "engine/MappingApplier.h"
 #include "engine/MappingFile.h"
 #include "engine/MappingStore.h"
+#include "engine/PermanentKeymap.h"
+#include "permanent/PermanentCommand.h"
 #include "platform/Bundle.h"
 #include "platform/UserDefaults.h"
 #include "tests/support/AlertAnswerer.h"
@@ -158,6 +163,13 @@ TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
          1380,
          false,
          1380},
+        // This build's helper is not installed: said so, and nothing cleared or asked.
+        {{"--make-permanent"},
+         1,
+         "",
+         std::string("keyvane: ") + PermanentKeymap::notInstalledTitle + ". " +
+             fillIn(PermanentKeymap::notInstalledText, {permanent::helperPath}),
+         {}},
         {{"--frobnicate"}, 2, "", "keyvane: unknown option \"--frobnicate\"", {}},
         {{"--list", "--apply"}, 2, "", "not both --list and --apply", {}},
         {{"--export"}, 2, "", "keyvane: --export needs a file name", {}},
@@ -230,6 +242,141 @@ TEST_F(CommandLineTest, ARunningCopyCarriesOutTheCommandsOverTheBus) {
     EXPECT_EQ(hidutil.calls(), Calls{FakeHidutil::clearingCall()});
     MappingStore::loadMappings();
     EXPECT_EQ(keyMappings.size(), 2u);  // kept for the next start
+}
+
+// --make-permanent and --remove-permanent run the helper through pkexec between a clearing of the
+// session list and its installation again; only Enter keeps the new keys, and the end of the input
+// (a script) lets them change back.
+TEST_F(CommandLineTest, PermanentKeymapCommandsAskTheHelperAndOnlyEnterKeepsTheKeys) {
+    const std::string helper = std::string(getenv("HOME")) + "/keyvane-permanent";
+    std::ofstream(helper) << "stands in for the installed helper";
+    const KeyMapping aToEscape = {
+        {"original", "a"}, {"originalId", "04"}, {"remapped", "Escape"}, {"remappedId", "29"}};
+    const std::string aProperty =
+        R"({"UserKeyMapping" : [{"HIDKeyboardModifierMappingSrc" : 0x700000004, "HIDKeyboardModifierMappingDst" : 0x700000029}]})";
+    const std::string matching = R"({"ProductID": 0x27e})";
+    const auto around = [](const std::vector<std::string>& pkexec, const std::string& property,
+                           bool cleared, bool oneKeyboard = false) {
+        Calls calls;
+        if (cleared)
+            calls.push_back(FakeHidutil::clearingCall());
+        calls.push_back(pkexec);
+        calls.push_back(FakeHidutil::clearingCall());
+        calls.push_back(FakeHidutil::installCall(property));
+        if (oneKeyboard)
+            calls.back().insert(calls.back().end(), {"--matching", R"({"ProductID": 0x27e})"});
+        return calls;
+    };
+    const std::vector<std::string> make = {"pkexec", helper, "make", capsLockProperty};
+    const std::string explained =
+        fillIn(PermanentKeymap::makeText, {"1 mapping", "all keyboards", permanent::hwdbFile}) +
+        "\n\n" + PermanentKeymap::laterKeyboardsText + "\n\n" +
+        fillIn(PermanentKeymap::countdownText, {"20"}) + "\n" +
+        fillIn(PermanentKeymap::keepPrompt, {"20"}) + "\n";
+    const std::string reverted = std::string("keyvane: ") + PermanentKeymap::revertedTitle + ". " +
+                                 PermanentKeymap::revertedToNoneText + "\n";
+    const struct {
+        CommandLine::Action action;
+        std::string input;  // standard input, then its end; /dev/null when empty
+        std::string out;    // the whole standard output, or a part of it
+        std::string err;
+        Calls calls;
+        int status = 1;
+        const char* mode = "";  // the fake pkexec's
+        std::vector<KeyMapping> list = {capsLockToEscape};
+        const char* keyboard = allKeyboardsId;
+        bool installed = true;
+        bool throughPkexec = true;  // false: run directly, as by root
+    } rows[] = {
+        {CommandLine::Action::MakePermanent, "", explained, reverted,
+         around(make, capsLockProperty, true)},
+        {CommandLine::Action::MakePermanent, "no\n", explained, reverted,
+         around(make, capsLockProperty, true)},
+        {CommandLine::Action::MakePermanent, "\n",
+         explained + PermanentKeymap::keptTitle + ". " +
+             fillIn(PermanentKeymap::keptText, {permanent::hwdbFile}) + "\n",
+         "", around(make, capsLockProperty, true), 0},
+        {CommandLine::Action::MakePermanent,
+         "\n",
+         fillIn(PermanentKeymap::passwordKeysText, {"a"}),
+         "",
+         around({"pkexec", helper, "make", aProperty, "--matching", matching}, aProperty, true,
+                true),
+         0,
+         "",
+         {aToEscape},
+         "0x27e"},
+        {CommandLine::Action::MakePermanent, "\n", "",
+         "keyvane-permanent: /etc/udev/hwdb.d is read-only\nkeyvane: " +
+             std::string(PermanentKeymap::makeFailedTitle) + ".\n",
+         around(make, capsLockProperty, true), 1, "fail"},
+        {CommandLine::Action::MakePermanent, "\n", "",
+         std::string("keyvane: ") + PermanentKeymap::dismissedTitle + ". " +
+             PermanentKeymap::dismissedText + "\n",
+         around(make, capsLockProperty, true), 1, "dismiss"},
+        {CommandLine::Action::MakePermanent,
+         "\n",
+         "",
+         std::string("keyvane: ") + PermanentKeymap::nothingToMakeText + "\n",
+         {},
+         1,
+         "",
+         {}},
+        {CommandLine::Action::MakePermanent,
+         "\n",
+         "",
+         std::string("keyvane: ") + PermanentKeymap::notInstalledTitle + ". " +
+             fillIn(PermanentKeymap::notInstalledText, {helper + ".missing"}) + "\n",
+         {},
+         1,
+         "",
+         {capsLockToEscape},
+         allKeyboardsId,
+         false},
+        // Run directly, the stand-in is no program: the reason, then what it means.
+        {CommandLine::Action::MakePermanent,
+         "\n",
+         "",
+         "Permission denied\nkeyvane: " + std::string(PermanentKeymap::makeFailedTitle) + ".\n",
+         {FakeHidutil::clearingCall(), FakeHidutil::clearingCall(),
+          FakeHidutil::installCall(capsLockProperty)},
+         1,
+         "",
+         {capsLockToEscape},
+         allKeyboardsId,
+         true,
+         false},
+        {CommandLine::Action::RemovePermanent, "", PermanentKeymap::removedText, "",
+         around({"pkexec", helper, "remove"}, capsLockProperty, false), 0},
+    };
+    for (const auto& row : rows) {
+        keyMappings = row.list;
+        MappingStore::saveKeyboardId(row.keyboard);
+        hidutil.clearCalls();
+        hidutil.setPkexecMode(row.mode);
+        int input = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+        if (!row.input.empty()) {
+            int ends[2];
+            ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
+            ASSERT_EQ(::write(ends[1], row.input.data(), row.input.size()),
+                      static_cast<ssize_t>(row.input.size()));
+            ::close(ends[1]);
+            ::close(input);
+            input = ends[0];
+        }
+        std::ostringstream out;
+        std::ostringstream err;
+        const CommandLine::Session session{out, err, {}, {}, {}};
+        const int status = CommandLine::executePermanent(
+            {row.action, {}, false}, session,
+            {row.installed ? helper : helper + ".missing", row.throughPkexec}, input);
+        ::close(input);
+        const std::string context = "row " + std::to_string(&row - rows) + "\n" + err.str();
+        EXPECT_EQ(status, row.status) << context;
+        EXPECT_NE(out.str().find(row.out), std::string::npos) << context << out.str();
+        EXPECT_NE(err.str().find(row.err), std::string::npos) << context;
+        EXPECT_EQ(hidutil.calls(), row.calls) << context;
+    }
 }
 
 // However an import file is wrong, the command says why and the stored settings stay as they were,

@@ -126,6 +126,16 @@ TEST_F(MappingApplierTest, EachListInstallsWithOneExactCommandAfterClearing) {
         const std::string context = "row " + std::to_string(&row - rows);
         EXPECT_EQ(hidutil.calls(), calls) << context;
         EXPECT_EQ(drainAlerts(), row.alerts) << context;
+        // The permanent keymap's helper is handed the very words bash handed hidutil.
+        const MappingApplier::PropertyTexts texts = MappingApplier::composeProperty();
+        Calls handed;
+        if (!texts.property.empty())
+            handed.push_back(install(texts.property));
+        if (texts.matching)
+            handed.back().insert(handed.back().end(), {"--matching", *texts.matching});
+        if (!row.refused) {
+            EXPECT_EQ(handed, row.afterClearing) << context;
+        }
         if (row.refused) {
             // The refusal is no caution: bash could not have started that command.
             ::testing::internal::CaptureStderr();
@@ -161,6 +171,8 @@ TEST_F(MappingApplierTest, SingleQuoteInStoredValuesCannotRunShellCode) {
     ASSERT_EQ(calls[1].size(), 5u);  // the values stayed inside their words
     EXPECT_NE(calls[1][2].find("0x700000039" + injection + ", "), std::string::npos);
     EXPECT_EQ(calls[1][4], R"({"ProductID": 0x27e)" + injection + "}");
+    EXPECT_EQ(MappingApplier::composeProperty().property, calls[1][2]);
+    EXPECT_EQ(MappingApplier::composeProperty().matching, calls[1][4]);
 }
 
 TEST_F(MappingApplierTest, ReportsTheRunAndBlankIdsToTheWebService) {

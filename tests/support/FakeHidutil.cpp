@@ -50,6 +50,10 @@ void FakeHidutil::setExitStatus(const std::string& subcommand, int status) {
     std::ofstream(dir_ / ("exit-" + subcommand)) << status;
 }
 
+void FakeHidutil::setPkexecMode(const std::string& mode) {
+    std::ofstream(dir_ / "pkexec-mode") << mode;
+}
+
 std::vector<std::vector<std::string>> FakeHidutil::calls() const {
     std::vector<std::vector<std::string>> result;
     std::ifstream in(dir_ / "calls");

@@ -6,7 +6,8 @@
 
 namespace keyvane::testing {
 
-// Puts the recording fake hidutil first on PATH for the life of the object.
+// Puts the recording fake hidutil first on PATH for the life of the object, and the fake pkexec
+// beside it, which plays the permanent keymap's helper and records its calls among hidutil's.
 class FakeHidutil {
   public:
     FakeHidutil();
@@ -19,7 +20,10 @@ class FakeHidutil {
     void setOutput(const std::string& subcommand, const std::string& output, int run = 0);
     // How the fake ends when run with this first argument (0 unless told).
     void setExitStatus(const std::string& subcommand, int status);
-    // Every argument vector received so far, oldest first.
+    // How the fake pkexec answers: "" plays the helper, "fail" fails with a message, "dismiss" ends
+    // as a closed password dialog does.
+    void setPkexecMode(const std::string& mode);
+    // Every argument vector received so far, oldest first; pkexec's begin with "pkexec".
     std::vector<std::vector<std::string>> calls() const;
     void clearCalls();
 

@@ -4,10 +4,12 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialog>
+#include <QDialogButtonBox>
 #include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMainWindow>
+#include <QPushButton>
 #include <QTableView>
 #include <QTimer>
 #include <QToolButton>
@@ -19,6 +21,7 @@
 #include "engine/MappingFile.h"
 #include "engine/MappingStatus.h"
 #include "engine/MappingStore.h"
+#include "engine/PermanentKeymap.h"
 #include "platform/LoginItems.h"
 #include "tests/support/AlertAnswerer.h"
 #include "tests/support/FakeHidutil.h"
@@ -56,7 +59,7 @@ class MainVCTest : public ::testing::Test {
             keyMappings = stored;
             MappingStore::saveMappings();
         }
-        vc = std::make_unique<MainVC>(updateLoginItem);
+        vc = std::make_unique<MainVC>(updateLoginItem, permanent);
         vc->viewDidLoad();
         vc->MainWin()->show();
     }
@@ -97,6 +100,7 @@ class MainVCTest : public ::testing::Test {
 
     FakeHidutil hidutil;
     AlertAnswerer alerts{{}, AlertAnswerer::WhenUnscripted::PressDefault};
+    PermanentSettings permanent;  // File > Make Permanent…'s helper: none unless a test names one
     std::unique_ptr<MainVC> vc;
 };
 
@@ -299,6 +303,54 @@ TEST_F(MainVCTest, OnlyAChoiceFromTheOpenedListChangesTheKeyboard) {
     }
     ASSERT_EQ(hidutil.calls().size(), 4u);
     EXPECT_EQ(hidutil.calls()[1].back(), R"({"ProductID": 0x27e})");
+}
+
+// File > Make Permanent…, confirmed: the helper changes the keys between a clearing of the session
+// list and its installation again, and "Keep these keys?", left alone, counts down and answers
+// nothing, so that the keys change back. Neither item starts another helper meanwhile.
+TEST_F(MainVCTest, MakePermanentsCountdownLeftAloneChangesTheKeysBack) {
+    const std::string helper = std::string(std::getenv("HOME")) + "/keyvane-permanent";
+    std::ofstream(helper) << "stands in for the installed helper";
+    permanent = {{helper, true}, std::chrono::milliseconds(100)};  // 2 s in all
+    load({threeRecords[0]});
+    auto* make = outlet<QAction>("makePermanentAction");
+    auto* remove = outlet<QAction>("removePermanentAction");
+    EXPECT_EQ(make->text(), "Make &Permanent…");
+    EXPECT_EQ(remove->text(), "Remove Permanent &Keymap");
+    hidutil.clearCalls();
+
+    make->trigger();  // the question's default: Make Permanent
+    const PermanentKeymapDialogs& dialogs = vc->permanentKeymap();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return dialogs.keepKeysDialog() != nullptr; }));
+    KeepKeysDialog* countdown = dialogs.keepKeysDialog();
+    EXPECT_TRUE(countdown->isVisible() && countdown->isModal());
+    EXPECT_EQ(countdown->windowTitle(), PermanentKeymap::keepTitle);
+    QStringList buttons;
+    for (QAbstractButton* button : countdown->findChild<QDialogButtonBox*>()->buttons())
+        buttons << button->text();
+    EXPECT_EQ(buttons,
+              (QStringList{PermanentKeymap::keepButton, PermanentKeymap::changeBackButton}));
+    EXPECT_FALSE(make->isEnabled());
+    EXPECT_FALSE(remove->isEnabled());
+
+    ASSERT_TRUE(QTest::qWaitFor([&] { return make->isEnabled(); }));
+    EXPECT_TRUE(remove->isEnabled());
+    EXPECT_EQ(dialogs.keepKeysDialog(), nullptr);
+    const PermanentKeymap::Message question = PermanentKeymap::makeQuestion();
+    EXPECT_EQ(alerts.drain(), (std::vector<AlertAnswerer::Seen>{
+                                  {question.title.c_str(),
+                                   question.text.c_str(),
+                                   {PermanentKeymap::makeButton, PermanentKeymap::cancelButton},
+                                   PermanentKeymap::makeButton},
+                                  {PermanentKeymap::revertedTitle,
+                                   PermanentKeymap::revertedToNoneText,
+                                   {PermanentKeymapDialogs::okButton},
+                                   PermanentKeymapDialogs::okButton}}));
+    const std::string property = hidutil.calls().back().at(2);
+    EXPECT_EQ(hidutil.calls(), (Calls{FakeHidutil::clearingCall(),
+                                      {"pkexec", helper, "make", property},
+                                      FakeHidutil::clearingCall(),
+                                      FakeHidutil::installCall(property)}));
 }
 
 TEST_F(MainVCTest, CheckboxStoresTheChoiceBeforeTheLoginItemFollowsIt) {

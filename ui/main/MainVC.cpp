@@ -36,11 +36,12 @@ const char* const columns[] = {MainVC::originalColumn, MainVC::remappedColumn};
 
 }  // namespace
 
-MainVC::MainVC(std::function<void()> updateLoginItem, QObject* parent)
+MainVC::MainVC(std::function<void()> updateLoginItem, PermanentSettings permanent, QObject* parent)
     : QAbstractTableModel(parent),
       updateLoginItem_(std::move(updateLoginItem)),
       window_(std::make_unique<QMainWindow>()),
-      ui_(std::make_unique<Ui::MainWindow>()) {
+      ui_(std::make_unique<Ui::MainWindow>()),
+      permanent_(new PermanentKeymapDialogs(window_.get(), std::move(permanent))) {
     ui_->setupUi(window_.get());
     ui_->tableView->setModel(this);
     // Key names are short; the status takes the room that is left.
@@ -79,6 +80,15 @@ void MainVC::connectActions() {
     connect(ui_->importAction, &QAction::triggered, this, &MainVC::importMappings);
     connect(ui_->exportAction, &QAction::triggered, this,
             [this] { mapping_file_dialogs::exportMappings(window_.get()); });
+    connect(ui_->makePermanentAction, &QAction::triggered, permanent_,
+            &PermanentKeymapDialogs::makePermanent);
+    connect(ui_->removePermanentAction, &QAction::triggered, permanent_,
+            &PermanentKeymapDialogs::removePermanent);
+    // One helper at a time: the other item waits until the first has finished.
+    connect(permanent_, &PermanentKeymapDialogs::runningChanged, this, [this](bool running) {
+        ui_->makePermanentAction->setEnabled(!running);
+        ui_->removePermanentAction->setEnabled(!running);
+    });
     connect(ui_->closeWindowAction, &QAction::triggered, window_.get(), &QWidget::close);
     connect(ui_->quitAction, &QAction::triggered, this, [] { terminateApplication(); });
 

@@ -4,6 +4,8 @@
 #include <functional>
 #include <memory>
 
+#include "ui/main/PermanentKeymapDialogs.h"
+
 class QCheckBox;
 class QComboBox;
 class QMainWindow;
@@ -36,8 +38,10 @@ class MainVC : public QAbstractTableModel {
         "One installation can carry at most %1 mappings, and your list has %2. Remove %3 before "
         "you add another.";
 
-    // `updateLoginItem` makes the login item follow the stored "applyatlogin" choice.
-    explicit MainVC(std::function<void()> updateLoginItem, QObject* parent = nullptr);
+    // `updateLoginItem` makes the login item follow the stored "applyatlogin" choice; `permanent`
+    // names the helper of File > Make Permanent… (none: it says Keyvane is not installed).
+    explicit MainVC(std::function<void()> updateLoginItem, PermanentSettings permanent = {},
+                    QObject* parent = nullptr);
     ~MainVC() override;
 
     QMainWindow* MainWin() const { return window_.get(); }
@@ -55,6 +59,9 @@ class MainVC : public QAbstractTableModel {
     void keyboardPopupChanged(QComboBox* sender);
     void applyCheckboxClicked(QCheckBox* sender);
     void quitBtnClicked();
+
+    // File > Make Permanent… and Remove Permanent Keymap.
+    PermanentKeymapDialogs& permanentKeymap() const { return *permanent_; }
 
     // Shows `keyMappings` again after records were appended elsewhere.
     void reloadTable();
@@ -74,6 +81,7 @@ class MainVC : public QAbstractTableModel {
     std::unique_ptr<QMainWindow> window_;
     std::unique_ptr<Ui::MainWindow> ui_;
     std::unique_ptr<KeyboardVC> keyboardVC_;  // the last capture window presented
+    PermanentKeymapDialogs* permanent_;       // owned by the window
     bool loaded_ = false;
 };
 
