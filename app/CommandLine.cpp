@@ -389,7 +389,7 @@ int CommandLine::main(int argc, char** argv) {
             // this terminal.
             MappingStore::loadMappings();
             return executePermanent(*command, {std::cout, std::cerr, {}, {}, {}},
-                                    {permanent::helperPath, ::geteuid() != 0}, STDIN_FILENO);
+                                    {bundle::permanentHelperPath(), ::geteuid() != 0}, STDIN_FILENO);
         default:
             break;
     }

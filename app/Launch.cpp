@@ -50,7 +50,7 @@ Launch::Outcome Launch::start() {
     });
     // pkexec asks polkit for the helper; a Keyvane that already runs as root starts it itself.
     mainVC_ = std::make_unique<MainVC>(
-        updateLoginItem, PermanentSettings{{permanent::helperPath, ::geteuid() != 0}});
+        updateLoginItem, PermanentSettings{{bundle::permanentHelperPath(), ::geteuid() != 0}});
     mainVC_->viewDidLoad();
     delegate_.setWindow(mainVC_->MainWin());
     QObject::connect(&instance_, &SingleInstance::reopenRequested, &delegate_, [this] {

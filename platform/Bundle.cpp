@@ -1,6 +1,9 @@
 #include "platform/Bundle.h"
 
 #include <QCoreApplication>
+#include <QDir>
+
+#include "permanent/PermanentCommand.h"
 
 #ifndef KEYVANE_BUNDLE_VERSION
 #error "KEYVANE_BUNDLE_VERSION must be defined by the build"
@@ -17,6 +20,12 @@ void appendProgramFolderToPath() {
     if (!path.isEmpty())
         path += ':';
     qputenv("PATH", path + QCoreApplication::applicationDirPath().toLocal8Bit());
+}
+
+std::string permanentHelperPath() {
+    return QDir::cleanPath(QCoreApplication::applicationDirPath() + '/' +
+                           permanent::helperFromProgramFolder)
+        .toStdString();
 }
 
 }  // namespace keyvane::bundle

@@ -19,5 +19,9 @@ std::string shortVersion();
 // earlier (a test double, or one the user prefers) still wins. Needs the application object.
 void appendProgramFolderToPath();
 
+// Where an installation puts the permanent keymap's helper, from keyvane's own folder: the one path
+// its polkit action lets pkexec run. Needs the application object.
+std::string permanentHelperPath();
+
 }  // namespace bundle
 }  // namespace keyvane

@@ -168,7 +168,7 @@ TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
          1,
          "",
          std::string("keyvane: ") + PermanentKeymap::notInstalledTitle + ". " +
-             fillIn(PermanentKeymap::notInstalledText, {permanent::helperPath}),
+             fillIn(PermanentKeymap::notInstalledText, {bundle::permanentHelperPath()}),
          {}},
         {{"--frobnicate"}, 2, "", "keyvane: unknown option \"--frobnicate\"", {}},
         {{"--list", "--apply"}, 2, "", "not both --list and --apply", {}},
