@@ -112,7 +112,8 @@ class PermanentKeymap {
     // %1: the keys, "a, 1, Enter"
     static constexpr const char* passwordKeysText =
         "Careful: your list moves or disables keys you may type your password with: %1. The "
-        "login screen and the disk-encryption prompt will see those keys changed too.";
+        "login screen and the text console will see those keys changed too, and so will the "
+        "disk-encryption prompt where the initramfs carries udev's hwdb (Debian 12's does not).";
     // %1: the seconds
     static constexpr const char* countdownText =
         "Once the keys have changed, you have %1 seconds to keep them; otherwise they change "

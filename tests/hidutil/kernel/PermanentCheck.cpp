@@ -12,10 +12,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "GuestCheck.h"
@@ -131,6 +134,18 @@ struct Keyboards {
 };
 using Codes = std::vector<int>;
 
+// udev applies hwdb to a new keyboard once it has handled it, which "udevadm settle" does not wait
+// for when udev has not yet heard of the keyboard: what udev does is waited for, ten seconds at
+// most.
+bool eventually(const std::function<bool()>& condition) {
+    for (int attempt = 0; attempt < 200; ++attempt) {
+        if (condition())
+            return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    return false;
+}
+
 // What a check saw, for the console: the Caps Lock keys' codes.
 std::string seen(const Codes& codes) {
     std::string text = " (Caps Lock keys give";
@@ -151,8 +166,7 @@ void checkAllKeyboards(const Keyboards& keyboards) {
 
     UhidKeyboard later;
     const bool plugged = later.create(productA, BUS_USB, "Keyvane permanent later");
-    std::system("udevadm settle");
-    check(plugged && keycodeOf(later.node, capsLockUsage) == KEY_ESC,
+    check(plugged && eventually([&] { return keycodeOf(later.node, capsLockUsage) == KEY_ESC; }),
           "a keyboard plugged in afterwards, with no Keyvane running, has the permanent key");
 
     check(hidutilInProcess(mapping({{"39", "e0"}, {"04", "05"}})) == 0 &&
