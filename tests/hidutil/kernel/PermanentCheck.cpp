@@ -117,11 +117,22 @@ int makeAndKeep(const std::vector<std::string>& args) {
     return changed ? status : -1;
 }
 
+// hidutil as the session's, with records of its own.
+const std::string inProcess = "KEYVANE_HIDUTIL_IN_PROCESS=1 XDG_STATE_HOME=/run/permanent-state ";
+
 int hidutilInProcess(const std::string& list) {
-    const std::string command =
-        "KEYVANE_HIDUTIL_IN_PROCESS=1 XDG_STATE_HOME=/run/permanent-state " + hidutil +
-        " property --set '" + list + "' >/dev/null";
-    return std::system(command.c_str());
+    return std::system((inProcess + hidutil + " property --set '" + list + "' >/dev/null").c_str());
+}
+
+std::string hidutilStatus() {
+    FILE* status = ::popen((inProcess + hidutil + " status").c_str(), "r");
+    std::string out;
+    char buffer[4096];
+    while (status && std::fgets(buffer, sizeof buffer, status))
+        out += buffer;
+    if (status)
+        ::pclose(status);
+    return out;
 }
 
 struct Keyboards {
@@ -176,6 +187,12 @@ void checkAllKeyboards(const Keyboards& keyboards) {
               keyboards.capsLock() == Codes{KEY_ESC, KEY_ESC, KEY_ESC} &&
               keycodeOf(keyboards.a, 0x70004) == KEY_A,
           "clearing the session list goes back to the permanent keys, not the kernel's");
+    const std::string onA =
+        "Keyvane permanent A\nmapping 0x700000039 0x700000029 permanent\n"
+        "key 0x70039 esc hwdb\n";
+    check(hidutilInProcess(escape) == 0 && hidutilStatus().find(onA) != std::string::npos &&
+              hidutilInProcess(mapping({})) == 0,
+          "status: the session's Caps Lock -> Escape is the permanent keymap's, key by key hwdb's");
 }
 
 void checkOneProductAndAnswers(const Keyboards& keyboards) {
