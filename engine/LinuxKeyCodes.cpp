@@ -4,7 +4,7 @@
 #include <unordered_map>
 
 #include "engine/KeyTable.h"
-#include "hidutil/HidKeyCodes.h"
+#include "keys/HidKeyCodes.h"
 
 namespace keyvane {
 namespace {

@@ -14,7 +14,7 @@
 #include <optional>
 
 #include "common/Text.h"
-#include "hidutil/KeyCapabilities.h"
+#include "keys/KeyCapabilities.h"
 #include "hidutil/UdevData.h"
 
 namespace keyvane::hidutil {

@@ -4,8 +4,8 @@
 
 #include <algorithm>
 
-#include "hidutil/HidKeyCodes.h"
-#include "hidutil/KeyCapabilities.h"
+#include "keys/HidKeyCodes.h"
+#include "keys/KeyCapabilities.h"
 
 namespace keyvane::hidutil {
 namespace {

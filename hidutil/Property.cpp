@@ -1,7 +1,7 @@
 #include "hidutil/Property.h"
 
 #include "common/Hex.h"
-#include "hidutil/HidKeyCodes.h"
+#include "keys/HidKeyCodes.h"
 #include "hidutil/Messages.h"
 
 namespace keyvane::hidutil {

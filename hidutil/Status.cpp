@@ -5,7 +5,7 @@
 #include "common/Hex.h"
 #include "common/Text.h"
 #include "common/Utf8.h"
-#include "hidutil/KeyNames.h"
+#include "keys/KeyNames.h"
 #include "hidutil/Messages.h"
 
 namespace keyvane::hidutil {

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "hidutil/KeyNames.h"
+#include "keys/KeyNames.h"
 
 namespace keyvane::hidutil {
 namespace {

@@ -5,7 +5,7 @@
 
 #include "common/Hex.h"
 #include "common/Text.h"
-#include "hidutil/KeyNames.h"
+#include "keys/KeyNames.h"
 
 namespace keyvane::permanent {
 namespace {
@@ -31,7 +31,7 @@ std::string hexDigits(std::uint32_t value) {
 }
 
 std::string property(std::string_view name, std::uint32_t scancode, std::uint32_t keycode) {
-    return " " + std::string(name) + hexDigits(scancode) + "=" + hidutil::keyName(keycode) + "\n";
+    return " " + std::string(name) + hexDigits(scancode) + "=" + keyName(keycode) + "\n";
 }
 
 // " NAME<hex>=<key>" of one of the two properties: its scancode and key code.
@@ -44,7 +44,7 @@ std::optional<std::pair<std::uint32_t, std::uint32_t>> readProperty(std::string_
     if (equals == std::string_view::npos)
         return std::nullopt;
     const auto scancode = parseHex(line.substr(0, equals));
-    const auto keycode = hidutil::keyCodeNamed(line.substr(equals + 1));
+    const auto keycode = keyCodeNamed(line.substr(equals + 1));
     if (!scancode || *scancode > UINT32_MAX || !keycode)
         return std::nullopt;
     return std::pair{static_cast<std::uint32_t>(*scancode), *keycode};

@@ -10,7 +10,7 @@
 #include <system_error>
 
 #include "common/Log.h"
-#include "hidutil/KeyCapabilities.h"
+#include "keys/KeyCapabilities.h"
 
 namespace keyvane {
 namespace {

@@ -5,7 +5,7 @@
 
 #include "engine/KeyTable.h"
 #include "engine/LinuxKeyCodes.h"
-#include "hidutil/HidKeyCodes.h"
+#include "keys/HidKeyCodes.h"
 
 namespace keyvane {
 namespace {

@@ -4,7 +4,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "hidutil/HidKeyCodes.h"
+#include "keys/HidKeyCodes.h"
 
 namespace keyvane {
 namespace {

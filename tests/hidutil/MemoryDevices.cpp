@@ -5,7 +5,7 @@
 #include <sstream>
 
 #include "hidutil/Command.h"
-#include "hidutil/HidKeyCodes.h"
+#include "keys/HidKeyCodes.h"
 #include "hidutil/UdevData.h"
 
 namespace keyvane::testing {

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace keyvane::hidutil {
+namespace keyvane {
 
 // Key codes by the names udev's hwdb files give them (KEYBOARD_KEY_70039=esc): the kernel's KEY_
 // names in lower case, without "KEY_".
@@ -16,4 +16,4 @@ std::string keyName(std::uint32_t keyCode);
 // The code of a name, or of a number as udev reads one; nothing for anything else.
 std::optional<std::uint32_t> keyCodeNamed(std::string_view name);
 
-}  // namespace keyvane::hidutil
+}  // namespace keyvane

@@ -1,4 +1,4 @@
-#include "hidutil/KeyNames.h"
+#include "keys/KeyNames.h"
 
 #include <linux/input-event-codes.h>
 
@@ -6,7 +6,7 @@
 #include <charconv>
 #include <iterator>
 
-namespace keyvane::hidutil {
+namespace keyvane {
 namespace {
 
 struct NamedKey {
@@ -38,4 +38,4 @@ std::optional<std::uint32_t> keyCodeNamed(std::string_view name) {
     return code;
 }
 
-}  // namespace keyvane::hidutil
+}  // namespace keyvane

@@ -1,4 +1,4 @@
-#include "hidutil/KeyCapabilities.h"
+#include "keys/KeyCapabilities.h"
 
 #include <linux/input-event-codes.h>
 

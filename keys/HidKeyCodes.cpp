@@ -1,4 +1,4 @@
-#include "hidutil/HidKeyCodes.h"
+#include "keys/HidKeyCodes.h"
 
 #include <array>
 
