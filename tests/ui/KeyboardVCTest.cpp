@@ -9,6 +9,7 @@
 #include <QPushButton>
 #include <QtTest/QTest>
 
+#include "engine/KeyTable.h"
 #include "engine/MappingStore.h"
 #include "tests/support/FakeHidutil.h"
 #include "ui/capture/KeyboardVC.h"
@@ -126,6 +127,8 @@ TEST_F(KeyboardVCTest, KeysFollowTheStepsAndOnlyAModifiersReleaseIsAKey) {
 
 TEST_F(KeyboardVCTest, PickerOffersKeysWithoutCodesAndDisableKeyOnlyForTheNewKey) {
     EXPECT_FALSE(pickable("Disable key"));
+    // Groups are parted by lines, not by a row of dashes that reads like a key.
+    EXPECT_EQ(outlet<QComboBox>("keyPopup")->findText(KeyTable::separatorName.data()), -1);
     wheel();
     EXPECT_EQ(text("srcKeyLbl"), "Original key");
     pick("Paste");

@@ -102,14 +102,16 @@ void KeyboardVC::viewDidAppear() {
 
 void KeyboardVC::fillKeyPopup() {
     QComboBox* popup = ui_->keyPopup;
-    auto* model = qobject_cast<QStandardItemModel*>(popup->model());
     for (const KeyTable::SortedEntry& entry : KeyTable::sortedEntries()) {
+        // The key table's separator rows are drawn as lines, which cannot be picked.
+        if (entry.name == KeyTable::separatorName) {
+            popup->insertSeparator(popup->count());
+            continue;
+        }
         popup->addItem(QString::fromStdString(entry.name), QString::fromStdString(entry.keyId));
         const int row = popup->count() - 1;
         if (!pcKeyName(entry.name).empty())
             popup->setItemData(row, QString::fromUtf8(pcKeyName(entry.name)), Qt::ToolTipRole);
-        if (entry.name == KeyTable::separatorName)
-            model->item(row)->setEnabled(false);
         if (entry.name == KeyTable::disableKeyName) {
             qobject_cast<QListView*>(popup->view())->setRowHidden(row, true);
             disableMenuItem_ = row;
@@ -121,7 +123,7 @@ void KeyboardVC::fillKeyPopup() {
 
 void KeyboardVC::keyPopupChanged(QComboBox* sender) {
     const int row = sender->currentIndex();
-    if (row < 0 || sender->itemText(row).toStdString() == KeyTable::separatorName)
+    if (row < 0 || sender->itemData(row).isNull())
         return;
     const std::string keyId = sender->itemData(row).toString().toStdString();
     trace("picked: " + sender->itemText(row).toStdString() + " (" + keyId + ")");
