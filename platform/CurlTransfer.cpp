@@ -19,6 +19,8 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr const char* timedOutDescription = "The request timed out.";
+const std::string tooLargeDescription =
+    "The answer is larger than " + std::to_string(maxAnswerBytes) + " bytes.";
 // As many as a browser follows before it gives up.
 constexpr long redirectLimit = 16;
 
@@ -146,6 +148,8 @@ std::optional<UrlOutcome> CurlTransfer::idleFailure(Clock::time_point now) {
 }
 
 UrlOutcome CurlTransfer::finish(CURLcode result) {
+    if (tooLarge_)
+        return failure(CURLE_FILESIZE_EXCEEDED, tooLargeDescription);
     if (result != CURLE_OK)
         return failure(result);
     UrlOutcome outcome;
@@ -171,9 +175,14 @@ bool CurlTransfer::bytesArrived() {
 }
 
 std::size_t CurlTransfer::receive(char* data, std::size_t size, std::size_t count, void* self) {
-    auto& body = static_cast<CurlTransfer*>(self)->body_;
-    body.insert(body.end(), data, data + size * count);
-    return size * count;
+    auto& transfer = *static_cast<CurlTransfer*>(self);
+    const std::size_t length = size * count;
+    if (length > maxAnswerBytes - transfer.body_.size()) {
+        transfer.tooLarge_ = true;
+        return 0;  // libcurl ends the exchange
+    }
+    transfer.body_.insert(transfer.body_.end(), data, data + length);
+    return length;
 }
 
 UrlOutcome CurlTransfer::failure(CURLcode code, const std::string& details) const {

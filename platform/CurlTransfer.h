@@ -53,6 +53,7 @@ class CurlTransfer {
     CURL* easy_ = nullptr;
     curl_slist* headers_ = nullptr;
     CURLcode setupError_ = CURLE_OK;
+    bool tooLarge_ = false;
     std::vector<Socket> sockets_;
     std::vector<unsigned char> body_;
     char errorBuffer_[CURL_ERROR_SIZE] = {};

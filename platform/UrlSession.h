@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <functional>
 #include <optional>
 #include <string>
@@ -27,6 +28,9 @@ struct UrlRequest {
     std::chrono::milliseconds idleLimit{60000};
     std::chrono::milliseconds totalLimit{60000};
 };
+
+// The most bytes an answer's body may have; a larger answer is a failure that says so.
+inline constexpr std::size_t maxAnswerBytes = 1024 * 1024;
 
 // How an exchange ended. An answer with an HTTP error status is an answer, not a failure.
 struct UrlOutcome {
