@@ -11,7 +11,7 @@ namespace keyvane::bench {
 
 // The console output, then `ratios` with the time of every benchmark by its name (with its
 // arguments): the median where repetitions were asked for, the one run otherwise; 0 for a name that
-// did not run.
+// did not run. A benchmark's counters are found the same way, as "name/counter".
 class RatioReporter : public benchmark::ConsoleReporter {
   public:
     using Times = std::function<double(const std::string& name)>;
@@ -19,11 +19,15 @@ class RatioReporter : public benchmark::ConsoleReporter {
 
     void ReportRuns(const std::vector<Run>& runs) override {
         ConsoleReporter::ReportRuns(runs);
-        for (const Run& run : runs)
-            if (run.run_type == Run::RT_Iteration || run.aggregate_name == "median")
-                times_[run.run_name.function_name +
-                       (run.run_name.args.empty() ? "" : "/" + run.run_name.args)] =
-                    run.GetAdjustedRealTime();
+        for (const Run& run : runs) {
+            if (run.run_type != Run::RT_Iteration && run.aggregate_name != "median")
+                continue;
+            const std::string name = run.run_name.function_name +
+                                     (run.run_name.args.empty() ? "" : "/" + run.run_name.args);
+            times_[name] = run.GetAdjustedRealTime();
+            for (const auto& [counter, value] : run.counters)
+                times_[name + "/" + counter] = value.value;
+        }
     }
     void Finalize() override {
         ConsoleReporter::Finalize();
@@ -35,7 +39,7 @@ class RatioReporter : public benchmark::ConsoleReporter {
 
   private:
     std::function<void(const Times&)> ratios_;
-    std::map<std::string, double> times_;
+    std::map<std::string, double> times_;  // counters too, by "name/counter"
 };
 
 }  // namespace keyvane::bench

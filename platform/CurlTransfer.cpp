@@ -19,6 +19,8 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr const char* timedOutDescription = "The request timed out.";
+const std::string tooLargeDescription =
+    "The answer is larger than " + std::to_string(maxAnswerBytes) + " bytes.";
 // As many as a browser follows before it gives up.
 constexpr long redirectLimit = 16;
 
@@ -59,12 +61,6 @@ curl_slist* headerLines(const UrlRequest& request) {
     return lines;
 }
 
-std::size_t appendBody(char* data, std::size_t size, std::size_t count, void* body) {
-    auto* bytes = static_cast<std::vector<unsigned char>*>(body);
-    bytes->insert(bytes->end(), data, data + size * count);
-    return size * count;
-}
-
 CURLcode prepareTls(CURL*, void* context, void*) {
     trust_store::trustIn(static_cast<SSL_CTX*>(context));
     return CURLE_OK;
@@ -75,9 +71,9 @@ CURLcode prepareTls(CURL*, void* context, void*) {
 CurlTransfer::CurlTransfer(UrlRequest request, Clock::time_point calledAt)
     : request_(std::move(request)),
       calledAt_(calledAt),
-      easy_(curl_easy_init()),
-      multi_(curl_multi_init()) {
-    if (!easy_ || !multi_) {
+      lastData_(calledAt),
+      easy_(curl_easy_init()) {
+    if (!easy_) {
         setupError_ = CURLE_FAILED_INIT;
         return;
     }
@@ -90,6 +86,12 @@ CurlTransfer::CurlTransfer(UrlRequest request, Clock::time_point calledAt)
     set(CURLOPT_FOLLOWLOCATION, 1L);
     set(CURLOPT_MAXREDIRS, redirectLimit);
     set(CURLOPT_HTTPHEADER, headers_);
+    // The multi handle that drives every exchange would keep connections, TLS sessions and name
+    // look-ups for the next one; each exchange starts afresh and leaves nothing behind.
+    set(CURLOPT_FRESH_CONNECT, 1L);
+    set(CURLOPT_FORBID_REUSE, 1L);
+    set(CURLOPT_SSL_SESSIONID_CACHE, 0L);
+    set(CURLOPT_DNS_CACHE_TIMEOUT, 0L);
     if (request_.method == "POST") {
         set(CURLOPT_POST, 1L);
         set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request_.body.size()));
@@ -105,20 +107,16 @@ CurlTransfer::CurlTransfer(UrlRequest request, Clock::time_point calledAt)
     set(CURLOPT_OPENSOCKETDATA, this);
     set(CURLOPT_CLOSESOCKETFUNCTION, closeSocket);
     set(CURLOPT_CLOSESOCKETDATA, this);
-    set(CURLOPT_WRITEFUNCTION, appendBody);
-    set(CURLOPT_WRITEDATA, &body_);
+    set(CURLOPT_WRITEFUNCTION, receive);
+    set(CURLOPT_WRITEDATA, this);
     set(CURLOPT_ERRORBUFFER, errorBuffer_);
     // Signals belong to the application; name look-ups run on libcurl's own thread.
     set(CURLOPT_NOSIGNAL, 1L);
 }
 
 CurlTransfer::~CurlTransfer() {
-    if (added_)
-        curl_multi_remove_handle(multi_, easy_);
     if (easy_)
         curl_easy_cleanup(easy_);
-    if (multi_)
-        curl_multi_cleanup(multi_);
     curl_slist_free_all(headers_);
 }
 
@@ -129,7 +127,7 @@ void CurlTransfer::set(CURLoption option, Value value) {
         setupError_ = result;
 }
 
-std::optional<UrlOutcome> CurlTransfer::run(const std::atomic<bool>& abandon) {
+std::optional<UrlOutcome> CurlTransfer::begin() {
     const auto totalLeft =
         std::chrono::ceil<milliseconds>(request_.totalLimit - (Clock::now() - calledAt_));
     if (totalLeft.count() <= 0)
@@ -137,39 +135,26 @@ std::optional<UrlOutcome> CurlTransfer::run(const std::atomic<bool>& abandon) {
     set(CURLOPT_TIMEOUT_MS, static_cast<long>(totalLeft.count()));
     if (setupError_ != CURLE_OK)
         return failure(setupError_, "setting up the exchange");
-    if (curl_multi_add_handle(multi_, easy_) != CURLM_OK)
-        return failure(CURLE_FAILED_INIT, "adding the exchange");
-    added_ = true;
-
-    Clock::time_point lastData = calledAt_;
-    for (;;) {
-        int running = 0;
-        if (const CURLMcode code = curl_multi_perform(multi_, &running); code != CURLM_OK)
-            return failure(CURLE_FAILED_INIT, curl_multi_strerror(code));
-        if (!running)
-            break;
-        if (abandon)
-            return std::nullopt;
-        const Clock::time_point now = Clock::now();
-        if (bytesArrived())
-            lastData = now;
-        const auto idleLeft = std::chrono::ceil<milliseconds>(lastData + request_.idleLimit - now);
-        if (idleLeft.count() <= 0)
-            return failure(CURLE_OPERATION_TIMEDOUT,
-                           "no data for " + std::to_string(request_.idleLimit.count()) + " ms");
-        curl_multi_poll(multi_, nullptr, 0, static_cast<int>(idleLeft.count()), nullptr);
-    }
-    int queued = 0;
-    const CURLMsg* message = curl_multi_info_read(multi_, &queued);
-    if (!message || message->msg != CURLMSG_DONE)
-        return failure(CURLE_FAILED_INIT, "the exchange ended without a result");
-    if (message->data.result != CURLE_OK)
-        return failure(message->data.result);
-    return answer();
+    return std::nullopt;
 }
 
-void CurlTransfer::wake() {
-    curl_multi_wakeup(multi_);
+std::optional<UrlOutcome> CurlTransfer::idleFailure(Clock::time_point now) {
+    if (bytesArrived())
+        lastData_ = now;
+    if (now < idleDeadline())
+        return std::nullopt;
+    return failure(CURLE_OPERATION_TIMEDOUT,
+                   "no data for " + std::to_string(request_.idleLimit.count()) + " ms");
+}
+
+UrlOutcome CurlTransfer::finish(CURLcode result) {
+    if (tooLarge_)
+        return failure(CURLE_FILESIZE_EXCEEDED, tooLargeDescription);
+    if (result != CURLE_OK)
+        return failure(result);
+    UrlOutcome outcome;
+    outcome.body = std::move(body_);
+    return outcome;
 }
 
 // Every byte counts, those of the TLS handshake and of an unfinished status line too: the
@@ -189,10 +174,15 @@ bool CurlTransfer::bytesArrived() {
     return arrived;
 }
 
-UrlOutcome CurlTransfer::answer() {
-    UrlOutcome outcome;
-    outcome.body = std::move(body_);
-    return outcome;
+std::size_t CurlTransfer::receive(char* data, std::size_t size, std::size_t count, void* self) {
+    auto& transfer = *static_cast<CurlTransfer*>(self);
+    const std::size_t length = size * count;
+    if (length > maxAnswerBytes - transfer.body_.size()) {
+        transfer.tooLarge_ = true;
+        return 0;  // libcurl ends the exchange
+    }
+    transfer.body_.insert(transfer.body_.end(), data, data + length);
+    return length;
 }
 
 UrlOutcome CurlTransfer::failure(CURLcode code, const std::string& details) const {

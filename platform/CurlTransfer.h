@@ -2,7 +2,6 @@
 
 #include <curl/curl.h>
 
-#include <atomic>
 #include <chrono>
 #include <optional>
 #include <vector>
@@ -11,8 +10,8 @@
 
 namespace keyvane {
 
-// One exchange driven by libcurl on the thread that runs it, from the first byte to the last.
-// libcurl's global state must be set up before the first one is made.
+// One exchange as libcurl's easy handle, with the limits of its request, for a multi handle to
+// drive. libcurl's global state must be set up before the first one is made.
 class CurlTransfer {
   public:
     using Clock = std::chrono::steady_clock;
@@ -23,10 +22,17 @@ class CurlTransfer {
     CurlTransfer(const CurlTransfer&) = delete;
     CurlTransfer& operator=(const CurlTransfer&) = delete;
 
-    // Runs the exchange to its end. No outcome when `abandon` turned true first.
-    std::optional<UrlOutcome> run(const std::atomic<bool>& abandon);
-    // Callable from any thread: a `run` waiting for the network looks at `abandon` at once.
-    void wake();
+    // Readies the handle for a multi handle: nothing when it may be added, otherwise the failure
+    // that ends the exchange before it begins.
+    std::optional<UrlOutcome> begin();
+    CURL* easy() const { return easy_; }
+    // The failure once no byte has arrived for the idle limit; `now` is the time of the look.
+    std::optional<UrlOutcome> idleFailure(Clock::time_point now);
+    // When the idle limit runs out unless a byte arrives first.
+    Clock::time_point idleDeadline() const { return lastData_ + request_.idleLimit; }
+    // The outcome, once libcurl has finished the exchange with `result`.
+    UrlOutcome finish(CURLcode result);
+    UrlOutcome failure(CURLcode code, const std::string& details = {}) const;
 
   private:
     struct Socket {
@@ -37,18 +43,17 @@ class CurlTransfer {
     template <typename Value>
     void set(CURLoption option, Value value);
     bool bytesArrived();
-    UrlOutcome answer();
-    UrlOutcome failure(CURLcode code, const std::string& details = {}) const;
+    static std::size_t receive(char* data, std::size_t size, std::size_t count, void* self);
     static curl_socket_t openSocket(void* self, curlsocktype, curl_sockaddr* address);
     static int closeSocket(void* self, curl_socket_t fd);
 
     UrlRequest request_;
     Clock::time_point calledAt_;
+    Clock::time_point lastData_;
     CURL* easy_ = nullptr;
-    CURLM* multi_ = nullptr;
     curl_slist* headers_ = nullptr;
-    bool added_ = false;
     CURLcode setupError_ = CURLE_OK;
+    bool tooLarge_ = false;
     std::vector<Socket> sockets_;
     std::vector<unsigned char> body_;
     char errorBuffer_[CURL_ERROR_SIZE] = {};

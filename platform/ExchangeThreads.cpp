@@ -3,12 +3,13 @@
 #include <curl/curl.h>
 
 #include <QCoreApplication>
+#include <algorithm>
 #include <atomic>
-#include <condition_variable>
 #include <cstdlib>
+#include <limits>
 #include <memory>
 #include <mutex>
-#include <set>
+#include <optional>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -23,74 +24,92 @@ namespace {
 using Clock = CurlTransfer::Clock;
 using Completion = std::function<void(UrlOutcome)>;
 
-UrlOutcome noThread(const std::system_error& error, const std::string& url) {
+constexpr const char* noMultiHandle = "libcurl could not be set up";
+
+UrlOutcome failedToStart(const std::string& reason, const std::string& url) {
     UrlOutcome outcome;
     outcome.failed = true;
-    outcome.errorDescription = std::string("No thread for the request: ") + error.what();
-    outcome.errorDetail = outcome.errorDescription + " for " + url;
+    outcome.errorDescription = reason;
+    outcome.errorDetail = reason + " for " + url;
     return outcome;
 }
 
-class Threads {
-    struct Job {
-        UrlRequest request;
-        Completion completion;
-        Clock::time_point calledAt;  // the limits count from here
-    };
-    struct Worker {
-        std::thread thread;
-        std::shared_ptr<std::atomic<bool>> ended;
-    };
+// A request handed over, not yet seen by the thread.
+struct Job {
+    UrlRequest request;
+    Completion completion;
+    Clock::time_point calledAt;  // the limits count from here
+};
 
+// A request the multi handle drives.
+struct Exchange {
+    explicit Exchange(Job job)
+        : transfer(std::move(job.request), job.calledAt), completion(std::move(job.completion)) {}
+    CurlTransfer transfer;
+    Completion completion;
+};
+
+class Worker {
   public:
-    // Never destroyed: its threads may still run while static objects go away.
-    static Threads& instance() {
-        static auto* threads = new Threads;
-        return *threads;
+    // Never destroyed: its thread may still run while static objects go away.
+    static Worker& instance() {
+        static auto* worker = new Worker;
+        return *worker;
     }
 
     void start(UrlRequest request, Completion completion) {
-        auto job =
-            std::make_unique<Job>(Job{std::move(request), std::move(completion), Clock::now()});
+        Job job{std::move(request), std::move(completion), Clock::now()};
         watchForTheEnd();
-        {
-            std::lock_guard lock(mutex_);
-            if (closing_)
-                return;  // the process is ending; nobody would receive an outcome
+        std::unique_lock lock(mutex_);
+        if (closing_)
+            return;  // the process is ending; nobody would receive an outcome
+        std::string reason;
+        if (broken_) {
+            reason = noMultiHandle;
+        } else if (!thread_.joinable()) {
             try {
-                if (!starter_.joinable())
-                    starter_ = std::thread(&Threads::startWorkers, this);
-                jobs_.push_back(std::move(job));
+                thread_ = std::thread(&Worker::run, this);
             } catch (const std::system_error& error) {
-                job->completion(noThread(error, job->request.url));
-                return;
+                reason = std::string("No thread for the request: ") + error.what();
             }
         }
-        changed_.notify_one();
+        if (!reason.empty()) {
+            lock.unlock();
+            job.completion(failedToStart(reason, job.request.url));
+            return;
+        }
+        handedIn_.push_back(std::move(job));
+        // Until the thread has made its multi handle, it looks at the requests before it waits.
+        if (multi_)
+            curl_multi_wakeup(multi_);
     }
 
     void closeAll() {
         std::lock_guard closingLock(closeMutex_);
-        std::thread starter;
+        std::thread thread;
+        std::vector<Job> dropped;  // with their callbacks, outside the lock
         {
             std::lock_guard lock(mutex_);
             closing_ = true;
-            for (CurlTransfer* transfer : live_)
-                transfer->wake();
-            starter = std::move(starter_);
+            if (multi_)
+                curl_multi_wakeup(multi_);
+            thread = std::move(thread_);
+            dropped = std::exchange(handedIn_, {});
         }
-        changed_.notify_all();
-        if (starter.joinable())
-            starter.join();
-        if (curlReady_) {
+        const bool ran = thread.joinable();
+        if (ran)
+            thread.join();
+        curl_multi_cleanup(std::exchange(multi_, nullptr));
+        if (ran) {
             trust_store::release();
             curl_global_cleanup();
-            curlReady_ = false;
         }
     }
 
   private:
-    Threads() = default;
+    using Live = std::vector<std::unique_ptr<Exchange>>;
+
+    Worker() = default;
 
     // The application object's end comes first; exit() is the fallback for a process without one.
     void watchForTheEnd() {
@@ -100,102 +119,116 @@ class Threads {
         });
     }
 
-    // The starter thread: starts a worker for each job handed over and joins the workers that
-    // have ended; at the end, joins them all.
-    void startWorkers() {
-        std::vector<Worker> workers;
-        std::unique_lock lock(mutex_);
+    // The thread: hands new requests to the multi handle, lets it run and waits for the network,
+    // a timer or a new request.
+    void run() {
+        curl_global_init(CURL_GLOBAL_DEFAULT);
+        // Registered after OpenSSL has registered its own clean-up, so it runs before it.
+        std::atexit([] { instance().closeAll(); });
+        CURLM* const multi = curl_multi_init();
+        Live live;
         for (;;) {
-            changed_.wait(lock, [this] { return closing_ || !jobs_.empty() || workerEnded_; });
-            workerEnded_ = false;
-            std::vector<std::unique_ptr<Job>> jobs = std::exchange(jobs_, {});
-            const bool closing = closing_;
-            lock.unlock();
-            std::erase_if(workers, [closing](Worker& worker) {
-                if (!closing && !*worker.ended)
-                    return false;
-                worker.thread.join();
-                return true;
+            std::vector<Job> jobs;
+            {
+                std::lock_guard lock(mutex_);
+                multi_ = multi;
+                broken_ = !multi;
+                if (closing_)
+                    break;
+                jobs = std::exchange(handedIn_, {});
+            }
+            if (!multi) {  // later requests fail as they are made
+                for (Job& job : jobs)
+                    job.completion(failedToStart(noMultiHandle, job.request.url));
+                return;
+            }
+            for (Job& job : jobs)
+                add(multi, std::move(job), live);
+            // libcurl wakes up sooner for its own timers, the total limit among them.
+            curl_multi_poll(multi, nullptr, 0, drive(multi, live), nullptr);
+        }
+        // At the end of the process what still runs is abandoned without an outcome.
+        for (const auto& exchange : live)
+            curl_multi_remove_handle(multi, exchange->transfer.easy());
+    }
+
+    void add(CURLM* multi, Job job, Live& live) {
+        auto exchange = std::make_unique<Exchange>(std::move(job));
+        std::optional<UrlOutcome> failure = exchange->transfer.begin();
+        if (!failure && curl_multi_add_handle(multi, exchange->transfer.easy()) != CURLM_OK)
+            failure = exchange->transfer.failure(CURLE_FAILED_INIT, "adding the exchange");
+        if (failure)
+            deliver(std::move(exchange), std::move(*failure));
+        else
+            live.push_back(std::move(exchange));
+    }
+
+    // Lets libcurl do what it can without waiting and ends the exchanges that are done; the
+    // milliseconds until the first idle limit runs out.
+    int drive(CURLM* multi, Live& live) {
+        auto wait = std::chrono::milliseconds(std::numeric_limits<int>::max());
+        int running = 0;
+        if (const CURLMcode code = curl_multi_perform(multi, &running); code != CURLM_OK) {
+            while (!live.empty())
+                end(multi, live, live.begin(),
+                    live.front()->transfer.failure(CURLE_FAILED_INIT, curl_multi_strerror(code)));
+        }
+        int queued = 0;
+        while (const CURLMsg* message = curl_multi_info_read(multi, &queued)) {
+            if (message->msg != CURLMSG_DONE)
+                continue;
+            CURL* const easy = message->easy_handle;
+            const CURLcode result = message->data.result;
+            const auto done = std::find_if(live.begin(), live.end(), [easy](const auto& exchange) {
+                return exchange->transfer.easy() == easy;
             });
-            if (closing)
-                return;  // jobs not started yet are dropped with their callbacks
-            for (std::unique_ptr<Job>& job : jobs)
-                startWorker(std::move(job), workers);
-            lock.lock();
+            if (done != live.end())
+                end(multi, live, done, (*done)->transfer.finish(result));
         }
-    }
-
-    void startWorker(std::unique_ptr<Job> job, std::vector<Worker>& workers) {
-        auto ended = std::make_shared<std::atomic<bool>>(false);
-        try {
-            workers.reserve(workers.size() + 1);
-            workers.push_back({std::thread(&Threads::run, this, job.get(), ended), ended});
-            job.release();  // the worker owns it now
-        } catch (const std::system_error& error) {
-            job->completion(noThread(error, job->request.url));
+        const Clock::time_point now = Clock::now();
+        for (auto exchange = live.begin(); exchange != live.end();) {
+            if (std::optional<UrlOutcome> failure = (*exchange)->transfer.idleFailure(now)) {
+                exchange = end(multi, live, exchange, std::move(*failure));
+                continue;
+            }
+            wait = std::min(wait, std::chrono::ceil<std::chrono::milliseconds>(
+                                      (*exchange)->transfer.idleDeadline() - now));
+            ++exchange;
         }
+        return static_cast<int>(wait.count());
     }
 
-    void setUpCurl() {
-        std::call_once(curlSetUp_, [this] {
-            curl_global_init(CURL_GLOBAL_DEFAULT);
-            curlReady_ = true;
-            // Registered after OpenSSL has registered its own clean-up, so it runs before it.
-            std::atexit([] { instance().closeAll(); });
-        });
+    Live::iterator end(CURLM* multi, Live& live, Live::iterator exchange, UrlOutcome outcome) {
+        curl_multi_remove_handle(multi, (*exchange)->transfer.easy());
+        std::unique_ptr<Exchange> ended = std::move(*exchange);
+        const Live::iterator next = live.erase(exchange);
+        deliver(std::move(ended), std::move(outcome));
+        return next;
     }
 
-    void run(Job* started, std::shared_ptr<std::atomic<bool>> ended) {
-        std::unique_ptr<Job> job(started);
-        setUpCurl();
-        std::optional<UrlOutcome> outcome;
-        {
-            CurlTransfer transfer(std::move(job->request), job->calledAt);
-            if (enlist(transfer))
-                outcome = transfer.run(closing_);
-            delist(transfer);
-        }
-        if (outcome && !closing_)
-            job->completion(std::move(*outcome));
-        job.reset();  // whatever the callbacks hold goes with this thread
-        *ended = true;
-        {
-            std::lock_guard lock(mutex_);
-            workerEnded_ = true;
-        }
-        changed_.notify_one();
+    // The connection is closed before the caller hears of the outcome, and whatever the callback
+    // holds goes with this thread.
+    void deliver(std::unique_ptr<Exchange> exchange, UrlOutcome outcome) {
+        Completion completion = std::move(exchange->completion);
+        exchange.reset();
+        if (!closing_)
+            completion(std::move(outcome));
     }
 
-    bool enlist(CurlTransfer& transfer) {
-        std::lock_guard lock(mutex_);
-        if (closing_)
-            return false;
-        live_.insert(&transfer);
-        return true;
-    }
-
-    void delist(CurlTransfer& transfer) {
-        std::lock_guard lock(mutex_);
-        live_.erase(&transfer);
-    }
-
-    std::mutex mutex_;  // guards everything below but the atomics
-    std::condition_variable changed_;
+    std::mutex mutex_;  // guards everything below but the atomic and the once flag
     std::atomic<bool> closing_ = false;
-    std::thread starter_;
-    std::vector<std::unique_ptr<Job>> jobs_;
-    bool workerEnded_ = false;
-    std::set<CurlTransfer*> live_;
+    std::thread thread_;
+    std::vector<Job> handedIn_;
+    bool broken_ = false;     // the thread could not make its multi handle
+    CURLM* multi_ = nullptr;  // the thread's, freed once it has been joined
     std::once_flag watching_;
-    std::once_flag curlSetUp_;
-    std::atomic<bool> curlReady_ = false;
     std::mutex closeMutex_;
 };
 
 }  // namespace
 
 void ExchangeThreads::start(UrlRequest request, std::function<void(UrlOutcome)> completion) {
-    Threads::instance().start(std::move(request), std::move(completion));
+    Worker::instance().start(std::move(request), std::move(completion));
 }
 
 }  // namespace keyvane

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <functional>
 #include <optional>
 #include <string>
@@ -28,6 +29,9 @@ struct UrlRequest {
     std::chrono::milliseconds totalLimit{60000};
 };
 
+// The most bytes an answer's body may have; a larger answer is a failure that says so.
+inline constexpr std::size_t maxAnswerBytes = 1024 * 1024;
+
 // How an exchange ended. An answer with an HTTP error status is an answer, not a failure.
 struct UrlOutcome {
     bool failed = false;
@@ -39,19 +43,20 @@ struct UrlOutcome {
     std::optional<std::vector<unsigned char>> body;
 };
 
-// HTTPS exchanges through libcurl, each with a connection and a thread of its own that end with
-// it. Redirects to other https URLs are followed; nothing is answered from a cache and nothing
-// (cookies, connections, credentials) is kept between exchanges. Hosts under the reserved
-// top-level name "invalid" fail at once, without a look-up. Certificates are always verified:
-// against the system's authorities and, when the environment variable SSL_CERT_FILE names a PEM
-// file, also against the certificates in it (read once per process, never on the caller's thread).
+// HTTPS exchanges through libcurl, each with a connection of its own that ends with it, all driven
+// by one thread of their own. Redirects to other https URLs are followed; nothing is answered from
+// a cache and nothing (cookies, connections, credentials) is kept between exchanges. Hosts under
+// the reserved top-level name "invalid" fail at once, without a look-up. Certificates are always
+// verified: against the system's authorities and, when the environment variable SSL_CERT_FILE names
+// a PEM file, also against the certificates in it (read once per process, never on the caller's
+// thread).
 //
 // When the application object goes away (or the process exits), exchanges still running are
-// abandoned without an outcome and their threads joined, so that nothing of them outlives it.
+// abandoned without an outcome and their thread joined, so that nothing of them outlives it.
 class UrlSession {
   public:
-    // Callable from any thread; returns at once. `completion` runs exactly once: on the exchange's
-    // own thread, or, for a request that cannot even start (a URL that does not parse, a reserved
+    // Callable from any thread; returns at once. `completion` runs exactly once: on the exchanges'
+    // thread, or, for a request that cannot even start (a URL that does not parse, a reserved
     // host), on the calling thread before `start` returns.
     static void start(UrlRequest request, std::function<void(UrlOutcome)> completion);
 

@@ -74,30 +74,33 @@ void SCL::sendRequest(const std::string& url, std::function<void(const std::stri
     }
     parseHeaderLines(headerLines, request);
 
+    // The completion runs once: the callbacks and the answer move on to the main queue, and its
+    // text, up to a whole answer's size, is only made for a caller that reads it.
     UrlSession::start(
         std::move(request), [onText = std::move(onText), onFailure = std::move(onFailure),
-                             onData = std::move(onData)](UrlOutcome outcome) {
+                             onData = std::move(onData)](UrlOutcome outcome) mutable {
             if (outcome.failed) {
                 trace(outcome.errorDetail);
-                MainQueue::async([onFailure, description = std::move(outcome.errorDescription)] {
+                MainQueue::async([onFailure = std::move(onFailure),
+                                  description = std::move(outcome.errorDescription)] {
                     if (onFailure)
                         onFailure(description);
                 });
             } else if (!outcome.body) {
                 trace(service::noErrorNoData);
-                MainQueue::async([onFailure] {
+                MainQueue::async([onFailure = std::move(onFailure)] {
                     if (onFailure)
                         onFailure(service::noErrorNoData);
                 });
             } else {
-                std::string text = asciiText(*outcome.body);
-                MainQueue::async(
-                    [onText, onData, text = std::move(text), bytes = std::move(*outcome.body)] {
-                        if (onText)
-                            onText(text);
-                        if (onData)
-                            onData(bytes);
-                    });
+                std::string text = onText ? asciiText(*outcome.body) : std::string();
+                MainQueue::async([onText = std::move(onText), onData = std::move(onData),
+                                  text = std::move(text), bytes = std::move(*outcome.body)] {
+                    if (onText)
+                        onText(text);
+                    if (onData)
+                        onData(bytes);
+                });
             }
         });
 }

@@ -16,9 +16,10 @@ class SCL {
     // Sends one HTTPS request and returns at once. Exactly one outcome follows, on the main queue:
     // `onFailure` with a description of what went wrong, or `onText` with the answer's body as text
     // (bytes above 0x7F read as Latin-1) followed by `onData` with the same body's bytes. An HTTP
-    // error status is an answer. A non-empty `body` makes it a POST. `headerLines` holds lines
-    // "Name: value" separated by line feeds. 15 s without a byte arriving, or 30 s in all, both
-    // counted from this call, make it fail. Callable from any thread; any callback may be empty.
+    // error status is an answer; a body larger than 1 MiB is a failure. A non-empty `body` makes it
+    // a POST. `headerLines` holds lines "Name: value" separated by line feeds. 15 s without a byte
+    // arriving, or 30 s in all, both counted from this call, make it fail. Callable from any
+    // thread; any callback may be empty.
     static void sendRequest(const std::string& url, std::function<void(const std::string&)> onText,
                             std::function<void(const std::string&)> onFailure,
                             const std::string& body, const std::string& headerLines,
