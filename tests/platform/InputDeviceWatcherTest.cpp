@@ -8,12 +8,15 @@
 #include <climits>
 #include <filesystem>
 #include <fstream>
+#include <map>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "platform/InotifyInputMonitor.h"
 #include "platform/InputDeviceWatcher.h"
+#include "platform/UdevInputMonitor.h"
 #include "tests/support/FakeInputDeviceMonitor.h"
 
 namespace keyvane {
@@ -126,6 +129,41 @@ TEST(InotifyInputMonitor, ReportsEventNodesAndTellsKeyboardsBySysfs) {
                                      std::pair{Action::Add, true}, std::pair{Action::Add, true},
                                      std::pair{Action::Add, true}, std::pair{Action::Change, true},
                                      std::pair{Action::Add, true}));
+}
+
+// Where udev runs: only event nodes, and keyboards by the keys udev's input_id found on them.
+TEST(UdevInputMonitor, TellsKeyboardsByUdevsInputProperties) {
+    using Properties = std::map<std::string, std::string>;
+    const struct {
+        const char* action;
+        const char* sysname;
+        Properties properties;
+        std::optional<std::pair<Action, bool>> reported;
+    } rows[] = {
+        {"add", "event3", {{"ID_INPUT", "1"}, {"ID_INPUT_KEYBOARD", "1"}}, {{Action::Add, true}}},
+        // Its letters moved away, but keys all the same; a power button has keys too.
+        {"change", "event3", {{"ID_INPUT", "1"}, {"ID_INPUT_KEY", "1"}}, {{Action::Change, true}}},
+        {"add", "event7", {{"ID_INPUT", "1"}, {"ID_INPUT_MOUSE", "1"}}, {{Action::Add, false}}},
+        {"add", "event8", {{"ID_INPUT", "1"}, {"ID_INPUT_JOYSTICK", "1"}}, {{Action::Add, false}}},
+        {"add", "event9", {{"ID_INPUT_KEY", "0"}}, {{Action::Add, false}}},
+        {"remove", "event3", {}, {{Action::Remove, false}}},
+        {"add", "mouse0", {{"ID_INPUT", "1"}, {"ID_INPUT_KEYBOARD", "1"}}, std::nullopt},
+        {"bind", "event3", {{"ID_INPUT", "1"}, {"ID_INPUT_KEYBOARD", "1"}}, std::nullopt},
+    };
+    for (const auto& row : rows) {
+        const std::string node = std::string("/dev/input/") + row.sysname;
+        const auto event = UdevInputMonitor::eventOf(
+            row.action, row.sysname, node.c_str(), [&](const char* name) -> const char* {
+                const auto value = row.properties.find(name);
+                return value == row.properties.end() ? nullptr : value->second.c_str();
+            });
+        const std::string context = std::string(row.action) + " " + row.sysname;
+        ASSERT_EQ(event.has_value(), row.reported.has_value()) << context;
+        if (event) {
+            EXPECT_EQ(event->node, node) << context;
+            EXPECT_EQ(std::pair(event->action, event->keyboard), *row.reported) << context;
+        }
+    }
 }
 
 TEST(InotifyInputMonitor, AMissingFolderIsNotWatchedAndSaysSoOnce) {
