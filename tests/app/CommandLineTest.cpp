@@ -74,48 +74,6 @@ Outcome keyvane(const QStringList& arguments) {
     return outcome(process);
 }
 
-// What the real hidutil printed in a run kept in its golden file (under `heading`, which ends the
-// line before), and its exit status.
-std::pair<std::string, int> recordedHidutilRun(const std::string& golden,
-                                               const std::string& heading) {
-    const std::string transcript = readFile(std::string(HIDUTIL_GOLDEN_DATA) + "/" + golden);
-    const std::size_t begin = transcript.find(heading);
-    const std::size_t end = transcript.find("[exit ", begin);
-    if (begin == std::string::npos || end == std::string::npos)
-        return {"", -1};
-    return {transcript.substr(begin + heading.size(), end - begin - heading.size()),
-            std::stoi(transcript.substr(end + 6))};
-}
-
-// Another copy of Keyvane for the life of the object: one that holds the user's lock but is on no
-// bus this process shares, or one that holds the name on this bus and answers no command.
-class RunningCopy {
-  public:
-    RunningCopy(bool lockedElsewhere, bool silent) : silent_(silent) {
-        if (lockedElsewhere) {
-            const std::string lock =
-                std::string(getenv("XDG_RUNTIME_DIR")) + "/" + bundle::appIdentifier + ".lock";
-            lock_ = ::open(lock.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0600);
-            EXPECT_EQ(::flock(lock_, LOCK_EX | LOCK_NB), 0) << lock;
-        }
-        if (silent_) {
-            EXPECT_TRUE(QDBusConnection::sessionBus().registerService(bundle::appIdentifier));
-        }
-    }
-    ~RunningCopy() {
-        if (lock_ >= 0)
-            ::close(lock_);
-        if (silent_)
-            QDBusConnection::sessionBus().unregisterService(bundle::appIdentifier);
-    }
-    RunningCopy(const RunningCopy&) = delete;
-    RunningCopy& operator=(const RunningCopy&) = delete;
-
-  private:
-    int lock_ = -1;
-    bool silent_;
-};
-
 class CommandLineTest : public ::testing::Test {
   protected:
     void SetUp() override {
@@ -150,18 +108,19 @@ TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
     const std::string fullForOne = exportFile + ".0x27e";
     std::ofstream(fullForOne) << MappingFile::compose(
         std::vector<KeyMapping>(1379, capsLockToEscape), "0x27e");
-    // --status passes on whatever hidutil printed and its exit status, as the real one gave them.
-    const auto [statusOutput, statusExit] = recordedHidutilRun(
-        "left-out.txt", "== status after a key was changed by another program\n");
-    ASSERT_EQ(statusExit, 3);
+    // --status passes on what the real hidutil printed for a key changed since, and its status.
+    const std::string leftOut = readFile(HIDUTIL_GOLDEN_DATA "/left-out.txt");
+    const std::size_t from =
+        leftOut.find('\n', leftOut.find("== status after a key was changed")) + 1;
+    const std::string statusOutput = leftOut.substr(from, leftOut.find("[exit 3]\n", from) - from);
     const std::string imported = "Imported 1 mapping from " + exportFile;
     enum class Copy { None, LockedElsewhere, Silent };  // a copy of Keyvane that runs meanwhile
     const struct {
         QStringList arguments;
         int status;
-        std::string out;  // the whole standard output
-        std::string err;  // the whole standard error, or its start where the row says so
-        Calls calls;
+        std::string out{};  // the whole standard output
+        std::string err;    // the whole standard error, or its start where the row says so
+        Calls calls{};
         std::size_t listSize = 1;  // the stored list afterwards
         bool installFails = false;
         std::size_t stored = 1;  // Caps Lock -> Escape, so many times before the run
@@ -174,7 +133,7 @@ TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
         {{"--apply"}, 0, "Installed 1 mapping for all keyboards.\n", "", installs},
         {{"--apply"}, 1, "", failed, installs, 1, true},
         {{"--restore"}, 0, "Every key Keyvane changed is as it was.\n", "", {installs[0]}},
-        {{"--status"}, statusExit, statusOutput, "", {{"status"}}},
+        {{"--status"}, 3, statusOutput, "", {{"status"}}},
         {{"--export", file},
          0,
          "Exported 1 mapping for all keyboards to " + exportFile + ".\n",
@@ -226,25 +185,15 @@ TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
              "1,378. Your list is unchanged.\n",
          {}},
         // A copy that cannot be asked would save its own list over the import: nothing is done.
-        {{"--import", file, "--append"},
-         1,
-         "",
-         std::string("keyvane: ") + CommandLine::outOfReachText + "\n",
-         {},
-         1,
-         false,
-         1,
-         Copy::LockedElsewhere},
-        {{"--import", file, "--append"},
-         1,
-         "",
-         std::string("keyvane: ") + CommandLine::noAnswerText,
-         {},
-         1,
-         false,
-         1,
-         Copy::Silent,
-         true},
+        {.arguments = {"--import", file},
+         .status = 1,
+         .err = std::string("keyvane: ") + CommandLine::outOfReachText + "\n",
+         .copy = Copy::LockedElsewhere},
+        {.arguments = {"--import", file},
+         .status = 1,
+         .err = std::string("keyvane: ") + CommandLine::noAnswerText,
+         .copy = Copy::Silent,
+         .errStartsSo = true},
         {{"--apply"},
          1,
          "",
@@ -276,14 +225,23 @@ TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
          {}},
     };
     hidutil.setOutput("status", statusOutput);
-    hidutil.setExitStatus("status", statusExit);
+    hidutil.setExitStatus("status", 3);
     for (const auto& row : rows) {
         keyMappings.assign(row.stored, capsLockToEscape);
         MappingStore::saveMappings();
         hidutil.clearCalls();
         hidutil.setOutput("property", row.installFails ? "" : "UserKeyMapping:(\n)\n");
-        const RunningCopy copy(row.copy == Copy::LockedElsewhere, row.copy == Copy::Silent);
+        const std::string lock =
+            std::string(getenv("XDG_RUNTIME_DIR")) + "/" + bundle::appIdentifier + ".lock";
+        const int locked = row.copy == Copy::LockedElsewhere
+                               ? ::open(lock.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0600)
+                               : -1;
+        ASSERT_TRUE(locked < 0 || ::flock(locked, LOCK_EX | LOCK_NB) == 0) << lock;
+        if (row.copy == Copy::Silent)
+            QDBusConnection::sessionBus().registerService(bundle::appIdentifier);
         const Outcome run = keyvane(row.arguments);
+        ::close(locked);
+        QDBusConnection::sessionBus().unregisterService(bundle::appIdentifier);
         const std::string context = row.arguments.join(' ').toStdString() + "\n" + run.err;
         EXPECT_EQ(run.status, row.status) << context;
         EXPECT_EQ(run.out, row.out) << context;
@@ -303,13 +261,11 @@ TEST_F(CommandLineTest, OnlyANameHeldByAnotherCopyMeansThatKeyvaneRuns) {
     ASSERT_TRUE(other.registerService(bundle::appIdentifier));
     EXPECT_EQ(SingleInstance().claim(bundle::appIdentifier), SingleInstance::Claim::AlreadyRunning);
     QDBusConnection::disconnectFromBus("other");
-    // An element of a bus name cannot begin with a digit.
-    const std::string refusedName = "app.keyvane.9";
-    ::testing::internal::CaptureStderr();
-    EXPECT_EQ(SingleInstance().claim(refusedName), SingleInstance::Claim::NameRefused);
+    ::testing::internal::CaptureStderr();  // an element of a bus name cannot begin with a digit
+    EXPECT_EQ(SingleInstance().claim("app.keyvane.9"), SingleInstance::Claim::NameRefused);
     const std::string said = ::testing::internal::GetCapturedStderr();
-    const std::string refusal = fillIn(SingleInstance::nameRefusedText, {refusedName, "\n"});
-    EXPECT_NE(said.find(refusal.substr(0, refusal.find("\n"))), std::string::npos) << said;
+    const std::string refusal = fillIn(SingleInstance::nameRefusedText, {"app.keyvane.9", "\n"});
+    EXPECT_NE(said.find(refusal.substr(0, refusal.find('\n'))), std::string::npos) << said;
 }
 
 // The copy that runs carries the commands out on its own list, and shows what changed.

@@ -130,8 +130,7 @@ TEST_F(Install, ClearingRestoresExactlyWhatWasFoundWhateverHappenedBetween) {
           {clear}}},
         {"a reboot leaves records of no use", {{swap}, {reboot}, {clear}, {swap}, {clear}}},
         {"a replugged keyboard is another device", {{swap}, {replug}, {swap}, {clear}}},
-        // What a write cut short leaves is removed; a name that merely has ".new" in it is not
-        // such a leftover.
+        // Removed: what a write cut short leaves; kept: a name that merely has ".new" in it.
         {"temporary files of writes cut short", {{swap}, {crash}, {swap}, {crash}, {clear}}},
         // An older hidutil, earlier in this boot, kept no skipped keys (the AT keyboard has no
         // F13).
