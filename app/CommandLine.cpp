@@ -47,10 +47,6 @@ constexpr const char* appendOption = "--append";
 
 constexpr const char* clearingFailedMessage =
     "keyvane: hidutil did not confirm that the mappings were removed";
-constexpr const char* outOfReachMessage =
-    "Keyvane runs for this user, but not on this session's message bus, so it cannot be "
-    "asked to import; its list would overwrite the import. Run the command in its desktop "
-    "session, or end Keyvane first.";
 constexpr const char* partlyUnusableMessage =
     "keyvane: nothing was imported, so that no mapping goes missing unnoticed. Correct the "
     "mappings above, or import the file in the Keyvane window, which can leave them out. Your "
@@ -203,7 +199,7 @@ bool waitForEnter(int input) {
 // Without a running copy: the stored settings, and hidutil run from here.
 int executeHere(const CommandLine::Command& command) {
     if (command.action == Action::Import && SingleInstance::lockHeld(bundle::appIdentifier)) {
-        warn(outOfReachMessage);
+        warn(CommandLine::outOfReachText);
         return 1;
     }
     MappingStore::loadMappings();
@@ -224,8 +220,7 @@ int executeInRunningCopy(const CommandLine::Command& command) {
     const std::optional<CommandService::Answer> answer =
         CommandService::ask(CommandLine::arguments(command), error);
     if (!answer) {
-        warn("Keyvane runs but did not answer, so the command may not have been carried out: " +
-             error);
+        warn(CommandLine::noAnswerText + error);
         return 1;
     }
     std::cout << answer->output << std::flush;
@@ -389,7 +384,8 @@ int CommandLine::main(int argc, char** argv) {
             // this terminal.
             MappingStore::loadMappings();
             return executePermanent(*command, {std::cout, std::cerr, {}, {}, {}},
-                                    {bundle::permanentHelperPath(), ::geteuid() != 0}, STDIN_FILENO);
+                                    {bundle::permanentHelperPath(), ::geteuid() != 0},
+                                    STDIN_FILENO);
         default:
             break;
     }

@@ -45,6 +45,13 @@ class CommandLine {
     };
 
     static constexpr int usageError = 2;
+    // Said when the command cannot reach the running copy; nothing is carried out here then.
+    static constexpr const char* outOfReachText =
+        "Keyvane runs for this user, but not on this session's message bus, so it cannot be "
+        "asked to import; its list would overwrite the import. Run the command in its desktop "
+        "session, or end Keyvane first.";
+    static constexpr const char* noAnswerText =
+        "Keyvane runs but did not answer, so the command may not have been carried out: ";
     static constexpr const char* usage =
         "Usage: keyvane [OPTION]\n"
         "Without an option, Keyvane opens its window (or shows the one of the running copy).\n"

@@ -33,6 +33,7 @@ Launch::Outcome Launch::start() {
         case SingleInstance::Claim::NoBus:
             warn(noBusMessage);
             break;
+        case SingleInstance::Claim::NameRefused:  // claim said what this copy cannot do
         case SingleInstance::Claim::First:
             break;
     }

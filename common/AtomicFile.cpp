@@ -4,6 +4,7 @@
 #include <stdio.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <ctime>
 #include <string>
@@ -30,6 +31,10 @@ std::error_code writeAll(int fd, std::string_view bytes) {
     return {};
 }
 
+// mkostemp replaces the six X with letters and digits.
+constexpr std::string_view temporaryMark = ".new-";
+constexpr std::string_view temporaryTail = "XXXXXX";
+
 std::string utcTimestamp() {
     const std::time_t now = std::time(nullptr);
     std::tm parts{};
@@ -49,7 +54,7 @@ std::error_code replaceFileAtomically(const std::filesystem::path& file, std::st
     if (error)
         return error;
 
-    std::string temporary = file.string() + ".new-XXXXXX";
+    std::string temporary = file.string() + std::string(temporaryMark) + std::string(temporaryTail);
     const int fd = ::mkostemp(temporary.data(), O_CLOEXEC);
     if (fd < 0)
         return lastError();
@@ -68,6 +73,17 @@ std::error_code replaceFileAtomically(const std::filesystem::path& file, std::st
     if (sync == Sync::FileAndFolder)
         syncFolder(folder);
     return {};
+}
+
+bool isTemporaryFileName(std::string_view name) {
+    if (name.size() <= temporaryMark.size() + temporaryTail.size())
+        return false;
+    const std::string_view tail = name.substr(name.size() - temporaryTail.size());
+    return name.substr(name.size() - tail.size() - temporaryMark.size(), temporaryMark.size()) ==
+               temporaryMark &&
+           std::all_of(tail.begin(), tail.end(), [](char c) {
+               return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+           });
 }
 
 std::error_code moveAside(const std::filesystem::path& file, std::string_view tag,

@@ -20,6 +20,10 @@ enum class Sync {
 std::error_code replaceFileAtomically(const std::filesystem::path& file, std::string_view contents,
                                       Sync sync = Sync::FileAndFolder);
 
+// Whether a file name is that of such a temporary file ("<file>.new-" and six letters or digits),
+// which only a write cut short by a crash leaves behind.
+bool isTemporaryFileName(std::string_view name);
+
 // Renames `file` to "<file>.<tag>-<UTC time>" (with "-N" added while that name is taken) and
 // gives the new path; never replaces another file.
 std::error_code moveAside(const std::filesystem::path& file, std::string_view tag,

@@ -250,7 +250,8 @@ class Runner {
         if (!options.matching) {
             const auto mappings = store_ ? store_->loadAllKeyboards() : std::nullopt;
             out_ << (mappings ? formatMappingList(*mappings) : std::string(text::listNull));
-            return exitSuccess;
+            // A keyboard that could not be read may have another list than the one kept.
+            return ok ? exitSuccess : exitFailure;
         }
         const auto targets = keyboardsMatching(*matching);
         if (targets.empty()) {

@@ -37,7 +37,6 @@ constexpr const char* skippedWord = "skipped";
 constexpr const char* endWord = "end";
 constexpr std::string_view keymapPrefix = "keymap.";
 constexpr std::string_view mappingsPrefix = "mappings.";
-constexpr std::string_view temporaryMark = ".new";
 constexpr std::string_view damagedTag = "damaged";
 // Another run holds the lock for milliseconds; one that keeps it longer is stuck or stopped.
 constexpr auto lockPatience = std::chrono::seconds(5);
@@ -391,7 +390,8 @@ void RecordStore::removeStale(const std::optional<std::set<std::string>>& presen
     std::error_code error;
     for (const auto& entry : std::filesystem::directory_iterator(folder_, error)) {
         const std::string name = entry.path().filename().string();
-        bool stale = name.find(temporaryMark) != std::string::npos;
+        // A write cut short leaves its temporary file; nothing else is one, whatever its name.
+        bool stale = isTemporaryFileName(name);
         for (std::string_view prefix : {keymapPrefix, mappingsPrefix}) {
             if (name.rfind(prefix, 0) != 0)
                 continue;

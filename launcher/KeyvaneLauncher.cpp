@@ -48,9 +48,17 @@ KeyvaneLauncher::Start KeyvaneLauncher::start() {
         say("Keyvane already runs; nothing to start");
         return Start::NothingToDo;
     }
-    if (!session_bus::claimName(bundle::launcherIdentifier)) {
-        say("another keyvane-launcher runs; leaving the start to it");
-        return Start::NothingToDo;
+    std::string refusal;
+    switch (session_bus::claimName(bundle::launcherIdentifier, refusal)) {
+        case session_bus::NameClaim::Owned:
+            break;
+        case session_bus::NameClaim::TakenByAnother:
+            say("another keyvane-launcher runs; leaving the start to it");
+            return Start::NothingToDo;
+        case session_bus::NameClaim::Refused:
+            say("the session bus refused keyvane-launcher its name (" + refusal +
+                "), so Keyvane is not started: it could not tell a login launch");
+            return Start::Failed;
     }
     notifications_.observe(bundle::killLauncherNotification, [](const std::string& object) {
         if (object == bundle::appIdentifier)

@@ -11,9 +11,13 @@ namespace keyvane::session_bus {
 // Whether this process reached the session bus.
 bool available();
 
-// Takes `identifier` as this process's name for as long as it runs. False when there is no bus or
-// another process holds the name.
-bool claimName(const std::string& identifier);
+enum class NameClaim {
+    Owned,           // this process holds the name for as long as it runs
+    TakenByAnother,  // another process holds it
+    Refused,         // nobody got it: no bus, or the bus refused it (`error` says why)
+};
+// Takes `identifier` as this process's name for as long as it runs.
+NameClaim claimName(const std::string& identifier, std::string& error);
 
 // Whether a running process holds `identifier`.
 bool isRunning(const std::string& identifier);

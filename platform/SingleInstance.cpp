@@ -11,6 +11,7 @@
 #include <filesystem>
 
 #include "common/Log.h"
+#include "common/Text.h"
 #include "platform/SessionBus.h"
 
 namespace keyvane {
@@ -41,16 +42,26 @@ SingleInstance::~SingleInstance() {
 
 SingleInstance::Claim SingleInstance::claim(const std::string& identifier) {
     QDBusConnection bus = QDBusConnection::sessionBus();
+    std::string refusal;
+    bool refused = false;
     if (bus.isConnected()) {
         // The object comes before the name, so whoever sees the name can call it.
         bus.registerObject(path, this, QDBusConnection::ExportScriptableSlots);
-        if (!session_bus::claimName(identifier)) {
+        const session_bus::NameClaim name = session_bus::claimName(identifier, refusal);
+        if (name != session_bus::NameClaim::Owned)
             bus.unregisterObject(path);
+        // Only a copy that holds the name can be asked to reopen; a refusal (the bus's policy,
+        // a name it does not take) says nothing of another copy, which the lock tells.
+        if (name == session_bus::NameClaim::TakenByAnother)
             return Claim::AlreadyRunning;
-        }
+        refused = name == session_bus::NameClaim::Refused;
     }
     if (!lock(identifier))
         return Claim::RunningOutOfReach;
+    if (refused) {
+        warn(fillIn(nameRefusedText, {identifier, refusal}));
+        return Claim::NameRefused;
+    }
     return bus.isConnected() ? Claim::First : Claim::NoBus;
 }
 

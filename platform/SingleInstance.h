@@ -22,7 +22,11 @@ class SingleInstance : public QObject {
         AlreadyRunning,     // another process holds the name
         NoBus,              // the one copy, but without a session bus nobody can ask it to reopen
         RunningOutOfReach,  // another copy holds the lock, but not on this session bus
+        NameRefused,        // the one copy, but the bus refused it the name (said on stderr)
     };
+    static constexpr const char* nameRefusedText =
+        "the session bus refused Keyvane the name %1 (%2); it starts all the same, but a second "
+        "start cannot ask it to show its window, and keyvane commands cannot reach it";
 
     explicit SingleInstance(QObject* parent = nullptr);
     ~SingleInstance() override;

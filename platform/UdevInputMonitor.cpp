@@ -25,23 +25,25 @@ std::optional<InputDeviceEvent::Action> actionOf(const char* action) {
     return std::nullopt;
 }
 
-bool isEventNode(udev_device* device) {
-    const char* name = udev_device_get_sysname(device);
-    return udev_device_get_devnode(device) && name && std::strncmp(name, "event", 5) == 0;
-}
-
-bool isSet(udev_device* device, const char* property) {
-    const char* value = udev_device_get_property_value(device, property);
+bool isSet(const std::function<const char*(const char*)>& property, const char* name) {
+    const char* value = property(name);
     return value && std::strcmp(value, "1") == 0;
 }
 
-// udev's ID_INPUT_KEYBOARD counts the key codes a node gives at that moment, so a keyboard whose
-// hwdb (or Keyvane) moved Q or A away is none to it; ID_INPUT_KEY, any key at all, still holds.
-bool hasKeys(udev_device* device) {
-    return isSet(device, "ID_INPUT_KEYBOARD") || isSet(device, "ID_INPUT_KEY");
-}
-
 }  // namespace
+
+std::optional<InputDeviceEvent> UdevInputMonitor::eventOf(
+    const char* action, const char* sysname, const char* node,
+    const std::function<const char*(const char*)>& property) {
+    const auto known = actionOf(action);
+    if (!known || !node || !sysname || std::strncmp(sysname, "event", 5) != 0)
+        return std::nullopt;
+    // udev's ID_INPUT_KEYBOARD counts the key codes a node gives at that moment, so a keyboard
+    // whose hwdb (or Keyvane) moved Q or A away is none to it; ID_INPUT_KEY, any key at all, still
+    // holds. A mouse, a touchpad or a joystick has neither.
+    return InputDeviceEvent{
+        *known, node, isSet(property, "ID_INPUT_KEYBOARD") || isSet(property, "ID_INPUT_KEY")};
+}
 
 UdevInputMonitor::UdevInputMonitor(QObject* parent) : InputDeviceMonitor(parent) {
     udev_ = udev_new();
@@ -67,10 +69,12 @@ UdevInputMonitor::~UdevInputMonitor() {
 void UdevInputMonitor::readEvents() {
     // The socket does not block: a null device means everything waiting has been read.
     while (udev_device* device = udev_monitor_receive_device(monitor_)) {
-        const auto action = actionOf(udev_device_get_action(device));
-        if (action && isEventNode(device)) {
-            emit deviceEvent({*action, udev_device_get_devnode(device), hasKeys(device)});
-        }
+        const auto event = eventOf(udev_device_get_action(device), udev_device_get_sysname(device),
+                                   udev_device_get_devnode(device), [device](const char* name) {
+                                       return udev_device_get_property_value(device, name);
+                                   });
+        if (event)
+            emit deviceEvent(*event);
         udev_device_unref(device);
     }
 }

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <functional>
+#include <optional>
+
 #include "platform/InputDeviceMonitor.h"
 
 class QSocketNotifier;
@@ -17,6 +20,13 @@ class UdevInputMonitor : public InputDeviceMonitor {
     ~UdevInputMonitor() override;
 
     bool isMonitoring() const override { return notifier_ != nullptr; }
+
+    // What one report of udev's monitor tells: from its action, the device's name in sysfs, its
+    // node and its udev properties (by name; null when unset). Nothing for a device that is no
+    // event node, or for an action that cannot change a keymap.
+    static std::optional<InputDeviceEvent> eventOf(
+        const char* action, const char* sysname, const char* node,
+        const std::function<const char*(const char*)>& property);
 
   private:
     void readEvents();

@@ -1,8 +1,10 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include <QAction>
+#include <QDBusConnection>
 #include <QMainWindow>
 #include <QProcess>
 #include <QTest>
@@ -20,6 +22,7 @@
 #include "engine/PermanentKeymap.h"
 #include "permanent/PermanentCommand.h"
 #include "platform/Bundle.h"
+#include "platform/SingleInstance.h"
 #include "platform/UserDefaults.h"
 #include "tests/support/AlertAnswerer.h"
 #include "tests/support/FakeHidutil.h"
@@ -84,7 +87,7 @@ class CommandLineTest : public ::testing::Test {
 };
 
 TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
-    const std::string failed = std::string("keyvane: ") + MappingApplier::failedAlertText;
+    const std::string failed = std::string("keyvane: ") + MappingApplier::failedAlertText + "\n";
     const std::string caps =
         R"({"HIDKeyboardModifierMappingSrc" : 0x700000039, "HIDKeyboardModifierMappingDst" : 0x700000029})";
     const Calls installs = {FakeHidutil::clearingCall(),
@@ -96,21 +99,33 @@ TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
         return Calls{FakeHidutil::clearingCall(),
                      FakeHidutil::installCall(R"({"UserKeyMapping" : [)" + entries + "]}")};
     };
+    const auto usageError = [](const std::string& reason) {
+        return "keyvane: " + reason + "\n\n" + CommandLine::usage;
+    };
     const QString file = QString::fromStdString(exportFile);
     // As many mappings as one command carries for all keyboards, but the keyboard it names
     // lengthens the command.
     const std::string fullForOne = exportFile + ".0x27e";
     std::ofstream(fullForOne) << MappingFile::compose(
         std::vector<KeyMapping>(1379, capsLockToEscape), "0x27e");
+    // --status passes on what the real hidutil printed for a key changed since, and its status.
+    const std::string leftOut = readFile(HIDUTIL_GOLDEN_DATA "/left-out.txt");
+    const std::size_t from =
+        leftOut.find('\n', leftOut.find("== status after a key was changed")) + 1;
+    const std::string statusOutput = leftOut.substr(from, leftOut.find("[exit 3]\n", from) - from);
+    const std::string imported = "Imported 1 mapping from " + exportFile;
+    enum class Copy { None, LockedElsewhere, Silent };  // a copy of Keyvane that runs meanwhile
     const struct {
         QStringList arguments;
         int status;
-        std::string out;  // the whole standard output, or a part of it
-        std::string err;
-        Calls calls;
+        std::string out{};  // the whole standard output
+        std::string err;    // the whole standard error, or its start where the row says so
+        Calls calls{};
         std::size_t listSize = 1;  // the stored list afterwards
         bool installFails = false;
         std::size_t stored = 1;  // Caps Lock -> Escape, so many times before the run
+        Copy copy = Copy::None;
+        bool errStartsSo = false;  // the rest of `err` is the bus's own wording
     } rows[] = {
         {{"--help"}, 0, CommandLine::usage, "", {}},
         {{"--version"}, 0, "Keyvane " + bundle::shortVersion() + "\n", "", {}},
@@ -118,20 +133,35 @@ TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
         {{"--apply"}, 0, "Installed 1 mapping for all keyboards.\n", "", installs},
         {{"--apply"}, 1, "", failed, installs, 1, true},
         {{"--restore"}, 0, "Every key Keyvane changed is as it was.\n", "", {installs[0]}},
-        {{"--status"}, 3, "Keyboard 0x27e USB: 1 installed\n", "", {{"status"}}},
-        {{"--export", file}, 0, "Exported 1 mapping", "", {}},
-        {{"--export", "/none/m.json"}, 1, "", "to /none/m.json: there is no folder", {}},
+        {{"--status"}, 3, statusOutput, "", {{"status"}}},
+        {{"--export", file},
+         0,
+         "Exported 1 mapping for all keyboards to " + exportFile + ".\n",
+         "",
+         {}},
+        {{"--export", "/none/m.json"},
+         1,
+         "",
+         "keyvane: cannot export to /none/m.json: there is no folder /none\n",
+         {}},
         {{"--import", file, "--append"},
          0,
-         "the list now has 2 mappings.\nInstalled 2 mappings for all keyboards.\n",
+         imported +
+             ", after the ones you had; the list now has 2 mappings.\nInstalled 2 mappings for "
+             "all keyboards.\n",
          "",
          installsCaps(2),
          2},
-        {{"--import", file}, 0, "the list now has 1 mapping.\n", "", installs},
+        {{"--import", file},
+         0,
+         imported + "; the list now has 1 mapping.\nInstalled 1 mapping for all keyboards.\n",
+         "",
+         installs},
         // The most one command can carry, and not one more: nothing is even cleared.
         {{"--import", file, "--append"},
          0,
-         "Installed 1,379 mappings for all keyboards.\n",
+         imported + ", after the ones you had; the list now has 1,379 mappings.\nInstalled 1,379 "
+                    "mappings for all keyboards.\n",
          "",
          installsCaps(1379),
          1379,
@@ -154,6 +184,16 @@ TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
              ": your list would then have 1,379 mappings, but one installation can carry at most "
              "1,378. Your list is unchanged.\n",
          {}},
+        // A copy that cannot be asked would save its own list over the import: nothing is done.
+        {.arguments = {"--import", file},
+         .status = 1,
+         .err = std::string("keyvane: ") + CommandLine::outOfReachText + "\n",
+         .copy = Copy::LockedElsewhere},
+        {.arguments = {"--import", file},
+         .status = 1,
+         .err = std::string("keyvane: ") + CommandLine::noAnswerText,
+         .copy = Copy::Silent,
+         .errStartsSo = true},
         {{"--apply"},
          1,
          "",
@@ -168,34 +208,64 @@ TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
          1,
          "",
          std::string("keyvane: ") + PermanentKeymap::notInstalledTitle + ". " +
-             fillIn(PermanentKeymap::notInstalledText, {bundle::permanentHelperPath()}),
+             fillIn(PermanentKeymap::notInstalledText, {bundle::permanentHelperPath()}) + "\n",
          {}},
-        {{"--frobnicate"}, 2, "", "keyvane: unknown option \"--frobnicate\"", {}},
-        {{"--list", "--apply"}, 2, "", "not both --list and --apply", {}},
-        {{"--export"}, 2, "", "keyvane: --export needs a file name", {}},
-        {{"--import", "--append"}, 2, "", "keyvane: --import needs a file name", {}},
-        {{"--apply", "--append"}, 2, "", "--append goes with --import FILE, not with --apply", {}},
+        {{"--frobnicate"}, 2, "", usageError("unknown option \"--frobnicate\""), {}},
+        {{"--list", "--apply"},
+         2,
+         "",
+         usageError("give one option at a time, not both --list and --apply"),
+         {}},
+        {{"--export"}, 2, "", usageError("--export needs a file name"), {}},
+        {{"--import", "--append"}, 2, "", usageError("--import needs a file name"), {}},
+        {{"--apply", "--append"},
+         2,
+         "",
+         usageError("--append goes with --import FILE, not with --apply"),
+         {}},
     };
-    hidutil.setOutput("status", "Keyboard 0x27e USB: 1 installed\n");
+    hidutil.setOutput("status", statusOutput);
     hidutil.setExitStatus("status", 3);
     for (const auto& row : rows) {
         keyMappings.assign(row.stored, capsLockToEscape);
         MappingStore::saveMappings();
         hidutil.clearCalls();
         hidutil.setOutput("property", row.installFails ? "" : "UserKeyMapping:(\n)\n");
+        const std::string lock =
+            std::string(getenv("XDG_RUNTIME_DIR")) + "/" + bundle::appIdentifier + ".lock";
+        const int locked = row.copy == Copy::LockedElsewhere
+                               ? ::open(lock.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0600)
+                               : -1;
+        ASSERT_TRUE(locked < 0 || ::flock(locked, LOCK_EX | LOCK_NB) == 0) << lock;
+        if (row.copy == Copy::Silent)
+            QDBusConnection::sessionBus().registerService(bundle::appIdentifier);
         const Outcome run = keyvane(row.arguments);
+        ::close(locked);
+        QDBusConnection::sessionBus().unregisterService(bundle::appIdentifier);
         const std::string context = row.arguments.join(' ').toStdString() + "\n" + run.err;
         EXPECT_EQ(run.status, row.status) << context;
-        EXPECT_NE(run.out.find(row.out), std::string::npos) << context << run.out;
-        EXPECT_NE(run.err.find(row.err), std::string::npos) << context;
-        EXPECT_EQ(run.err.find(CommandLine::usage) != std::string::npos,
-                  row.status == CommandLine::usageError)
+        EXPECT_EQ(run.out, row.out) << context;
+        EXPECT_EQ(row.errStartsSo ? run.err.substr(0, row.err.size()) : run.err, row.err)
             << context;
         EXPECT_EQ(hidutil.calls(), row.calls) << context;
         MappingStore::loadMappings();
         EXPECT_EQ(keyMappings.size(), row.listSize) << context;
     }
     EXPECT_EQ(readFile(exportFile), MappingFile::compose({capsLockToEscape}, allKeyboardsId));
+}
+
+// Only a name that another copy holds means that Keyvane runs already; one the bus refuses leaves
+// this copy the one copy (its lock tells), and that nothing can reach it is said.
+TEST_F(CommandLineTest, OnlyANameHeldByAnotherCopyMeansThatKeyvaneRuns) {
+    QDBusConnection other = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "other");
+    ASSERT_TRUE(other.registerService(bundle::appIdentifier));
+    EXPECT_EQ(SingleInstance().claim(bundle::appIdentifier), SingleInstance::Claim::AlreadyRunning);
+    QDBusConnection::disconnectFromBus("other");
+    ::testing::internal::CaptureStderr();  // an element of a bus name cannot begin with a digit
+    EXPECT_EQ(SingleInstance().claim("app.keyvane.9"), SingleInstance::Claim::NameRefused);
+    const std::string said = ::testing::internal::GetCapturedStderr();
+    const std::string refusal = fillIn(SingleInstance::nameRefusedText, {"app.keyvane.9", "\n"});
+    EXPECT_NE(said.find(refusal.substr(0, refusal.find('\n'))), std::string::npos) << said;
 }
 
 // The copy that runs carries the commands out on its own list, and shows what changed.
@@ -268,17 +338,19 @@ TEST_F(CommandLineTest, PermanentKeymapCommandsAskTheHelperAndOnlyEnterKeepsTheK
         return calls;
     };
     const std::vector<std::string> make = {"pkexec", helper, "make", capsLockProperty};
-    const std::string explained =
+    const std::string countdown = fillIn(PermanentKeymap::countdownText, {"20"}) + "\n";
+    const std::string asked =
         fillIn(PermanentKeymap::makeText, {"1 mapping", "all keyboards", permanent::hwdbFile}) +
-        "\n\n" + PermanentKeymap::laterKeyboardsText + "\n\n" +
-        fillIn(PermanentKeymap::countdownText, {"20"}) + "\n" +
-        fillIn(PermanentKeymap::keepPrompt, {"20"}) + "\n";
+        "\n\n" + PermanentKeymap::laterKeyboardsText + "\n\n" + countdown;
+    const std::string explained = asked + fillIn(PermanentKeymap::keepPrompt, {"20"}) + "\n";
+    const std::string kept = std::string(PermanentKeymap::keptTitle) + ". " +
+                             fillIn(PermanentKeymap::keptText, {permanent::hwdbFile}) + "\n";
     const std::string reverted = std::string("keyvane: ") + PermanentKeymap::revertedTitle + ". " +
                                  PermanentKeymap::revertedToNoneText + "\n";
     const struct {
         CommandLine::Action action;
         std::string input;  // standard input, then its end; /dev/null when empty
-        std::string out;    // the whole standard output, or a part of it
+        std::string out;    // the whole standard output
         std::string err;
         Calls calls;
         int status = 1;
@@ -292,13 +364,14 @@ TEST_F(CommandLineTest, PermanentKeymapCommandsAskTheHelperAndOnlyEnterKeepsTheK
          around(make, capsLockProperty, true)},
         {CommandLine::Action::MakePermanent, "no\n", explained, reverted,
          around(make, capsLockProperty, true)},
-        {CommandLine::Action::MakePermanent, "\n",
-         explained + PermanentKeymap::keptTitle + ". " +
-             fillIn(PermanentKeymap::keptText, {permanent::hwdbFile}) + "\n",
-         "", around(make, capsLockProperty, true), 0},
+        {CommandLine::Action::MakePermanent, "\n", explained + kept, "",
+         around(make, capsLockProperty, true), 0},
         {CommandLine::Action::MakePermanent,
          "\n",
-         fillIn(PermanentKeymap::passwordKeysText, {"a"}),
+         fillIn(PermanentKeymap::makeText,
+                {"1 mapping", "the keyboard 0x27e", permanent::hwdbFile}) +
+             "\n\n" + fillIn(PermanentKeymap::passwordKeysText, {"a"}) + "\n\n" + countdown +
+             fillIn(PermanentKeymap::keepPrompt, {"20"}) + "\n" + kept,
          "",
          around({"pkexec", helper, "make", aProperty, "--matching", matching}, aProperty, true,
                 true),
@@ -306,11 +379,11 @@ TEST_F(CommandLineTest, PermanentKeymapCommandsAskTheHelperAndOnlyEnterKeepsTheK
          "",
          {aToEscape},
          "0x27e"},
-        {CommandLine::Action::MakePermanent, "\n", "",
+        {CommandLine::Action::MakePermanent, "\n", asked,
          "keyvane-permanent: /etc/udev/hwdb.d is read-only\nkeyvane: " +
              std::string(PermanentKeymap::makeFailedTitle) + ".\n",
          around(make, capsLockProperty, true), 1, "fail"},
-        {CommandLine::Action::MakePermanent, "\n", "",
+        {CommandLine::Action::MakePermanent, "\n", asked,
          std::string("keyvane: ") + PermanentKeymap::dismissedTitle + ". " +
              PermanentKeymap::dismissedText + "\n",
          around(make, capsLockProperty, true), 1, "dismiss"},
@@ -336,8 +409,9 @@ TEST_F(CommandLineTest, PermanentKeymapCommandsAskTheHelperAndOnlyEnterKeepsTheK
         // Run directly, the stand-in is no program: the reason, then what it means.
         {CommandLine::Action::MakePermanent,
          "\n",
-         "",
-         "Permission denied\nkeyvane: " + std::string(PermanentKeymap::makeFailedTitle) + ".\n",
+         asked,
+         helper + ": execvp: Permission denied\nkeyvane: " +
+             std::string(PermanentKeymap::makeFailedTitle) + ".\n",
          {FakeHidutil::clearingCall(), FakeHidutil::clearingCall(),
           FakeHidutil::installCall(capsLockProperty)},
          1,
@@ -346,8 +420,10 @@ TEST_F(CommandLineTest, PermanentKeymapCommandsAskTheHelperAndOnlyEnterKeepsTheK
          allKeyboardsId,
          true,
          false},
-        {CommandLine::Action::RemovePermanent, "", PermanentKeymap::removedText, "",
-         around({"pkexec", helper, "remove"}, capsLockProperty, false), 0},
+        {CommandLine::Action::RemovePermanent, "",
+         fillIn(PermanentKeymap::removeText, {permanent::hwdbFile}) + "\n" +
+             PermanentKeymap::removedTitle + ". " + PermanentKeymap::removedText + "\n",
+         "", around({"pkexec", helper, "remove"}, capsLockProperty, false), 0},
     };
     for (const auto& row : rows) {
         keyMappings = row.list;
@@ -373,8 +449,8 @@ TEST_F(CommandLineTest, PermanentKeymapCommandsAskTheHelperAndOnlyEnterKeepsTheK
         ::close(input);
         const std::string context = "row " + std::to_string(&row - rows) + "\n" + err.str();
         EXPECT_EQ(status, row.status) << context;
-        EXPECT_NE(out.str().find(row.out), std::string::npos) << context << out.str();
-        EXPECT_NE(err.str().find(row.err), std::string::npos) << context;
+        EXPECT_EQ(out.str(), row.out) << context;
+        EXPECT_EQ(err.str(), row.err) << context;
         EXPECT_EQ(hidutil.calls(), row.calls) << context;
     }
 }
@@ -399,6 +475,9 @@ TEST_F(CommandLineTest, ImportOfABadFileLeavesTheStoredSettingsByteIdentical) {
         {R"({"format": "keyvane-mappings", "version": 1, "mappings": {}})",
          R"(its "mappings" is missing or not a list)"},
         {file(R"("keyboardId": "x; rm -rf ~", )", good),
+         R"(its "keyboardId" is neither a keyboard's product id)"},
+        // No product id has more than 32 bits.
+        {file(R"("keyboardId": "0x123456789", )", good),
          R"(its "keyboardId" is neither a keyboard's product id)"},
         {file("", R"({"originalId": "zz", "remappedId": "29"}, ["39"])"),
          R"(mapping 1: the key table has no key with id "zz" ("originalId"))"},

@@ -8,12 +8,14 @@
 #include <climits>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "platform/InotifyInputMonitor.h"
 #include "platform/InputDeviceWatcher.h"
+#include "platform/UdevInputMonitor.h"
 #include "tests/support/FakeInputDeviceMonitor.h"
 
 namespace keyvane {
@@ -126,6 +128,39 @@ TEST(InotifyInputMonitor, ReportsEventNodesAndTellsKeyboardsBySysfs) {
                                      std::pair{Action::Add, true}, std::pair{Action::Add, true},
                                      std::pair{Action::Add, true}, std::pair{Action::Change, true},
                                      std::pair{Action::Add, true}));
+}
+
+// Where udev runs: only event nodes, and keyboards by the keys udev's input_id found on them.
+TEST(UdevInputMonitor, TellsKeyboardsByUdevsInputProperties) {
+    const struct {
+        const char* action;
+        const char* sysname;
+        const char* property;  // the one set to "1" beside ID_INPUT
+        std::optional<std::pair<Action, bool>> reported;
+    } rows[] = {
+        {"add", "event3", "ID_INPUT_KEYBOARD", {{Action::Add, true}}},
+        // Its letters moved away, but keys all the same; a power button has keys too.
+        {"change", "event3", "ID_INPUT_KEY", {{Action::Change, true}}},
+        {"add", "event7", "ID_INPUT_MOUSE", {{Action::Add, false}}},
+        {"add", "event8", "ID_INPUT_JOYSTICK", {{Action::Add, false}}},
+        {"remove", "event3", "", {{Action::Remove, false}}},
+        {"add", "mouse0", "ID_INPUT_KEYBOARD", std::nullopt},
+        {"bind", "event3", "ID_INPUT_KEYBOARD", std::nullopt},
+    };
+    for (const auto& row : rows) {
+        const std::string node = std::string("/dev/input/") + row.sysname;
+        const auto event = UdevInputMonitor::eventOf(
+            row.action, row.sysname, node.c_str(), [&](const char* name) -> const char* {
+                return std::string(name) == row.property || std::string(name) == "ID_INPUT"
+                           ? "1"
+                           : nullptr;
+            });
+        ASSERT_EQ(event.has_value(), row.reported.has_value()) << row.action << row.sysname;
+        if (event) {
+            EXPECT_EQ(std::tuple(event->action, event->keyboard, event->node),
+                      std::tuple(row.reported->first, row.reported->second, node));
+        }
+    }
 }
 
 TEST(InotifyInputMonitor, AMissingFolderIsNotWatchedAndSaysSoOnce) {

@@ -148,6 +148,10 @@ TEST_F(SendRequest, TheLimitsCountFromTheCallAndEveryByteThatArrives) {
     Ends trickled, silent;
     start("https://" + slow.host() + "/slow", 2s, 4s, trickled);
     start(url("/silent"), 1s, 30s, silent);
+    // A request of the remote services to a server that never answers: still waiting once both
+    // have ended, and when the program ends.
+    static Outcome unfinished;  // never called, but must not point at a dead object
+    send(unfinished, "https://127.0.0.1:" + std::to_string(testing::muteLoopbackPort()) + "/never");
     ASSERT_TRUE(QTest::qWaitFor([&] { return !trickled.empty() && !silent.empty(); }, 60000));
 
     for (const Ends* ends : {&trickled, &silent}) {
@@ -161,19 +165,22 @@ TEST_F(SendRequest, TheLimitsCountFromTheCallAndEveryByteThatArrives) {
     EXPECT_GT(silent.front().second, 900ms);
     EXPECT_LT(silent.front().second, 11s);
     EXPECT_EQ(server.requests().size(), 1u);
-
-    static Outcome unfinished;  // never called, but must not point at a dead object
-    send(unfinished, "https://127.0.0.1:" + std::to_string(testing::muteLoopbackPort()) + "/never");
+    EXPECT_EQ(unfinished, Outcome{});
 }
 
 TEST_F(SendRequest, RequestsThatCannotBeMadeFailOnce) {
     HttpsTestServer stranger(HttpsTestServer::Certificate::Untrusted);
-    Outcome refused, untrusted, placeholder, unparsable;
+    Outcome refused, untrusted, placeholder, unparsable, plain, redirected;
     send(refused, "https://127.0.0.1:" + std::to_string(testing::unusedLoopbackPort()) + "/nobody");
     send(untrusted, "https://" + stranger.host() + "/secret");
     send(placeholder, "https://keyvane-service.invalid/logistics/ln.php?cat=keyvane");
     send(unparsable, "https://exa mple.test/");
-    for (const Outcome* outcome : {&refused, &untrusted, &placeholder, &unparsable})
+    // Nothing goes out unencrypted, neither asked for nor by a redirect.
+    send(plain, "http://" + server.host() + "/plain");
+    ASSERT_TRUE(waitForOutcome(plain));
+    server.answerWith(302, "", QByteArray::fromStdString("http://" + server.host() + "/plain"));
+    send(redirected, url("/moved"));
+    for (const Outcome* outcome : {&refused, &untrusted, &placeholder, &unparsable, &redirected})
         ASSERT_TRUE(waitForOutcome(*outcome));
 
     EXPECT_THAT(refused, ElementsAre(AllOf(StartsWith("failure "),
@@ -182,6 +189,11 @@ TEST_F(SendRequest, RequestsThatCannotBeMadeFailOnce) {
     EXPECT_TRUE(stranger.requests().empty());
     EXPECT_EQ(placeholder, Outcome{"failure Could not resolve host: keyvane-service.invalid"});
     EXPECT_EQ(unparsable, Outcome{"failure The URL is not valid: https://exa mple.test/"});
+    const Outcome notHttps = {R"(failure Protocol "http" not supported or disabled in libcurl)"};
+    EXPECT_EQ(plain, notHttps);
+    EXPECT_EQ(redirected, notHttps);
+    ASSERT_EQ(server.requests().size(), 1u);
+    EXPECT_EQ(server.requests()[0].target, "/moved");
 }
 
 // With SSL_CERT_FILE a pipe that nobody writes to yet, the calls return: the authorities are not

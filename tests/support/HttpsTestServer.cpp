@@ -126,10 +126,11 @@ void HttpsTestServer::useForThisProcess() const {
     qputenv("SSL_CERT_FILE", certificate(Certificate::Trusted).file("server.pem"));
 }
 
-void HttpsTestServer::answerWith(int status, QByteArray body) {
+void HttpsTestServer::answerWith(int status, QByteArray body, QByteArray location) {
     std::lock_guard lock(mutex_);
     status_ = status;
     body_ = std::move(body);
+    location_ = std::move(location);
 }
 
 void HttpsTestServer::trickleHeader(std::chrono::milliseconds interval) {
@@ -185,10 +186,11 @@ void HttpsTestServer::respond(SSL* tls) {
     std::unique_lock lock(mutex_);
     requests_.push_back(std::move(*request));
     if (status_ != 0) {
-        const QByteArray answer = "HTTP/1.1 " + QByteArray::number(status_) +
-                                  " Status\r\nContent-Type: text/plain\r\nContent-Length: " +
-                                  QByteArray::number(body_.size()) +
-                                  "\r\nConnection: close\r\n\r\n" + body_;
+        const QByteArray answer =
+            "HTTP/1.1 " + QByteArray::number(status_) + " Status\r\n" +
+            (location_.isEmpty() ? "" : "Location: " + location_ + "\r\n") +
+            "Content-Type: text/plain\r\nContent-Length: " + QByteArray::number(body_.size()) +
+            "\r\nConnection: close\r\n\r\n" + body_;
         lock.unlock();
         if (SSL_write(tls, answer.data(), static_cast<int>(answer.size())) > 0)
             SSL_shutdown(tls);

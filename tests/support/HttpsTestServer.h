@@ -38,8 +38,9 @@ class HttpsTestServer {
     // Points KEYVANE_SERVICE_HOST at this server and makes SSL_CERT_FILE name its certificate.
     void useForThisProcess() const;
 
-    // What to do with the next requests (the default: status 200 with an empty body).
-    void answerWith(int status, QByteArray body);
+    // What to do with the next requests (the default: status 200 with an empty body), with a
+    // Location field when one is given.
+    void answerWith(int status, QByteArray body, QByteArray location = {});
     // Read the request, then send an answer's status line and header one byte every `interval`,
     // the first after one interval, never finishing it.
     void trickleHeader(std::chrono::milliseconds interval);
@@ -64,6 +65,7 @@ class HttpsTestServer {
     int connection_ = -1;  // the one being served
     int status_ = 200;     // 0: trickle the header
     QByteArray body_;
+    QByteArray location_;
     std::chrono::milliseconds interval_{};
     std::vector<Request> requests_;
     std::thread thread_;
