@@ -19,6 +19,7 @@
 #include "engine/MappingFile.h"
 #include "engine/MappingStore.h"
 #include "engine/ShellRunner.h"
+#include "keys/HidutilContract.h"
 #include "permanent/PermanentCommand.h"
 #include "platform/Bundle.h"
 #include "platform/SessionBus.h"
@@ -160,7 +161,7 @@ int importFrom(const CommandLine::Command& command, const CommandLine::Session& 
 int status() {
     QProcess hidutil;
     hidutil.setProcessChannelMode(QProcess::ForwardedChannels);
-    hidutil.start("hidutil", {"status"});
+    hidutil.start(contract::program, {contract::commandStatus});
     if (!hidutil.waitForStarted(-1)) {
         warn("cannot run hidutil: " + hidutil.errorString().toStdString());
         return 1;
@@ -389,7 +390,8 @@ int CommandLine::main(int argc, char** argv) {
             // this terminal.
             MappingStore::loadMappings();
             return executePermanent(*command, {std::cout, std::cerr, {}, {}, {}},
-                                    {bundle::permanentHelperPath(), ::geteuid() != 0}, STDIN_FILENO);
+                                    {bundle::permanentHelperPath(), ::geteuid() != 0},
+                                    STDIN_FILENO);
         default:
             break;
     }
