@@ -52,9 +52,9 @@ KeymapService::~KeymapService() {
 int KeymapService::attach() {
     static const sd_bus_vtable methods[] = {
         SD_BUS_VTABLE_START(0),
-        SD_BUS_METHOD(keymapbus::setMapping, "ss", "iss", &KeymapService::onSetMapping,
+        SD_BUS_METHOD(keymapbus::setMapping, "ss", "isss", &KeymapService::onSetMapping,
                       SD_BUS_VTABLE_UNPRIVILEGED),
-        SD_BUS_METHOD(keymapbus::clear, "", "iss", &KeymapService::onClear,
+        SD_BUS_METHOD(keymapbus::clear, "", "isss", &KeymapService::onClear,
                       SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_METHOD(keymapbus::status, "b", "iss", &KeymapService::onStatus,
                       SD_BUS_VTABLE_UNPRIVILEGED),
@@ -152,8 +152,19 @@ int KeymapService::reply(sd_bus_message* call, const std::vector<std::string>& a
             std::cerr << "keyvane-keymapd: cannot keep the list of user " << uid << ": "
                       << error.message() << '\n';
     }
-    return sd_bus_reply_method_return(call, "iss", answer.status, answer.output.c_str(),
-                                      answer.notes.c_str());
+    if (!changes)
+        return sd_bus_reply_method_return(call, "iss", answer.status, answer.output.c_str(),
+                                          answer.notes.c_str());
+    // The status hidutil left beside the user's records goes back with the answer: the folder is
+    // root's, and the client writes the user's own copy (see keys/HidutilContract.h). A failed
+    // change leaves none to answer, so that the client keeps no status of an earlier one.
+    std::string status;
+    if (answer.status == hidutil::exitSuccess) {
+        std::ifstream in(folderOf(uid) / contract::statusFileName, std::ios::binary);
+        status.assign(std::istreambuf_iterator<char>(in), {});
+    }
+    return sd_bus_reply_method_return(call, "isss", answer.status, answer.output.c_str(),
+                                      answer.notes.c_str(), status.c_str());
 }
 
 // Records are taken over only into the caller's own folder, and only whole ones of this boot for
