@@ -40,8 +40,9 @@ class MappingApplier {
     static bool applyMappings();
     // Installs without reporting anything, for callers that tell the user themselves.
     static Installation install();
-    // Runs after every installation command (not when the list holds nothing to install).
-    static void setAfterInstall(std::function<void()> hook);
+    // Run just before the installation command, and after it (not when the list holds nothing to
+    // install).
+    static void setAroundInstall(std::function<void()> before, std::function<void()> after);
 
     // The command that installs the list, or the empty string when no record is usable.
     static std::string composeCommand();
