@@ -7,6 +7,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <algorithm>
+#include <utility>
 
 #include "common/Hex.h"
 #include "common/Log.h"
@@ -44,11 +45,12 @@ void markStatusFile() {
     markBefore = file ? markOf(*file) : std::nullopt;
 }
 
-// What the installation left, when it left it; else what `hidutil status` says now.
+// What the installation left, when it left it; else what `hidutil status` says now. The file is
+// taken once, so that a later reading never mistakes it for news.
 std::string readStatus() {
     if (const auto file = contract::statusFile()) {
         const auto mark = markOf(*file);
-        if (mark && mark != markBefore) {
+        if (mark && mark != std::exchange(markBefore, mark)) {
             QFile left(QString::fromStdString(file->string()));
             if (left.open(QIODevice::ReadOnly)) {
                 trace("status left by the installation in " + file->string());
