@@ -19,6 +19,7 @@
 #include "engine/MappingFile.h"
 #include "engine/MappingStore.h"
 #include "engine/ShellRunner.h"
+#include "keys/HidutilContract.h"
 #include "permanent/PermanentCommand.h"
 #include "platform/Bundle.h"
 #include "platform/SessionBus.h"
@@ -156,7 +157,7 @@ int importFrom(const CommandLine::Command& command, const CommandLine::Session& 
 int status() {
     QProcess hidutil;
     hidutil.setProcessChannelMode(QProcess::ForwardedChannels);
-    hidutil.start("hidutil", {"status"});
+    hidutil.start(contract::program, {contract::commandStatus});
     if (!hidutil.waitForStarted(-1)) {
         warn("cannot run hidutil: " + hidutil.errorString().toStdString());
         return 1;

@@ -15,7 +15,9 @@ namespace keyvane::bench {
 class RatioReporter : public benchmark::ConsoleReporter {
   public:
     using Times = std::function<double(const std::string& name)>;
-    explicit RatioReporter(std::function<void(const Times&)> ratios) : ratios_(std::move(ratios)) {}
+    explicit RatioReporter(std::function<void(const Times&)> ratios,
+                           OutputOptions options = OO_Defaults)
+        : ConsoleReporter(options), ratios_(std::move(ratios)) {}
 
     void ReportRuns(const std::vector<Run>& runs) override {
         ConsoleReporter::ReportRuns(runs);

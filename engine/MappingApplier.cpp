@@ -11,7 +11,7 @@
 namespace keyvane {
 namespace {
 
-std::function<void()> afterInstall;
+std::function<void()> beforeInstall, afterInstall;
 ApplierEffects effects;
 
 void logEvent(const std::string& name, const std::string& value, const std::string& notes) {
@@ -117,6 +117,8 @@ MappingApplier::Installation MappingApplier::install() {
     installation.hasBlankId =
         installation.command.find(blankSourceMarker) != std::string::npos ||
         installation.command.find(blankDestinationMarker) != std::string::npos;
+    if (beforeInstall)
+        beforeInstall();
     installation.result = ShellRunner::run(installation.command);
     return installation;
 }
@@ -155,8 +157,9 @@ void MappingApplier::setEffects(ApplierEffects given) {
     effects = std::move(given);
 }
 
-void MappingApplier::setAfterInstall(std::function<void()> hook) {
-    afterInstall = std::move(hook);
+void MappingApplier::setAroundInstall(std::function<void()> before, std::function<void()> after) {
+    beforeInstall = std::move(before);
+    afterInstall = std::move(after);
 }
 
 }  // namespace keyvane

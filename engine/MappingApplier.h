@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "keys/HidutilContract.h"
+
 namespace keyvane {
 
 // What an installation tells beyond its trace, handed in by the application: events and errors for
@@ -38,8 +40,9 @@ class MappingApplier {
     static bool applyMappings();
     // Installs without reporting anything, for callers that tell the user themselves.
     static Installation install();
-    // Runs after every installation command (not when the list holds nothing to install).
-    static void setAfterInstall(std::function<void()> hook);
+    // Run just before the installation command, and after it (not when the list holds nothing to
+    // install).
+    static void setAroundInstall(std::function<void()> before, std::function<void()> after);
 
     // The command that installs the list, or the empty string when no record is usable.
     static std::string composeCommand();
@@ -66,24 +69,22 @@ class MappingApplier {
     // Why the list of this process is not installed: the text of the too-many alert, filled in.
     static std::string tooManyMappingsText();
 
-    static constexpr const char* clearingCommand =
-        R"(hidutil property --set '{"UserKeyMapping" : []}')";
-    static constexpr const char* allKeyboardsTemplate =
-        R"(hidutil property --set '{"UserKeyMapping" : [$HID]}')";
-    static constexpr const char* oneKeyboardTemplateHead =
-        R"(hidutil property --set '{"UserKeyMapping" : [$HID]}' --matching '{"ProductID": )";
-    static constexpr const char* oneKeyboardTemplateTail = "}'";
-    static constexpr const char* placeholder = "$HID";
+    // The command lines hidutil understands, from the words both sides share.
+    static constexpr const char* clearingCommand = contract::clearingCommand;
+    static constexpr const char* allKeyboardsTemplate = contract::allKeyboardsTemplate;
+    static constexpr const char* oneKeyboardTemplateHead = contract::oneKeyboardTemplateHead;
+    static constexpr const char* oneKeyboardTemplateTail = contract::oneKeyboardTemplateTail;
+    static constexpr const char* placeholder = contract::placeholder;
     // The same words as the templates, without the command around them.
-    static constexpr const char* propertyTemplate = R"({"UserKeyMapping" : [$HID]})";
-    static constexpr const char* matchingHead = R"({"ProductID": )";
-    static constexpr const char* matchingTail = "}";
-    static constexpr const char* entryHead = R"({"HIDKeyboardModifierMappingSrc" : 0x7000000)";
-    static constexpr const char* entryMiddle = R"(, "HIDKeyboardModifierMappingDst" : 0x7000000)";
-    static constexpr const char* entryTail = "},";
+    static constexpr const char* propertyTemplate = contract::propertyTemplate;
+    static constexpr const char* matchingHead = contract::matchingHead;
+    static constexpr const char* matchingTail = contract::matchingTail;
+    static constexpr const char* entryHead = contract::entryHead;
+    static constexpr const char* entryMiddle = contract::entryMiddle;
+    static constexpr const char* entryTail = contract::entryTail;
     static constexpr const char* blankSourceMarker = ": 0x7000000,";
     static constexpr const char* blankDestinationMarker = ": 0x7000000}";
-    static constexpr const char* successMarker = "UserKeyMapping";
+    static constexpr const char* successMarker = contract::userKeyMapping;
 
     static constexpr const char* blankIdError =
         "error applying mapping - originalId or remappedId was blank\n\n";

@@ -7,22 +7,24 @@
 #include <vector>
 
 #include "engine/MappingStore.h"
+#include "keys/HidutilContract.h"
 
 namespace keyvane {
 
-// One keyboard of `hidutil status` and the entries installed on it, in the list's order.
+// One keyboard of `hidutil status --json` and the entries installed on it, in the list's order.
 struct StatusEntry {
     std::uint64_t src = 0;
     std::uint64_t dst = 0;
-    std::string state;  // "installed", "permanent", "skipped", "overridden", "unusable"
+    std::string state;  // one of the contract's states
 };
 struct StatusKeyboard {
-    std::string registryId;
+    std::uint64_t registryId = 0;
     std::string product;
     std::vector<StatusEntry> entries;
 };
-// Lines of other kinds, and lines that do not parse, are passed over.
-std::vector<StatusKeyboard> parseStatus(const std::string& output);
+// Keys hidutil may add later are passed over, and so are entries that lack one of theirs; a text
+// that is no JSON object gives no keyboards.
+std::vector<StatusKeyboard> parseStatus(const std::string& json);
 
 // What became of one mapping, by the names of the keyboards.
 struct MappingState {
@@ -34,14 +36,14 @@ struct MappingState {
     std::vector<std::string> unusable;
 };
 
-// Reads back after every installation, with `hidutil status`, what the kernel does with each
-// mapping. Where udev's hwdb or another program changed an installed key since, the list is
+// Reads back after every installation what the kernel does with each mapping: from the status file
+// that hidutil leaves after installing, or, where the installation left none, from `hidutil status
+// --json`. Where udev's hwdb or another program changed an installed key since, the list is
 // installed once more and read again: at most once per installation, so two programs fighting over
 // a key never make a loop.
 class MappingStatus {
   public:
-    static constexpr const char* statusCommand = "hidutil status";
-    static constexpr const char* overriddenState = "overridden";
+    static constexpr const char* statusCommand = contract::statusJsonCommand;
 
     // From now on every installation is checked; `changed` runs after each check.
     static void followInstallations(std::function<void()> changed);

@@ -1,5 +1,8 @@
 #include "hidutil/Command.h"
 
+#include <algorithm>
+
+#include "common/AtomicFile.h"
 #include "hidutil/Installer.h"
 #include "hidutil/Keymap.h"
 #include "hidutil/Messages.h"
@@ -232,6 +235,7 @@ class Runner {
             installer.install(targets, *mappings.value, usable, !options.matching);
         if (!ok || installer.failed())
             return exitFailure;
+        leaveStatus(installed);
         out_ << (options.matching
                      ? formatMatchedEcho(installed, std::vector(installed.size(), *mappings.value))
                      : formatEcho(*mappings.value));
@@ -295,31 +299,61 @@ class Runner {
         for (Service& service : services_) {
             if (!service.keyboard)
                 continue;
-            Target& target = service.target;
-            const DeviceInfo& info = target.device->info();
-            setAsideDamaged(target);
-            keyboards.push_back({service.row,
-                                 {},
-                                 lock && store_ && !info.instance.empty() &&
-                                     store_->originalsUnknown(info.instance),
-                                 {}});
-            ok = ok && !keyboards.back().originalsUnknown;
-            if (target.recordError) {
-                err_ << fill(text::errorRecordUnreadable,
-                             {store_->fileOf(info.instance).string(), info.node, info.name,
-                              target.recordError.message()});
-                ok = false;
-                continue;
-            }
-            const DeviceRecord* record = target.record ? &*target.record : nullptr;
-            if (record)
-                keyboards.back().entries = readBack(target.current, *record, info);
-            keyboards.back().keys = keyLayers(target.current, record, info);
+            setAsideDamaged(service.target);
+            keyboards.push_back(statusOf(service, lock.has_value()));
+            ok = ok && !keyboards.back().originalsUnknown && !service.target.recordError;
         }
         out_ << (options.json ? formatStatusJson(keyboards) : formatStatus(keyboards));
         if (!ok)
             return exitFailure;
         return anyOverridden(keyboards) ? exitOverridden : exitSuccess;
+    }
+
+    // What became of the list on one keyboard, as `status` prints it; an unreadable record is
+    // named.
+    KeyboardStatus statusOf(Service& service, bool underLock) {
+        Target& target = service.target;
+        const DeviceInfo& info = target.device->info();
+        KeyboardStatus status{service.row,
+                              {},
+                              underLock && store_ && !info.instance.empty() &&
+                                  store_->originalsUnknown(info.instance),
+                              {}};
+        if (target.recordError) {
+            err_ << fill(text::errorRecordUnreadable,
+                         {store_->fileOf(info.instance).string(), info.node, info.name,
+                          target.recordError.message()});
+            return status;
+        }
+        const DeviceRecord* record = target.record ? &*target.record : nullptr;
+        if (record)
+            status.entries = readBack(target.current, *record, info);
+        status.keys = keyLayers(target.current, record, info);
+        return status;
+    }
+
+    // Leaves the status of the keyboards that took the list beside the records, read from their
+    // keymaps and records as the install left them, so that the application need not start
+    // `status` to learn it. Losing it costs only that process, so it is neither synced nor named
+    // when it cannot be written.
+    void leaveStatus(const std::vector<std::uint64_t>& installed) {
+        std::vector<KeyboardStatus> keyboards;
+        for (Service& service : services_) {
+            Target& target = service.target;
+            const DeviceInfo& info = target.device->info();
+            if (std::find(installed.begin(), installed.end(), info.registryId) == installed.end())
+                continue;
+            std::vector<KeymapEntry> keymap;
+            if (target.device->readKeymap(keymap))
+                continue;
+            target.current = toKeymap(keymap);
+            if (!info.instance.empty())
+                target.recordError = store_->load(info.instance, target.record);
+            if (!target.recordError)
+                keyboards.push_back(statusOf(service, true));
+        }
+        replaceFileAtomically(*folder_ / contract::statusFileName, formatStatusJson(keyboards),
+                              Sync::None);
     }
 
     // Whether the folder's lock is held; if not, says why.

@@ -10,6 +10,8 @@ inline constexpr const char* path = "/app/keyvane/Keymap1";
 inline constexpr const char* interface = "app.keyvane.Keymap1";
 
 // SetMapping(s property, s matching): property --set, with --matching unless matching is empty.
+// It and Clear answer a fourth string after the three: the status JSON hidutil left for the
+// keyboards it set (empty when the change failed), for the client to leave where the user reads it.
 inline constexpr const char* setMapping = "SetMapping";
 // Clear(): property --set with an empty list, on every keyboard.
 inline constexpr const char* clear = "Clear";

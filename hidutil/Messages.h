@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "keys/HidutilContract.h"
+
 namespace keyvane::hidutil {
 
 // Every text hidutil prints. "{}" marks where fill() puts its arguments, in order.
@@ -82,29 +84,29 @@ inline constexpr std::string_view usage =
     "whole is moved aside (.damaged-TIME) and named.\n";
 
 // Command words.
-inline constexpr std::string_view commandProperty = "property";
-inline constexpr std::string_view commandList = "list";
-inline constexpr std::string_view commandStatus = "status";
-inline constexpr std::string_view optionJson = "--json";
-inline constexpr std::string_view optionSet = "--set";
-inline constexpr std::string_view optionGet = "--get";
-inline constexpr std::string_view optionMatching = "--matching";
+inline constexpr std::string_view commandProperty = contract::commandProperty;
+inline constexpr std::string_view commandList = contract::commandList;
+inline constexpr std::string_view commandStatus = contract::commandStatus;
+inline constexpr std::string_view optionJson = contract::optionJson;
+inline constexpr std::string_view optionSet = contract::optionSet;
+inline constexpr std::string_view optionGet = contract::optionGet;
+inline constexpr std::string_view optionMatching = contract::optionMatching;
 inline constexpr std::string_view optionMatchShort = "-m";
 inline constexpr std::string_view optionHelp = "--help";
 inline constexpr std::string_view optionHelpShort = "-h";
 inline constexpr std::string_view matchKeyboard = "keyboard";
 
 // Property and matching keys.
-inline constexpr std::string_view userKeyMapping = "UserKeyMapping";
-inline constexpr std::string_view mappingSrc = "HIDKeyboardModifierMappingSrc";
-inline constexpr std::string_view mappingDst = "HIDKeyboardModifierMappingDst";
-inline constexpr std::string_view keyProductId = "ProductID";
+inline constexpr std::string_view userKeyMapping = contract::userKeyMapping;
+inline constexpr std::string_view mappingSrc = contract::mappingSrc;
+inline constexpr std::string_view mappingDst = contract::mappingDst;
+inline constexpr std::string_view keyProductId = contract::keyProductId;
 inline constexpr std::string_view keyVendorId = "VendorID";
 inline constexpr std::string_view keyLocationId = "LocationID";
 inline constexpr std::string_view keyPrimaryUsagePage = "PrimaryUsagePage";
 inline constexpr std::string_view keyPrimaryUsage = "PrimaryUsage";
-inline constexpr std::string_view keyTransport = "Transport";
-inline constexpr std::string_view keyProduct = "Product";
+inline constexpr std::string_view keyTransport = contract::keyTransport;
+inline constexpr std::string_view keyProduct = contract::keyProduct;
 
 // Reading property texts: what was expected where reading stopped.
 inline constexpr std::string_view expectValue = "a value (an object, array, string or integer)";
@@ -242,25 +244,23 @@ inline constexpr std::string_view statusKeyboardLine = "keyboard {} {} {} {}\n";
 inline constexpr std::string_view statusMappingLine = "mapping {} {} {}\n";
 inline constexpr std::string_view statusKeyLine = "key {} {} {}\n";
 inline constexpr std::string_view statusOriginalsUnknownLine = "originals unknown\n";
-inline constexpr std::string_view statusJsonOriginalsUnknown = "\"Originals\": \"unknown\", ";
-inline constexpr std::string_view stateInstalled = "installed";
-inline constexpr std::string_view statePermanent = "permanent";
-inline constexpr std::string_view stateSkipped = "skipped";
-inline constexpr std::string_view stateOverridden = "overridden";
-inline constexpr std::string_view stateUnusable = "unusable";
-inline constexpr std::string_view layerDefault = "default";
-inline constexpr std::string_view layerHwdb = "hwdb";
-inline constexpr std::string_view layerKeyvane = "keyvane";
-inline constexpr std::string_view layerOther = "other";
+// The status JSON: "{}" in a key's place takes the key from the contract.
+inline constexpr std::string_view statusJsonOriginalsUnknown = "\"{}\": \"{}\", ";
+inline constexpr std::string_view stateInstalled = contract::stateInstalled;
+inline constexpr std::string_view statePermanent = contract::statePermanent;
+inline constexpr std::string_view stateSkipped = contract::stateSkipped;
+inline constexpr std::string_view stateOverridden = contract::stateOverridden;
+inline constexpr std::string_view stateUnusable = contract::stateUnusable;
+inline constexpr std::string_view layerDefault = contract::layerDefault;
+inline constexpr std::string_view layerHwdb = contract::layerHwdb;
+inline constexpr std::string_view layerKeyvane = contract::layerKeyvane;
+inline constexpr std::string_view layerOther = contract::layerOther;
+inline constexpr std::string_view statusJsonHead = "{\"{}\": [";
 inline constexpr std::string_view statusJsonKeyboard =
-    "{}{\"Product\": {}, \"ProductID\": {}, \"Transport\": {}, \"RegistryID\": {}, "
-    "{}\"UserKeyMapping\": [";
-inline constexpr std::string_view statusJsonMapping =
-    "{}{\"HIDKeyboardModifierMappingSrc\": {}, \"HIDKeyboardModifierMappingDst\": {}, "
-    "\"State\": {}}";
-inline constexpr std::string_view statusJsonKeys = "], \"Keys\": [";
-inline constexpr std::string_view statusJsonKey =
-    "{}{\"Scancode\": {}, \"Key\": {}, \"Layer\": {}}";
+    "{}{\"{}\": {}, \"{}\": {}, \"{}\": {}, \"{}\": {}, {}\"{}\": [";
+inline constexpr std::string_view statusJsonMapping = "{}{\"{}\": {}, \"{}\": {}, \"{}\": {}}";
+inline constexpr std::string_view statusJsonKeys = "], \"{}\": [";
+inline constexpr std::string_view statusJsonKey = "{}{\"{}\": {}, \"{}\": {}, \"{}\": {}}";
 
 // Transports by bus type.
 inline constexpr std::string_view transportUsb = "USB";

@@ -19,11 +19,11 @@
 #include "common/Hex.h"
 #include "common/Text.h"
 #include "hidutil/Messages.h"
+#include "keys/HidutilContract.h"
 
 namespace keyvane::hidutil {
 namespace {
 
-constexpr const char* folderName = "keyvane";
 // A record ends with a line that counts the lines between it and the first and carries a checksum
 // of everything before it, so that a record cut short or changed is never taken for a whole one.
 // Records of the earlier formats (1 without "skipped" lines, 2), which an older hidutil may have
@@ -251,14 +251,6 @@ std::string lockHolder(int fd) {
     return {};
 }
 
-std::optional<std::filesystem::path> absoluteFolder(const char* variable, const char* below) {
-    const char* value = std::getenv(variable);
-    // A relative path in an XDG variable is invalid and to be ignored.
-    if (!value || value[0] != '/')
-        return std::nullopt;
-    return std::filesystem::path(value) / below;
-}
-
 }  // namespace
 
 FolderLock::FolderLock(const std::filesystem::path& folder) {
@@ -296,11 +288,7 @@ FolderLock::~FolderLock() {
 }
 
 std::optional<std::filesystem::path> RecordStore::defaultFolder() {
-    if (auto state = absoluteFolder("XDG_STATE_HOME", folderName))
-        return state;
-    if (auto home = absoluteFolder("HOME", ".local/state"))
-        return *home / folderName;
-    return std::nullopt;
+    return contract::stateFolder();
 }
 
 std::filesystem::path RecordStore::fileOf(const std::string& instance) const {

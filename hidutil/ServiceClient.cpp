@@ -6,6 +6,7 @@
 #include <cstring>
 #include <memory>
 
+#include "common/AtomicFile.h"
 #include "hidutil/EvdevDevices.h"
 #include "hidutil/KeymapBus.h"
 #include "hidutil/Messages.h"
@@ -143,6 +144,12 @@ std::optional<int> runThroughService(const CommandLine& command, std::ostream& o
     }
     out << output;
     err << notes;
+    // A change answers what became of it too; a service of an earlier version answers nothing more.
+    const char* statusJson = "";
+    if (command.action == CommandLine::Action::Set && status == exitSuccess &&
+        sd_bus_message_read(reply, "s", &statusJson) > 0 && *statusJson)
+        if (const auto file = contract::statusFile())
+            replaceFileAtomically(*file, statusJson, Sync::None);
     return status;
 }
 

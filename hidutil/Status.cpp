@@ -5,8 +5,8 @@
 #include "common/Hex.h"
 #include "common/Text.h"
 #include "common/Utf8.h"
-#include "keys/KeyNames.h"
 #include "hidutil/Messages.h"
+#include "keys/KeyNames.h"
 
 namespace keyvane::hidutil {
 namespace {
@@ -131,26 +131,31 @@ std::string formatStatus(const std::vector<KeyboardStatus>& keyboards) {
 }
 
 std::string formatStatusJson(const std::vector<KeyboardStatus>& keyboards) {
-    std::string out = "{\"Keyboards\": [";
+    using namespace contract;
+    const std::string originals =
+        fill(text::statusJsonOriginalsUnknown, {keyOriginals, contract::originalsUnknown});
+    std::string out = fill(text::statusJsonHead, {keyKeyboards});
     for (std::size_t k = 0; k < keyboards.size(); ++k) {
         const ServiceRow& row = keyboards[k].row;
         out += fill(text::statusJsonKeyboard,
-                    {k ? ",\n  " : "\n  ", jsonString(row.product), std::to_string(row.productId),
-                     jsonString(row.transport), std::to_string(row.registryId),
-                     keyboards[k].originalsUnknown ? text::statusJsonOriginalsUnknown : ""});
+                    {k ? ",\n  " : "\n  ", keyProduct, jsonString(row.product), keyProductId,
+                     std::to_string(row.productId), keyTransport, jsonString(row.transport),
+                     keyRegistryId, std::to_string(row.registryId),
+                     keyboards[k].originalsUnknown ? originals : "", userKeyMapping});
         const auto& entries = keyboards[k].entries;
         for (std::size_t e = 0; e < entries.size(); ++e)
-            out += fill(text::statusJsonMapping,
-                        {e ? ",\n    " : "\n    ", std::to_string(entries[e].mapping.src),
-                         std::to_string(entries[e].mapping.dst),
-                         jsonString(std::string(stateName(entries[e].state)))});
+            out +=
+                fill(text::statusJsonMapping,
+                     {e ? ",\n    " : "\n    ", mappingSrc, std::to_string(entries[e].mapping.src),
+                      mappingDst, std::to_string(entries[e].mapping.dst), keyState,
+                      jsonString(std::string(stateName(entries[e].state)))});
         out += entries.empty() ? "" : "\n  ";
-        out += text::statusJsonKeys;
+        out += fill(text::statusJsonKeys, {keyKeys});
         const auto& keys = keyboards[k].keys;
         for (std::size_t i = 0; i < keys.size(); ++i)
             out += fill(text::statusJsonKey,
-                        {i ? ",\n    " : "\n    ", std::to_string(keys[i].scancode),
-                         jsonString(keyName(keys[i].keycode)),
+                        {i ? ",\n    " : "\n    ", keyScancode, std::to_string(keys[i].scancode),
+                         keyKey, jsonString(keyName(keys[i].keycode)), keyLayer,
                          jsonString(std::string(layerName(keys[i].layer)))});
         out += keys.empty() ? "]}" : "\n  ]}";
     }

@@ -11,25 +11,28 @@
 #include "hidutil/Command.h"
 #include "hidutil/EvdevDevices.h"
 #include "hidutil/KeymapBus.h"
+#include "hidutil/Messages.h"
 #include "hidutil/RecordStore.h"
+#include "keys/HidutilContract.h"
 
 namespace keyvane::keymapd {
 namespace {
 
-constexpr const char* clearText = R"({"UserKeyMapping" : []})";
+constexpr const char* clearText = contract::clearingProperty;
 // The last list a user set, as the arguments of its command line, each ended by a NUL.
 constexpr const char* lastListFile = "list";
 constexpr std::string_view recordPrefix = "keymap.";
 
 std::vector<std::string> setArgs(const std::string& text, const std::string& matching) {
-    std::vector<std::string> args = {"property", "--set", text};
+    std::vector<std::string> args = {contract::commandProperty, contract::optionSet, text};
     if (!matching.empty())
-        args.insert(args.end(), {"--matching", matching});
+        args.insert(args.end(), {contract::optionMatching, matching});
     return args;
 }
 
 bool isSet(const std::vector<std::string>& args) {
-    return args.size() >= 3 && args[0] == "property" && args[1] == "--set";
+    return args.size() >= 3 && args[0] == contract::commandProperty &&
+           args[1] == contract::optionSet;
 }
 
 KeymapService& serviceOf(void* self) {
@@ -49,9 +52,9 @@ KeymapService::~KeymapService() {
 int KeymapService::attach() {
     static const sd_bus_vtable methods[] = {
         SD_BUS_VTABLE_START(0),
-        SD_BUS_METHOD(keymapbus::setMapping, "ss", "iss", &KeymapService::onSetMapping,
+        SD_BUS_METHOD(keymapbus::setMapping, "ss", "isss", &KeymapService::onSetMapping,
                       SD_BUS_VTABLE_UNPRIVILEGED),
-        SD_BUS_METHOD(keymapbus::clear, "", "iss", &KeymapService::onClear,
+        SD_BUS_METHOD(keymapbus::clear, "", "isss", &KeymapService::onClear,
                       SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_METHOD(keymapbus::status, "b", "iss", &KeymapService::onStatus,
                       SD_BUS_VTABLE_UNPRIVILEGED),
@@ -83,9 +86,9 @@ int KeymapService::onStatus(sd_bus_message* call, void* self, sd_bus_error*) {
     int json = 0;
     if (int result = sd_bus_message_read(call, "b", &json); result < 0)
         return result;
-    std::vector<std::string> args = {"status"};
+    std::vector<std::string> args = {contract::commandStatus};
     if (json)
-        args.emplace_back("--json");
+        args.emplace_back(contract::optionJson);
     return serviceOf(self).reply(call, args, false);
 }
 
@@ -94,11 +97,12 @@ int KeymapService::onList(sd_bus_message* call, void* self, sd_bus_error*) {
     const char* matching = nullptr;
     if (int result = sd_bus_message_read(call, "bs", &keyboardsOnly, &matching); result < 0)
         return result;
-    std::vector<std::string> args = {"list"};
+    std::vector<std::string> args = {contract::commandList};
     if (keyboardsOnly)
-        args.insert(args.end(), {"-m", "keyboard"});
+        args.insert(args.end(), {std::string(hidutil::text::optionMatchShort),
+                                 std::string(hidutil::text::matchKeyboard)});
     if (*matching)
-        args.insert(args.end(), {"--matching", matching});
+        args.insert(args.end(), {contract::optionMatching, matching});
     return serviceOf(self).reply(call, args, false);
 }
 
@@ -106,9 +110,10 @@ int KeymapService::onGetMapping(sd_bus_message* call, void* self, sd_bus_error*)
     const char* matching = nullptr;
     if (int result = sd_bus_message_read(call, "s", &matching); result < 0)
         return result;
-    std::vector<std::string> args = {"property", "--get", "UserKeyMapping"};
+    std::vector<std::string> args = {contract::commandProperty, contract::optionGet,
+                                     contract::userKeyMapping};
     if (*matching)
-        args.insert(args.end(), {"--matching", matching});
+        args.insert(args.end(), {contract::optionMatching, matching});
     return serviceOf(self).reply(call, args, false);
 }
 
@@ -147,8 +152,19 @@ int KeymapService::reply(sd_bus_message* call, const std::vector<std::string>& a
             std::cerr << "keyvane-keymapd: cannot keep the list of user " << uid << ": "
                       << error.message() << '\n';
     }
-    return sd_bus_reply_method_return(call, "iss", answer.status, answer.output.c_str(),
-                                      answer.notes.c_str());
+    if (!changes)
+        return sd_bus_reply_method_return(call, "iss", answer.status, answer.output.c_str(),
+                                          answer.notes.c_str());
+    // The status hidutil left beside the user's records goes back with the answer: the folder is
+    // root's, and the client writes the user's own copy (see keys/HidutilContract.h). A failed
+    // change leaves none to answer, so that the client keeps no status of an earlier one.
+    std::string status;
+    if (answer.status == hidutil::exitSuccess) {
+        std::ifstream in(folderOf(uid) / contract::statusFileName, std::ios::binary);
+        status.assign(std::istreambuf_iterator<char>(in), {});
+    }
+    return sd_bus_reply_method_return(call, "isss", answer.status, answer.output.c_str(),
+                                      answer.notes.c_str(), status.c_str());
 }
 
 // Records are taken over only into the caller's own folder, and only whole ones of this boot for

@@ -30,7 +30,7 @@ using namespace std::chrono_literals;
 const std::string capsLockToEscape =
     R"({"UserKeyMapping" : [{"HIDKeyboardModifierMappingSrc" : 0x700000039, "HIDKeyboardModifierMappingDst" : 0x700000029}]})";
 const std::vector<std::string> listCall = {"list", "-m", "keyboard"};
-const std::vector<std::string> statusCall = {"status"};
+const std::vector<std::string> statusCall = {"status", "--json"};
 
 class LaunchTest : public ::testing::Test {
   protected:

@@ -9,6 +9,7 @@
 
 #include "common/Text.h"
 #include "hidutil/Command.h"
+#include "keys/HidutilContract.h"
 #include "tests/hidutil/MemoryDevices.h"
 #include "tests/support/Golden.h"
 #include "tests/support/ReadFile.h"
@@ -280,6 +281,14 @@ TEST_F(Install, WhatIsLeftOutIsANoteAndWhatIsNotTakenAFailure) {
                   outcome.status == exitSuccess)
             << row.what;
         EXPECT_EQ(fine->find(0x70039)->keycode, KEY_ESC) << row.what;
+        // What the install leaves for the application is what `status --json` reads back of the
+        // keyboards that took the list (a keyboard that refused did not); a failed one leaves
+        // nothing.
+        if (!row.refusal) {
+            EXPECT_EQ(testing::readFile(*folder / contract::statusFileName),
+                      outcome.status == exitSuccess ? run({"status", "--json"}).out : "")
+                << row.what;
+        }
         if (row.refusal)
             note("status", run({"status"}), true);
         if (row.unopened)  // what is read back fails as the install does

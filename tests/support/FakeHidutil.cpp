@@ -46,6 +46,10 @@ void FakeHidutil::setOutput(const std::string& subcommand, const std::string& ou
     std::ofstream(dir_ / name) << output;
 }
 
+void FakeHidutil::leaveStatus(const std::string& subcommand, const std::string& json, int run) {
+    std::ofstream(dir_ / ("status-" + subcommand + "." + std::to_string(run))) << json;
+}
+
 void FakeHidutil::setExitStatus(const std::string& subcommand, int status) {
     std::ofstream(dir_ / ("exit-" + subcommand)) << status;
 }

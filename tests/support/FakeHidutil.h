@@ -18,6 +18,8 @@ class FakeHidutil {
     // What the fake prints when run with this first argument ("property", "list"); with run, only
     // the run-th time (from 1, counted since the calls were last cleared).
     void setOutput(const std::string& subcommand, const std::string& output, int run = 0);
+    // What the run-th run with this first argument leaves as hidutil's status file.
+    void leaveStatus(const std::string& subcommand, const std::string& json, int run);
     // How the fake ends when run with this first argument (0 unless told).
     void setExitStatus(const std::string& subcommand, int status);
     // How the fake pkexec answers: "" plays the helper, "fail" fails with a message, "dismiss" ends

@@ -3,11 +3,16 @@
 // (\\, \t, \n). The n-th run with a first argument (counted in that file) prints
 // "$FAKE_HIDUTIL_DIR/output-<first argument>.<n>", or else "output-<first argument>", when that
 // file exists; without either, "property" answers like a successful installation and everything
-// else prints nothing.
+// else prints nothing. Where "$FAKE_HIDUTIL_DIR/status-<first argument>.<n>" exists, the n-th run
+// also leaves it as the status file, replacing that whole as hidutil does, once: the counts start
+// again when the calls are cleared.
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <string>
+
+#include "keys/HidutilContract.h"
 
 namespace {
 
@@ -54,7 +59,16 @@ int main(int argc, char** argv) {
     } else if (subcommand == "property") {
         std::cout << "UserKeyMapping:(\n)\n";
     }
-    int status = 0;
-    std::ifstream(std::string(dir) + "/exit-" + subcommand) >> status;
-    return status;
+    const auto statusFile = keyvane::contract::statusFile();
+    const std::string left = std::string(dir) + "/status-" + subcommand + "." + std::to_string(run);
+    if (std::ifstream status(left); status && statusFile) {
+        std::filesystem::create_directories(statusFile->parent_path());
+        const auto written = std::filesystem::path(*statusFile) += ".new";
+        std::ofstream(written) << status.rdbuf();
+        std::filesystem::rename(written, *statusFile);
+        std::filesystem::remove(left);
+    }
+    int exitStatus = 0;
+    std::ifstream(std::string(dir) + "/exit-" + subcommand) >> exitStatus;
+    return exitStatus;
 }

@@ -22,6 +22,7 @@
 #include "engine/MappingStatus.h"
 #include "engine/MappingStore.h"
 #include "engine/PermanentKeymap.h"
+#include "hidutil/Status.h"
 #include "platform/LoginItems.h"
 #include "tests/support/AlertAnswerer.h"
 #include "tests/support/FakeHidutil.h"
@@ -211,40 +212,58 @@ TEST_F(MainVCTest,
     EXPECT_EQ(storedList(), full);
 }
 
-// After every installation the keymaps are read back: an overridden mapping is installed once
-// more, never twice, whatever the second reading says; the capture window, modal over the main
-// window, leaves none installed.
+// After every installation the keymaps are read back, from the status file the installation left
+// or else from `hidutil status --json`: an overridden mapping is installed once more, never twice,
+// whatever the second reading says; the capture window, modal over the main window, leaves none
+// installed.
 TEST_F(MainVCTest, StatusColumnSaysWhatBecameOfEachMappingAfterEveryInstallation) {
     MappingStatus::followInstallations([] { currentMainVC->statusChanged(); });
-    // What the kernel says of Caps Lock and Command on each keyboard; neither has Tab.
-    const auto reading = [](const char* deskCaps, const char* deskCommand, const char* travelCaps,
-                            const char* travelCommand) {
-        const auto keyboard = [](const std::string& head, const char* caps, const char* command) {
-            return "keyboard " + head + "\nmapping 0x700000039 0x700000029 " + caps +
-                   "\nmapping 0x7000000e3 0x700000029 " + command +
-                   "\nmapping 0x70000002b 0x700000029 skipped\n";
+    using State = hidutil::EntryState;
+    constexpr State installed = State::Installed, overridden = State::Overridden,
+                    permanent = State::Permanent, skipped = State::Skipped;
+    // What hidutil's formatter says of Caps Lock and Command on each keyboard; neither has Tab.
+    const auto reading = [](State deskCaps, State deskCommand, State travelCaps,
+                            State travelCommand) {
+        const auto keyboard = [](unsigned productId, const char* transport,
+                                 std::uint64_t registryId, const char* product, State caps,
+                                 State command) {
+            hidutil::KeyboardStatus status;
+            status.row.productId = productId;
+            status.row.transport = transport;
+            status.row.registryId = registryId;
+            status.row.product = product;
+            status.entries = {{{0x700000039, 0x700000029}, caps},
+                              {{0x7000000e3, 0x700000029}, command},
+                              {{0x70000002b, 0x700000029}, skipped}};
+            return status;
         };
-        return keyboard("0x27e USB 0x100000005 Desk Keyboard", deskCaps, deskCommand) +
-               keyboard("0x300 Bluetooth 0x100000006 Travel Keyboard", travelCaps, travelCommand);
+        return hidutil::formatStatusJson(
+            {keyboard(0x27e, "USB", 0x100000005, "Desk Keyboard", deskCaps, deskCommand),
+             keyboard(0x300, "Bluetooth", 0x100000006, "Travel Keyboard", travelCaps,
+                      travelCommand)});
     };
     const struct {
         std::string first, second;  // what the kernel says before installing again, and after
         std::vector<std::string> texts;
         const char* commandTip = nullptr;  // the second mapping's tool tip, where it is checked
+        // The first reading is the status file the first installation leaves; the second
+        // installation leaves none, so that the file is older than it and `status` runs.
+        bool left = false;
     } rows[] = {
-        {reading("installed", "overridden", "skipped", "installed"),
-         reading("installed", "installed", "skipped", "installed"),
+        {reading(installed, overridden, skipped, installed),
+         reading(installed, installed, skipped, installed),
          {"Installed on 1 of 2 keyboards", "Overridden on Desk Keyboard, installed again",
           "No keyboard has this key", "Not installed"}},
-        {reading("installed", "installed", "installed", "overridden"),
-         reading("installed", "installed", "installed", "overridden"),
+        {reading(installed, installed, installed, overridden),
+         reading(installed, installed, installed, overridden),
          {"Installed on 2 keyboards", "Overridden on Travel Keyboard, even after installing again",
           "Not installed"},
          "Desk Keyboard: installed\nTravel Keyboard: changed by another program, also after "
-         "installing again"},
+         "installing again",
+         true},
         // udev's hwdb gives the keys: a permanent keymap, which counts as installed beside one.
-        {reading("permanent", "installed", "overridden", "permanent"),
-         reading("permanent", "installed", "permanent", "permanent"),
+        {reading(permanent, installed, overridden, permanent),
+         reading(permanent, installed, permanent, permanent),
          {"Permanent", "Installed on 2 keyboards"},
          "Desk Keyboard: installed\nTravel Keyboard: permanent (udev's hwdb)"},
     };
@@ -253,10 +272,14 @@ TEST_F(MainVCTest, StatusColumnSaysWhatBecameOfEachMappingAfterEveryInstallation
     keyMappings[2]["originalId"] = "2b";
     keyMappings[3]["originalId"] = "2c";
     MappingStore::saveMappings();
+    const std::vector<std::string> statusCall = {"status", "--json"};
     for (const auto& row : rows) {
         hidutil.clearCalls();
-        hidutil.setOutput("status", row.first, 1);
-        hidutil.setOutput("status", row.second, 2);
+        if (row.left)
+            hidutil.leaveStatus("property", row.first, 2);
+        else
+            hidutil.setOutput("status", row.first, 1);
+        hidutil.setOutput("status", row.second, row.left ? 1 : 2);
         if (!vc) {
             load();
         } else {
@@ -266,10 +289,13 @@ TEST_F(MainVCTest, StatusColumnSaysWhatBecameOfEachMappingAfterEveryInstallation
         EXPECT_EQ(column(2), row.texts);
         // Cleared, installed and read back twice (and the keyboard list, when the window loads).
         const Calls calls = hidutil.calls();
-        ASSERT_EQ(calls.size(), &row == rows ? 7u : 6u);
-        const Calls once = {FakeHidutil::clearingCall(), calls[1], {"status"}};
-        EXPECT_EQ(Calls(calls.begin(), calls.begin() + 3), once);
-        EXPECT_EQ(Calls(calls.begin() + 3, calls.begin() + 6), once);
+        ASSERT_GE(calls.size(), 2u);
+        Calls expected = {FakeHidutil::clearingCall(), calls[1]};
+        if (!row.left)
+            expected.push_back(statusCall);
+        expected.insert(expected.end(), {FakeHidutil::clearingCall(), calls[1], statusCall});
+        ASSERT_EQ(calls.size(), expected.size() + (&row == rows));
+        EXPECT_EQ(Calls(calls.begin(), calls.begin() + std::ssize(expected)), expected);
         if (row.commandTip) {
             EXPECT_EQ(table()->model()->index(1, 2).data(Qt::ToolTipRole), row.commandTip);
         }

@@ -28,11 +28,13 @@
 
 #include "GuestCheck.h"
 #include "UhidKeyboard.h"
+#include "keys/HidutilContract.h"
 
 namespace {
 
 using guest::check;
 using guest::readFile;
+namespace contract = keyvane::contract;
 
 using namespace std::chrono_literals;
 using Keymap = std::map<unsigned, unsigned>;
@@ -273,7 +275,8 @@ void checkKilled(Bus& bus, const Keyboards& keyboards, const std::vector<Keymap>
 }
 
 // ann, not in input, installs, reads the status and clears through the service: the same output,
-// exit status and keymaps as root in-process.
+// exit status and keymaps as root in-process, and the same status file, which ann's hidutil writes
+// from the service's answer.
 void checkLikeInProcess(const UhidKeyboard& a, const Keyboards& keyboards,
                         const std::vector<Keymap>& before) {
     const std::vector<std::vector<std::string>> commands = {
@@ -284,16 +287,30 @@ void checkLikeInProcess(const UhidKeyboard& a, const Keyboards& keyboards,
     std::vector<Result> service, here;
     std::vector<std::vector<Keymap>> serviceKeymaps, hereKeymaps;
     bool escape = false;
+    const auto statusFile = [](const std::string& stateFolder) {
+        return readFile(stateFolder + "/" + contract::stateFolderName + "/" +
+                        contract::statusFileName);
+    };
+    const passwd* ann = ::getpwuid(allowed);
+    std::string serviceStatus, hereStatus;
     for (const auto& command : commands) {
         service.push_back(runAs(allowed, command));
         serviceKeymaps.push_back(keyboards.now());
-        if (service.size() == 1)
+        if (service.size() == 1) {
             escape = a.pressesOf(0x39) == std::vector<int>{KEY_ESC};
+            serviceStatus =
+                statusFile(std::string(ann ? ann->pw_dir : "") + "/" + contract::homeStateFolder);
+        }
     }
     for (const auto& command : commands) {
         here.push_back(inProcess(command));
         hereKeymaps.push_back(keyboards.now());
+        if (here.size() == 1)
+            hereStatus = statusFile("/run/service-check/root-state");
     }
+    check(!serviceStatus.empty() && serviceStatus == hereStatus,
+          "ann's status file, written from the service's answer, is the one hidutil in-process "
+          "leaves");
     check(installed(service[0]) && service == here && serviceKeymaps == hereKeymaps &&
               serviceKeymaps[0] != before && serviceKeymaps[2] == before,
           "ann through the service: install, status and clear answer and change keymaps as "
