@@ -73,7 +73,7 @@ void afterFirstPaint(QWidget* window, std::function<void()> task) {
 
 AppDelegate::AppDelegate(LifecycleSettings settings) : settings_(std::move(settings)) {}
 
-void AppDelegate::applicationDidFinishLaunching() {
+void AppDelegate::applicationDidFinishLaunching(std::function<void()> afterShown) {
     if (!isLoginLaunch()) {
         showMainWindow();
     } else {
@@ -97,6 +97,8 @@ bool AppDelegate::applicationShouldHandleReopen(bool) {
     return true;
 }
 
+    if (afterShown)
+        afterFirstPaint(window_, std::move(afterShown));
 bool AppDelegate::isLoginLaunch() const {
     return session_bus::isRunning(bundle::launcherIdentifier);
 }

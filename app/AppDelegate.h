@@ -33,8 +33,10 @@ class AppDelegate : public QObject {
     QMainWindow* window() const { return window_; }
     void setWindow(QMainWindow* window) { window_ = window; }
 
-    // Runs once, after the main window's view has loaded.
-    void applicationDidFinishLaunching();
+    // Runs once, after the main window's view has loaded. `afterShown` runs once the window has
+    // been painted (at once, through the main queue, when it stays hidden), before the launch is
+    // counted.
+    void applicationDidFinishLaunching(std::function<void()> afterShown = {});
     // Brings the main window back, whatever `hasVisibleWindows` says.
     bool applicationShouldHandleReopen(bool hasVisibleWindows);
     bool applicationShouldTerminateAfterLastWindowClosed() const { return false; }
