@@ -18,6 +18,7 @@
 #include "common/AtomicFile.h"
 #include "common/Hex.h"
 #include "common/Text.h"
+#include "common/XdgDirs.h"
 #include "hidutil/Messages.h"
 
 namespace keyvane::hidutil {
@@ -252,14 +253,6 @@ std::string lockHolder(int fd) {
     return {};
 }
 
-std::optional<std::filesystem::path> absoluteFolder(const char* variable, const char* below) {
-    const char* value = std::getenv(variable);
-    // A relative path in an XDG variable is invalid and to be ignored.
-    if (!value || value[0] != '/')
-        return std::nullopt;
-    return std::filesystem::path(value) / below;
-}
-
 }  // namespace
 
 FolderLock::FolderLock(const std::filesystem::path& folder) {
@@ -297,10 +290,8 @@ FolderLock::~FolderLock() {
 }
 
 std::optional<std::filesystem::path> RecordStore::defaultFolder() {
-    if (auto state = absoluteFolder("XDG_STATE_HOME", folderName))
-        return state;
-    if (auto home = absoluteFolder("HOME", ".local/state"))
-        return *home / folderName;
+    if (auto state = xdgFolder("XDG_STATE_HOME", ".local/state"))
+        return *state / folderName;
     return std::nullopt;
 }
 
