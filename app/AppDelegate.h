@@ -13,6 +13,9 @@ class QTimer;
 
 namespace keyvane {
 
+// udev's monitor where udev runs (/run/udev/control exists), else inotify on /dev/input.
+std::unique_ptr<InputDeviceMonitor> systemInputDeviceMonitor();
+
 // How often the mappings are installed again while the window is hidden, and what tells of
 // keyboards plugged in or changed; tests shorten the one and feed the other themselves.
 struct LifecycleSettings {
