@@ -108,10 +108,13 @@ void MainVC::sizeKeyColumns() {
     QTableView* table = ui_->tableView;
     const QFontMetrics metrics(table->font());
     QString widest;
+    int widestAdvance = 0;
     for (const KeyTable::SortedEntry& entry : KeyTable::sortedEntries()) {
         const QString name = QString::fromStdString(entry.name);
-        if (metrics.horizontalAdvance(name) > metrics.horizontalAdvance(widest))
+        if (const int advance = metrics.horizontalAdvance(name); advance > widestAdvance) {
             widest = name;
+            widestAdvance = advance;
+        }
     }
     // What the table's delegate asks of the style for a cell of that text, and the grid line.
     QStyleOptionViewItem cell;
