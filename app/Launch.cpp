@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <QApplication>
+#include <QIcon>
 #include <QMainWindow>
 
 #include "app/LoginItem.h"
@@ -62,9 +63,11 @@ Launch::Outcome Launch::start() {
         delegate_.applicationShouldHandleReopen(mainVC_->MainWin()->isVisible());
     });
     // A login launch installs again before then, and that installation was read back already.
+    // The icon theme is searched then too: a window manager takes the icon of a mapped window.
     delegate_.applicationDidFinishLaunching([statusUnread] {
         if (*statusUnread)
             MappingStatus::check();
+        QApplication::setWindowIcon(QIcon::fromTheme(bundle::appIdentifier));
     });
     return Outcome::Running;
 }
