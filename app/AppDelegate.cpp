@@ -5,14 +5,17 @@
 #include <QMainWindow>
 #include <QTimer>
 #include <QWindow>
+#include <filesystem>
 
 #include "engine/MappingApplier.h"
 #include "engine/MappingStore.h"
 #include "platform/Bundle.h"
 #include "platform/DistributedNotificationCenter.h"
+#include "platform/InotifyInputMonitor.h"
 #include "platform/InputDeviceWatcher.h"
 #include "platform/MainQueue.h"
 #include "platform/SessionBus.h"
+#include "platform/UdevInputMonitor.h"
 #include "platform/UserDefaults.h"
 #include "remote/SCL.h"
 #include "ui/capture/KeyboardVC.h"
@@ -71,9 +74,20 @@ void afterFirstPaint(QWidget* window, std::function<void()> task) {
 
 }  // namespace
 
+std::unique_ptr<InputDeviceMonitor> systemInputDeviceMonitor() {
+    // udev's control socket: udevd runs and will pass every device on once its rules ran.
+    std::error_code error;
+    if (std::filesystem::exists("/run/udev/control", error)) {
+        auto udev = std::make_unique<UdevInputMonitor>();
+        if (udev->isMonitoring())
+            return udev;
+    }
+    return std::make_unique<InotifyInputMonitor>();
+}
+
 AppDelegate::AppDelegate(LifecycleSettings settings) : settings_(std::move(settings)) {}
 
-void AppDelegate::applicationDidFinishLaunching() {
+void AppDelegate::applicationDidFinishLaunching(std::function<void()> afterShown) {
     if (!isLoginLaunch()) {
         showMainWindow();
     } else {
@@ -83,6 +97,8 @@ void AppDelegate::applicationDidFinishLaunching() {
         MappingApplier::applyMappings();
     }
     SCL::fetchConfig();
+    if (afterShown)
+        afterFirstPaint(window_, std::move(afterShown));
     // Counting saves the settings file, with its syncs; the user waits for the window, not for
     // that.
     afterFirstPaint(window_, [] { countLaunch(); });

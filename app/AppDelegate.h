@@ -13,6 +13,9 @@ class QTimer;
 
 namespace keyvane {
 
+// udev's monitor where udev runs (/run/udev/control exists), else inotify on /dev/input.
+std::unique_ptr<InputDeviceMonitor> systemInputDeviceMonitor();
+
 // How often the mappings are installed again while the window is hidden, and what tells of
 // keyboards plugged in or changed; tests shorten the one and feed the other themselves.
 struct LifecycleSettings {
@@ -33,8 +36,10 @@ class AppDelegate : public QObject {
     QMainWindow* window() const { return window_; }
     void setWindow(QMainWindow* window) { window_ = window; }
 
-    // Runs once, after the main window's view has loaded.
-    void applicationDidFinishLaunching();
+    // Runs once, after the main window's view has loaded. `afterShown` runs once the window has
+    // been painted (at once, through the main queue, when it stays hidden), before the launch is
+    // counted.
+    void applicationDidFinishLaunching(std::function<void()> afterShown = {});
     // Brings the main window back, whatever `hasVisibleWindows` says.
     bool applicationShouldHandleReopen(bool hasVisibleWindows);
     bool applicationShouldTerminateAfterLastWindowClosed() const { return false; }

@@ -1,5 +1,4 @@
 #include <QApplication>
-#include <QIcon>
 #include <csignal>
 #include <cstdlib>
 #include <string>
@@ -87,7 +86,6 @@ int main(int argc, char** argv) {
         keyvane::warn(message);
     QApplication::setApplicationName("Keyvane");
     QApplication::setDesktopFileName(keyvane::bundle::appIdentifier);
-    QApplication::setWindowIcon(QIcon::fromTheme(keyvane::bundle::appIdentifier));
     keyvane::bundle::appendProgramFolderToPath();
 
     keyvane::Launch launch;

@@ -1,9 +1,10 @@
 // Keyvane's start as a user meets it, measured from the X server's own events: from starting
-// `keyvane` until the server maps a window of that very process (its _NET_WM_PID), and the memory
-// of that process once it runs in the background (window closed as a window manager closes it, and
-// after a login launch through keyvane-launcher, which never shows the window). Memory is given as
-// resident (RSS) and proportional (PSS, shared pages divided among their users) size.
-//   launch_bench KEYVANE KEYVANE_LAUNCHER RUNS     (bench/launch-bench sets up the session)
+// `keyvane` until the server maps a window of that very process (its _NET_WM_PID), as a ratio to
+// the same time of a bare Qt window with a menu bar and a table started in the same run, and the
+// memory of that process once it runs in the background (window closed as a window manager closes
+// it, and after a login launch through keyvane-launcher, which never shows the window). Memory is
+// given as resident (RSS) and proportional (PSS, shared pages divided among their users) size.
+//   launch_bench KEYVANE KEYVANE_LAUNCHER PEER RUNS     (bench/launch-bench sets up the session)
 #include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
@@ -14,6 +15,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -85,6 +87,7 @@ class XServer {
         if (xcb_connection_has_error(connection_))
             fail("cannot reach the X server in DISPLAY");
         root_ = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data->root;
+        // Top-level windows are created on the root; their own maps are watched from there on.
         const uint32_t mask = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
         xcb_change_window_attributes(connection_, root_, XCB_CW_EVENT_MASK, &mask);
         pidAtom_ = atom("_NET_WM_PID");
@@ -96,7 +99,9 @@ class XServer {
     XServer(const XServer&) = delete;
     XServer& operator=(const XServer&) = delete;
 
-    // Waits for the server to map a top-level window of `pid`; returns that window.
+    // Waits for the server to map a top-level window of `pid`; returns that window. A reparenting
+    // window manager moves the window into a frame of its own before mapping it, and the root then
+    // hears only of the frame: the window's own map is what every window manager leaves alone.
     xcb_window_t awaitMapped(pid_t pid) {
         return awaitEvent(XCB_MAP_NOTIFY, [&](xcb_generic_event_t* event) {
             auto* mapped = reinterpret_cast<xcb_map_notify_event_t*>(event);
@@ -159,11 +164,38 @@ class XServer {
                 std::this_thread::sleep_for(std::chrono::microseconds(200));
                 continue;
             }
-            if ((event->response_type & 0x7f) == type)
+            const uint8_t kind = event->response_type & 0x7f;
+            if (kind == XCB_CREATE_NOTIFY)
+                if (auto mapped = watch(reinterpret_cast<xcb_create_notify_event_t*>(event.get()));
+                    type == XCB_MAP_NOTIFY && mapped && match(mapped.get()) != XCB_NONE)
+                    return reinterpret_cast<xcb_map_notify_event_t*>(mapped.get())->window;
+            if (kind == type)
                 if (xcb_window_t window = match(event.get()); window != XCB_NONE)
                     return window;
         }
         fail("the X server did not report the window in time");
+    }
+
+    // Asks for the new top-level window's own map and unmap events, wherever it is moved. Should
+    // it already be mapped by the time the server has the request, no event comes: that map is
+    // returned as one, seen now.
+    std::unique_ptr<xcb_generic_event_t, decltype(&std::free)> watch(
+        const xcb_create_notify_event_t* created) {
+        std::unique_ptr<xcb_generic_event_t, decltype(&std::free)> none(nullptr, &std::free);
+        if (created->parent != root_ || created->override_redirect)
+            return none;
+        const uint32_t mask = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+        xcb_change_window_attributes(connection_, created->window, XCB_CW_EVENT_MASK, &mask);
+        std::unique_ptr<xcb_get_window_attributes_reply_t, decltype(&std::free)> attributes(
+            xcb_get_window_attributes_reply(
+                connection_, xcb_get_window_attributes(connection_, created->window), nullptr),
+            &std::free);
+        if (!attributes || attributes->map_state == XCB_MAP_STATE_UNMAPPED)
+            return none;
+        auto* mapped = static_cast<xcb_map_notify_event_t*>(std::calloc(1, 32));
+        mapped->response_type = XCB_MAP_NOTIFY;
+        mapped->event = mapped->window = created->window;
+        return {reinterpret_cast<xcb_generic_event_t*>(mapped), &std::free};
     }
 
     xcb_connection_t* connection_;
@@ -184,6 +216,11 @@ pid_t adoptedKeyvane() {
     fail("the login launch left no keyvane running");
 }
 
+double median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    return values[(values.size() - 1) / 2];
+}
+
 std::string summary(std::vector<double> values, const char* unit) {
     std::sort(values.begin(), values.end());
     auto number = [](double value) { return std::to_string(static_cast<long>(value + 0.5)); };
@@ -195,16 +232,25 @@ std::string summary(std::vector<double> values, const char* unit) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 4)
-        fail("usage: launch_bench KEYVANE KEYVANE_LAUNCHER RUNS");
-    const std::string keyvane = argv[1], launcher = argv[2];
-    const int runs = std::max(1, std::atoi(argv[3]));
+    if (argc != 5)
+        fail("usage: launch_bench KEYVANE KEYVANE_LAUNCHER PEER RUNS");
+    const std::string keyvane = argv[1], launcher = argv[2], peer = argv[3];
+    const int runs = std::max(1, std::atoi(argv[4]));
     ::prctl(PR_SET_CHILD_SUBREAPER, 1);
     XServer server;
 
-    std::vector<double> launchMs, closedRss, closedPss, loginRss, loginPss;
+    // The peer starts just before Keyvane in every run, so that both meet the same load of a
+    // shared machine.
+    std::vector<double> launchMs, peerMs, closedRss, closedPss, loginRss, loginPss;
     for (int run = 0; run < runs; ++run) {
-        const auto start = Clock::now();
+        auto start = Clock::now();
+        const pid_t peerPid = spawn(peer);
+        const xcb_window_t peerWindow = server.awaitMapped(peerPid);
+        peerMs.push_back(std::chrono::duration<double, std::milli>(Clock::now() - start).count());
+        server.close(peerWindow);
+        stop(peerPid);
+
+        start = Clock::now();
         const pid_t pid = spawn(keyvane);
         const xcb_window_t window = server.awaitMapped(pid);
         launchMs.push_back(std::chrono::duration<double, std::milli>(Clock::now() - start).count());
@@ -224,7 +270,11 @@ int main(int argc, char** argv) {
         loginPss.push_back(memory.pssKiB);
         stop(pid);
     }
+    char ratio[16];
+    std::snprintf(ratio, sizeof ratio, "%.2f", median(launchMs) / median(peerMs));
     std::cout << "launch to window mapped:            " << summary(launchMs, "ms") << "\n"
+              << "bare Qt window (menu bar, table):   " << summary(peerMs, "ms") << "\n"
+              << "launch / bare window (medians):     " << ratio << "x\n"
               << "window closed, resident (RSS):      " << summary(closedRss, "KiB") << "\n"
               << "window closed, proportional (PSS):  " << summary(closedPss, "KiB") << "\n"
               << "login launch, resident (RSS):       " << summary(loginRss, "KiB") << "\n"

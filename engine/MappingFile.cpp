@@ -8,6 +8,7 @@
 #include "common/Text.h"
 #include "engine/KeyTable.h"
 #include "engine/MappingApplier.h"
+#include "engine/MappingStore.h"
 #include "platform/JsonText.h"
 
 namespace keyvane {
@@ -24,20 +25,6 @@ std::vector<const KeyTable::SortedEntry*> keysOfUsage(const std::string& usage) 
             keys.push_back(&entry);
     }
     return keys;
-}
-
-std::optional<KeyMapping> asTexts(const DefaultsValue& value) {
-    const DefaultsDictionary* object = value.get<DefaultsDictionary>();
-    if (!object)
-        return std::nullopt;
-    KeyMapping texts;
-    for (const auto& [key, element] : *object) {
-        const std::string* text = element.get<std::string>();
-        if (!text)
-            return std::nullopt;
-        texts.emplace(key, *text);
-    }
-    return texts;
 }
 
 // Fills in `mapping`'s name of one side ("original" or "remapped") from the key table, or says why
@@ -67,7 +54,7 @@ std::string checkSide(const KeyMapping& texts, const std::string& side, KeyMappi
 
 // The mapping that `value` describes, or the reason why it cannot be used.
 std::string checkRecord(const DefaultsValue& value, KeyMapping& mapping) {
-    const std::optional<KeyMapping> texts = asTexts(value);
+    const std::optional<KeyMapping> texts = MappingStore::asKeyMapping(value);
     if (!texts)
         return "it is not an object of texts";
     for (const char* side : {"original", "remapped"}) {

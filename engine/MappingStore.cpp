@@ -8,7 +8,25 @@ std::vector<KeyMapping> keyMappings;
 
 namespace {
 
-std::optional<KeyMapping> asKeyMapping(const DefaultsValue& value) {
+std::vector<KeyMapping> storedMappings() {
+    const DefaultsValue* stored = UserDefaults::standard().objectForKey(defaults_keys::keyData);
+    const DefaultsArray* array = stored ? stored->get<DefaultsArray>() : nullptr;
+    if (!array)
+        return {};
+    std::vector<KeyMapping> mappings;
+    mappings.reserve(array->size());
+    for (const DefaultsValue& element : *array) {
+        std::optional<KeyMapping> mapping = MappingStore::asKeyMapping(element);
+        if (!mapping)
+            return {};
+        mappings.push_back(std::move(*mapping));
+    }
+    return mappings;
+}
+
+}  // namespace
+
+std::optional<KeyMapping> MappingStore::asKeyMapping(const DefaultsValue& value) {
     const DefaultsDictionary* dictionary = value.get<DefaultsDictionary>();
     if (!dictionary)
         return std::nullopt;
@@ -21,24 +39,6 @@ std::optional<KeyMapping> asKeyMapping(const DefaultsValue& value) {
     }
     return mapping;
 }
-
-std::vector<KeyMapping> storedMappings() {
-    const DefaultsValue* stored = UserDefaults::standard().objectForKey(defaults_keys::keyData);
-    const DefaultsArray* array = stored ? stored->get<DefaultsArray>() : nullptr;
-    if (!array)
-        return {};
-    std::vector<KeyMapping> mappings;
-    mappings.reserve(array->size());
-    for (const DefaultsValue& element : *array) {
-        std::optional<KeyMapping> mapping = asKeyMapping(element);
-        if (!mapping)
-            return {};
-        mappings.push_back(std::move(*mapping));
-    }
-    return mappings;
-}
-
-}  // namespace
 
 void MappingStore::loadMappings() {
     keyMappings = storedMappings();

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/DefaultsKeys.h"
+#include "platform/DefaultsValue.h"
 
 namespace keyvane {
 
@@ -37,6 +38,9 @@ class MappingStore {
     static void saveKeyboardId(const std::string& keyboardId);
     static bool loadApplyAtLogin();
     static void saveApplyAtLogin(bool applyAtLogin);
+
+    // The record that a stored or imported value holds: a dictionary of strings, or nothing.
+    static std::optional<KeyMapping> asKeyMapping(const DefaultsValue& value);
 
     // The list as one line of text, for the standard output trace.
     static std::string describe(const std::vector<KeyMapping>& mappings);

@@ -1,16 +1,17 @@
 #include "engine/ShellRunner.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <spawn.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <condition_variable>
 #include <cstring>
-#include <deque>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 #include "common/Log.h"
 #include "common/Utf8.h"
@@ -35,7 +36,10 @@ std::string readToEnd(int fd) {
 
 // The exit status is not wanted, but the child must not linger as a zombie. At the end of its
 // output a command has usually not exited yet, and it may go on running for as long as it likes,
-// so children are reaped by one thread that lives as long as the process, never by the caller.
+// so children are reaped by one thread that lives as long as the process, never by the caller. It
+// waits on every child at once (a pidfd each, readable when that child has ended), so one that
+// lingers holds up no other. waitpid(-1) would do the same, but would also take the children of
+// Qt's processes and of others in this process from under them.
 class Reaper {
   public:
     static void reap(pid_t child) {
@@ -44,33 +48,73 @@ class Reaper {
     }
 
   private:
+    struct Child {
+        pid_t pid;
+        int pidfd;
+    };
+
     Reaper() {
+        if (::pipe2(wake_, O_CLOEXEC | O_NONBLOCK) != 0)
+            wake_[0] = wake_[1] = -1;
         std::thread([this] { run(); }).detach();
     }
 
     void add(pid_t child) {
+        const int pidfd = static_cast<int>(::syscall(SYS_pidfd_open, child, 0));
+        if (pidfd < 0 || wake_[1] < 0) {
+            // Without pidfds (a kernel before 5.3) this child gets a waiting thread of its own.
+            if (pidfd >= 0)
+                ::close(pidfd);
+            std::thread([child] { waitFor(child); }).detach();
+            return;
+        }
         {
             std::lock_guard lock(mutex_);
-            children_.push_back(child);
+            added_.push_back({child, pidfd});
         }
-        added_.notify_one();
+        const char one = 1;
+        while (::write(wake_[1], &one, 1) < 0 && errno == EINTR) {
+        }
+    }
+
+    static void waitFor(pid_t child) {
+        while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+        }
     }
 
     [[noreturn]] void run() {
+        std::vector<Child> children;
+        std::vector<pollfd> polled;
         for (;;) {
-            std::unique_lock lock(mutex_);
-            added_.wait(lock, [this] { return !children_.empty(); });
-            const pid_t child = children_.front();
-            children_.pop_front();
-            lock.unlock();
-            while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+            polled.assign(1, pollfd{wake_[0], POLLIN, 0});
+            for (const Child& child : children)
+                polled.push_back({child.pidfd, POLLIN, 0});
+            if (::poll(polled.data(), polled.size(), -1) < 0)
+                continue;  // EINTR; nothing else can fail with these descriptors
+            std::vector<Child> running;
+            for (std::size_t i = 0; i < children.size(); ++i) {
+                if (polled[i + 1].revents == 0) {
+                    running.push_back(children[i]);
+                    continue;
+                }
+                waitFor(children[i].pid);
+                ::close(children[i].pidfd);
+            }
+            children = std::move(running);
+            if (polled[0].revents != 0) {
+                char drained[64];
+                while (::read(wake_[0], drained, sizeof drained) > 0) {
+                }
+                std::lock_guard lock(mutex_);
+                children.insert(children.end(), added_.begin(), added_.end());
+                added_.clear();
             }
         }
     }
 
+    int wake_[2] = {-1, -1};
     std::mutex mutex_;
-    std::condition_variable added_;
-    std::deque<pid_t> children_;
+    std::vector<Child> added_;
 };
 
 }  // namespace

@@ -1,8 +1,9 @@
 #pragma once
 
-#include <cstdlib>
 #include <filesystem>
 #include <optional>
+
+#include "common/XdgDirs.h"
 
 // What hidutil and the application must agree on, written once: the command lines the application
 // runs, the words hidutil answers with and the keys of its JSON, and where hidutil leaves what
@@ -81,23 +82,14 @@ inline constexpr char statusJsonCommand[] = "hidutil status --json";
 // into a folder the user owns, so hidutil, as the service's client, writes the status the service
 // answered here itself.
 inline constexpr char stateFolderVariable[] = "XDG_STATE_HOME";
-inline constexpr char homeVariable[] = "HOME";
 inline constexpr char homeStateFolder[] = ".local/state";
 inline constexpr char stateFolderName[] = "keyvane";
 inline constexpr char statusFileName[] = "status.json";
 
-// $XDG_STATE_HOME/keyvane, else ~/.local/state/keyvane; nothing without either. A relative path in
-// an XDG variable is invalid and to be ignored.
+// $XDG_STATE_HOME/keyvane, else ~/.local/state/keyvane; nothing without either.
 inline std::optional<std::filesystem::path> stateFolder() {
-    const auto absolute = [](const char* variable) -> const char* {
-        const char* value = std::getenv(variable);
-        return value && value[0] == '/' ? value : nullptr;
-    };
-    if (const char* state = absolute(stateFolderVariable))
-        return std::filesystem::path(state) / stateFolderName;
-    if (const char* home = absolute(homeVariable))
-        return std::filesystem::path(home) / homeStateFolder / stateFolderName;
-    return std::nullopt;
+    const auto state = xdgFolder(stateFolderVariable, homeStateFolder);
+    return state ? std::optional(*state / stateFolderName) : std::nullopt;
 }
 
 inline std::optional<std::filesystem::path> statusFile() {

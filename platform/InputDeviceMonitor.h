@@ -15,8 +15,9 @@ struct InputDeviceEvent {
 };
 
 // Reports input device nodes as they come and go, on the event loop of the thread that made it.
-// Where udev runs, it reports a device only once udev's rules have run on it (hwdb's keymap is in
-// place and the node has its permissions); elsewhere the device folder is watched directly.
+// UdevInputMonitor reports a device only once udev's rules have run on it (hwdb's keymap is in
+// place and the node has its permissions); InotifyInputMonitor watches the device folder directly.
+// Which one runs is the application's choice.
 class InputDeviceMonitor : public QObject {
     Q_OBJECT
   public:
@@ -27,8 +28,5 @@ class InputDeviceMonitor : public QObject {
   signals:
     void deviceEvent(const keyvane::InputDeviceEvent& event);
 };
-
-// udev's monitor where udev runs (/run/udev/control exists), else inotify on /dev/input.
-std::unique_ptr<InputDeviceMonitor> systemInputDeviceMonitor();
 
 }  // namespace keyvane

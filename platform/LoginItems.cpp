@@ -1,7 +1,7 @@
 #include "platform/LoginItems.h"
 
 #include "common/AtomicFile.h"
-#include "platform/XdgDirs.h"
+#include "common/XdgDirs.h"
 
 namespace keyvane {
 namespace {

@@ -9,8 +9,8 @@
 
 #include "common/AtomicFile.h"
 #include "common/Log.h"
+#include "common/XdgDirs.h"
 #include "platform/JsonText.h"
-#include "platform/XdgDirs.h"
 
 namespace keyvane {
 namespace {

@@ -279,6 +279,8 @@ TEST_F(CommandLineTest, ARunningCopyCarriesOutTheCommandsOverTheBus) {
     ASSERT_EQ(app.start(), Launch::Outcome::Running);
     std::ofstream(exportFile) << MappingFile::compose({commandToControl, capsLockToEscape},
                                                       "0x27e");
+    // The start's installation is read back once the window is on screen.
+    ASSERT_TRUE(QTest::qWaitFor([&] { return hidutil.calls().size() == 4; }, 20000));
     hidutil.clearCalls();
 
     Outcome run = keyvane({"--import", QString::fromStdString(exportFile), "--append"});

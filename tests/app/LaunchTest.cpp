@@ -7,6 +7,7 @@
 #include <QProcess>
 #include <QTest>
 #include <QTimer>
+#include <QWindow>
 #include <fstream>
 
 #include "app/Launch.h"
@@ -79,9 +80,12 @@ TEST_F(LaunchTest, NormalThenLoginLaunchShowOrHideTheWindowInstallAndCountTheLau
     QMainWindow* window = app->mainVC().MainWin();
     EXPECT_TRUE(window->isVisible());
     EXPECT_EQ(window->windowTitle().toStdString(), "Keyvane " + SCL::appVersion());
-    EXPECT_EQ(hidutil.calls(),
-              (Calls{FakeHidutil::clearingCall(), FakeHidutil::installCall(capsLockToEscape),
-                     statusCall, listCall}));
+    // What Keyvane adds to the installation, reading it back, waits until the window is on screen.
+    EXPECT_EQ(hidutil.calls(), (Calls{FakeHidutil::clearingCall(),
+                                      FakeHidutil::installCall(capsLockToEscape), listCall}));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return hidutil.calls().size() == 4; }, 20000));
+    EXPECT_EQ(hidutil.calls().back(), statusCall);
+    EXPECT_TRUE(window->windowHandle()->isExposed());
     // The installation is reported as well (its reports are checked in MappingApplierTest).
     EXPECT_TRUE(QTest::qWaitFor(
         [&] { return reportsOf("First%20launch") == 1 && reportsOf("applymapping") == 1; }, 20000));
@@ -101,12 +105,13 @@ TEST_F(LaunchTest, NormalThenLoginLaunchShowOrHideTheWindowInstallAndCountTheLau
     EXPECT_FALSE(app->mainVC().MainWin()->isVisible());
     EXPECT_EQ(hidutil.calls(),
               (Calls{FakeHidutil::clearingCall(), FakeHidutil::installCall(capsLockToEscape),
-                     statusCall, listCall, FakeHidutil::clearingCall(),
+                     listCall, FakeHidutil::clearingCall(),
                      FakeHidutil::installCall(capsLockToEscape), statusCall}));
     EXPECT_TRUE(QTest::qWaitFor(
         [] { return UserDefaults::standard().integerForKey("launchcount") == 2; }, 20000));
     settle();
     EXPECT_EQ(reportsOf("First%20launch"), 1);
+    EXPECT_EQ(hidutil.calls().size(), 6u);  // that installation is not read back twice
 }
 
 // A second start shows the window of the copy that runs (also from a console without a display,
@@ -218,6 +223,7 @@ TEST(LaunchWithoutBus, StartsAsANormalLaunchAndSaysSo) {
 // whether the window shows or not; a burst of them gets them once.
 TEST_F(LaunchTest, TheTimerInstallsOnlyWhileTheWindowIsHiddenABurstOfKeyboardsOnce) {
     auto app = launch(100ms);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return hidutil.calls().size() == 4; }, 20000));
     hidutil.clearCalls();
     settle(600ms);
     EXPECT_TRUE(hidutil.calls().empty());

@@ -43,25 +43,26 @@ bool eventually(Condition condition) {
 }
 
 // Exits are collected in the background, also of a command that goes on running after closing its
-// output (until the test releases it): the caller has the output at once, and no zombie stays.
-TEST(ShellRunner, CommandsAreReapedWithoutHoldingUpTheCaller) {
-    const std::filesystem::path home = std::getenv("HOME");
-    const std::filesystem::path fifo = home / "release", done = home / "done";
+// output (until the test releases it): the caller has the output at once, the commands after it
+// are reaped while it lingers, and no zombie stays.
+TEST(ShellRunner, CommandsAreReapedWithoutHoldingUpTheCallerOrEachOther) {
+    const std::filesystem::path fifo = std::filesystem::path(std::getenv("HOME")) / "release";
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    std::string lingering =
+        ShellRunner::run("echo $$; exec >&-; read line < '" + fifo.string() + "'");
+    ASSERT_FALSE(lingering.empty());
+    lingering.pop_back();
     std::vector<std::string> shells;
     for (int i = 0; i < 3; ++i)
         shells.push_back(ShellRunner::run("printf $$"));
-    EXPECT_EQ(ShellRunner::run("echo before; exec >&-; read line < '" + fifo.string() +
-                               "'; echo $$ > '" + done.string() + "'"),
-              "before\n");
-    std::ofstream(fifo) << "go\n";
-    std::string pid;
-    ASSERT_TRUE(eventually(
-        [&] { return std::getline(std::ifstream(done) >> std::ws, pid) && !pid.empty(); }));
-    shells.push_back(pid);
+    const auto gone = [](const std::string& pid) {
+        return eventually([&] { return !std::filesystem::exists("/proc/" + pid); });
+    };
     for (const std::string& shell : shells)
-        EXPECT_TRUE(eventually([&] { return !std::filesystem::exists("/proc/" + shell); }))
-            << shell;
+        EXPECT_TRUE(gone(shell)) << shell;
+    EXPECT_TRUE(std::filesystem::exists("/proc/" + lingering));
+    std::ofstream(fifo) << "go\n";
+    EXPECT_TRUE(gone(lingering));
 }
 
 }  // namespace

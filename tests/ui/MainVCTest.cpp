@@ -14,10 +14,12 @@
 #include <QTimer>
 #include <QToolButton>
 #include <QtTest/QTest>
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
 #include "app/LoginItem.h"
+#include "engine/KeyTable.h"
 #include "engine/MappingFile.h"
 #include "engine/MappingStatus.h"
 #include "engine/MappingStore.h"
@@ -127,6 +129,12 @@ TEST_F(MainVCTest,
     EXPECT_EQ(model->index(1, 0).data(Qt::ToolTipRole).toString(), "Left Super (Windows logo) key");
     EXPECT_FALSE(outlet<QLabel>("startLabel")->isVisible());
     EXPECT_TRUE(outlet<QCheckBox>("applyCheckbox")->isChecked());
+    // The key columns fit every name of the key table, whatever the list holds.
+    int widestName = 0;
+    for (const KeyTable::SortedEntry& key : KeyTable::sortedEntries())
+        widestName = std::max(
+            widestName, table()->fontMetrics().horizontalAdvance(QString::fromStdString(key.name)));
+    EXPECT_GT(std::min(table()->columnWidth(0), table()->columnWidth(1)), widestName);
 
     // Tab leaves the table; remove is offered only with a selected row.
     activateMainWindow();

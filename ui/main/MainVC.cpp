@@ -7,9 +7,13 @@
 #include <QEvent>
 #include <QHeaderView>
 #include <QMainWindow>
+#include <QStyleOptionViewItem>
+#include <QTableView>
+#include <algorithm>
 
 #include "common/Log.h"
 #include "common/Text.h"
+#include "engine/KeyTable.h"
 #include "engine/MappingApplier.h"
 #include "engine/MappingFile.h"
 #include "engine/MappingStatus.h"
@@ -44,8 +48,8 @@ MainVC::MainVC(std::function<void()> updateLoginItem, PermanentSettings permanen
       permanent_(new PermanentKeymapDialogs(window_.get(), std::move(permanent))) {
     ui_->setupUi(window_.get());
     ui_->tableView->setModel(this);
-    // Key names are short; the status takes the room that is left.
-    ui_->tableView->horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    sizeKeyColumns();
+    // The status takes the room that is left.
     ui_->tableView->horizontalHeader()->setSectionResizeMode(statusColumn, QHeaderView::Stretch);
     ui_->startLabel->setAttribute(Qt::WA_TransparentForMouseEvents);
     window_->installEventFilter(this);
@@ -96,6 +100,35 @@ void MainVC::connectActions() {
             &MainVC::updateRemoveEnabled);
     connect(this, &QAbstractItemModel::modelReset, this, &MainVC::updateRemoveEnabled);
     connect(this, &QAbstractItemModel::rowsRemoved, this, &MainVC::updateRemoveEnabled);
+}
+
+// A key column holds key table names only, so the widest of them sizes both, once: measuring every
+// row instead costs a third of the start with a long list, and again at every change.
+void MainVC::sizeKeyColumns() {
+    QTableView* table = ui_->tableView;
+    const QFontMetrics metrics(table->font());
+    QString widest;
+    int widestAdvance = 0;
+    for (const KeyTable::SortedEntry& entry : KeyTable::sortedEntries()) {
+        const QString name = QString::fromStdString(entry.name);
+        if (const int advance = metrics.horizontalAdvance(name); advance > widestAdvance) {
+            widest = name;
+            widestAdvance = advance;
+        }
+    }
+    // What the table's delegate asks of the style for a cell of that text, and the grid line.
+    QStyleOptionViewItem cell;
+    cell.initFrom(table);
+    cell.font = table->font();
+    cell.fontMetrics = metrics;
+    cell.features = QStyleOptionViewItem::HasDisplay;
+    cell.text = widest;
+    const int width =
+        table->style()->sizeFromContents(QStyle::CT_ItemViewItem, &cell, QSize(), table).width() +
+        (table->showGrid() ? 1 : 0);
+    QHeaderView* header = table->horizontalHeader();
+    for (int column = 0; column < statusColumn; ++column)
+        header->resizeSection(column, std::max(width, header->sectionSizeHint(column)));
 }
 
 // Remove acts on the selected row; without one it would do nothing, so it is offered only then.

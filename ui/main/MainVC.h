@@ -73,6 +73,7 @@ class MainVC : public QAbstractTableModel {
   private:
     bool eventFilter(QObject* watched, QEvent* event) override;
     void connectActions();
+    void sizeKeyColumns();
     void updateRemoveEnabled();
     void presentKeyboardVC();
     void importMappings();
