@@ -45,29 +45,26 @@ Launch::Outcome Launch::start() {
     MappingApplier::setEffects(
         {SCL::logEvent, SCL::logError,
          [](const std::string& text, const std::string& title) { showAlert(text, title, {}); }});
-    // The installation that the view makes as it loads is read back only once the window is on
-    // screen: the read-back is a shell of its own, and the user waits for the window, not for it.
-    auto statusUnread = std::make_shared<bool>(false);
-    MappingApplier::setAfterInstall([statusUnread] { *statusUnread = true; });
+    // Every installation from here on is read back, and the window says what became of it; the one
+    // that the view makes as it loads only once the window is on screen: the read-back may be a
+    // shell of its own, and the user waits for the window, not for it.
+    MappingStatus::followInstallations([] {
+        if (currentMainVC)
+            currentMainVC->statusChanged();
+    });
+    MappingStatus::holdChecks();
     // pkexec asks polkit for the helper; a Keyvane that already runs as root starts it itself.
     mainVC_ = std::make_unique<MainVC>(
         updateLoginItem, PermanentSettings{{bundle::permanentHelperPath(), ::geteuid() != 0}});
     mainVC_->viewDidLoad();
-    // Every installation from here on is read back, and the window says what became of it.
-    MappingStatus::followInstallations([statusUnread] {
-        *statusUnread = false;
-        if (currentMainVC)
-            currentMainVC->statusChanged();
-    });
     delegate_.setWindow(mainVC_->MainWin());
     QObject::connect(&instance_, &SingleInstance::reopenRequested, &delegate_, [this] {
         delegate_.applicationShouldHandleReopen(mainVC_->MainWin()->isVisible());
     });
-    // A login launch installs again before then, and that installation was read back already.
-    // The icon theme is searched then too: a window manager takes the icon of a mapped window.
-    delegate_.applicationDidFinishLaunching([statusUnread] {
-        if (*statusUnread)
-            MappingStatus::check();
+    // A login launch installs again before then, and both installations are read back once. The
+    // icon theme is searched then too: a window manager takes the icon of a mapped window.
+    delegate_.applicationDidFinishLaunching([] {
+        MappingStatus::releaseChecks();
         QApplication::setWindowIcon(QIcon::fromTheme(bundle::appIdentifier));
     });
     return Outcome::Running;

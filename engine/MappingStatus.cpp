@@ -31,6 +31,7 @@ struct FileMark {
     bool operator==(const FileMark&) const = default;
 };
 std::optional<FileMark> markBefore;
+bool held = false, checkPending = false;
 
 std::optional<FileMark> markOf(const std::filesystem::path& file) {
     struct stat status {};
@@ -126,7 +127,22 @@ std::vector<StatusKeyboard> parseStatus(const std::string& json) {
 
 void MappingStatus::followInstallations(std::function<void()> changed) {
     changedHandler = std::move(changed);
-    MappingApplier::setAroundInstall(markStatusFile, check);
+    MappingApplier::setAroundInstall(markStatusFile, [] {
+        if (held)
+            checkPending = true;
+        else
+            check();
+    });
+}
+
+void MappingStatus::holdChecks() {
+    held = true;
+}
+
+void MappingStatus::releaseChecks() {
+    held = false;
+    if (std::exchange(checkPending, false))
+        check();
 }
 
 void MappingStatus::check() {

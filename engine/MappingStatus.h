@@ -47,6 +47,10 @@ class MappingStatus {
 
     // From now on every installation is checked; `changed` runs after each check.
     static void followInstallations(std::function<void()> changed);
+    // Until released, an installation is only noted, and read back once at the release: the start
+    // shows its window before it spends a process on reading back.
+    static void holdChecks();
+    static void releaseChecks();
     static void check();
     // Every mapping was removed from the system.
     static void cleared();

@@ -103,6 +103,7 @@ TEST_F(LaunchTest, NormalThenLoginLaunchShowOrHideTheWindowInstallAndCountTheLau
     QDBusConnection::sessionBus().interface()->registerService("app.keyvane.KeyvaneLauncher");
     app = launch();
     EXPECT_FALSE(app->mainVC().MainWin()->isVisible());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return hidutil.calls().size() == 6; }, 20000));
     EXPECT_EQ(hidutil.calls(),
               (Calls{FakeHidutil::clearingCall(), FakeHidutil::installCall(capsLockToEscape),
                      listCall, FakeHidutil::clearingCall(),
