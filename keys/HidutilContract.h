@@ -72,6 +72,7 @@ inline constexpr char entryHead[] = R"({"HIDKeyboardModifierMappingSrc" : 0x7000
 inline constexpr char entryMiddle[] = R"(, "HIDKeyboardModifierMappingDst" : 0x7000000)";
 inline constexpr char entryTail[] = "},";
 inline constexpr char statusJsonCommand[] = "hidutil status --json";
+inline constexpr char listKeyboardsCommand[] = "hidutil list -m 'keyboard'";
 
 // After every `property --set` that worked, the clearing included, hidutil leaves the status JSON
 // of the keyboards it set (what `status --json` prints for them) in this file, so that the

@@ -4,11 +4,13 @@
 #include <string>
 #include <vector>
 
+#include "keys/HidutilContract.h"
+
 class QComboBox;
 
 namespace keyvane {
 
-inline constexpr const char* listKeyboardsCommand = "hidutil list -m 'keyboard'";
+inline constexpr const char* listKeyboardsCommand = contract::listKeyboardsCommand;
 inline constexpr const char* allKeyboardsTitle = "All keyboards";
 
 // The fields of one line of the keyboard listing, or nothing for a line that names no keyboard
