@@ -152,9 +152,11 @@ TEST_F(MainVCTest,
     ASSERT_EQ(hidutil.calls().size(), 2u);
     EXPECT_EQ(hidutil.calls()[0], FakeHidutil::clearingCall());
 
-    // The Delete key removes as well.
+    // The Delete key removes as well, one row however long it is held (its key repeats).
     table()->selectRow(1);
-    QTest::keyClick(table(), Qt::Key_Delete);
+    for (bool repeat : {false, true, true})
+        QTest::simulateEvent(table(), true, Qt::Key_Delete, Qt::NoModifier, {}, repeat);
+    QTest::simulateEvent(table(), false, Qt::Key_Delete, Qt::NoModifier, {}, false);
     EXPECT_EQ(column(0), std::vector<std::string>{"Command"});
     table()->selectRow(0);
     clickSegment("removeSegment");

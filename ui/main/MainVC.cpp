@@ -81,6 +81,8 @@ void MainVC::connectActions() {
             [this] { ui_->segmentedBtn1->click(0); });
     connect(ui_->removeMappingAction, &QAction::triggered, this,
             [this] { ui_->segmentedBtn1->click(1); });
+    // The next row is selected once one goes: a held Delete would empty the list row by row.
+    ui_->removeMappingAction->setAutoRepeat(false);
     connect(ui_->importAction, &QAction::triggered, this, &MainVC::importMappings);
     connect(ui_->exportAction, &QAction::triggered, this,
             [this] { mapping_file_dialogs::exportMappings(window_.get()); });
