@@ -6,7 +6,9 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QListView>
+#include <QMainWindow>
 #include <QPushButton>
+#include <QTableView>
 #include <QtTest/QTest>
 
 #include "engine/KeyTable.h"
@@ -170,6 +172,9 @@ TEST_F(KeyboardVCTest, ApplyStoresAndInstallsCapsLockToEscapeCancelLeavesTheSyst
         EXPECT_EQ(keyMappings, stored) << button;
         EXPECT_EQ(hidutil.calls(), calls) << button;
         EXPECT_EQ(mainVC.rowCount(), 1);
+        // The mapping just added is the one selected, ready for Delete.
+        const auto* table = mainVC.MainWin()->findChild<QTableView*>("tableView");
+        EXPECT_EQ(table->selectionModel()->selectedRows().size(), 1) << button;
         EXPECT_EQ(currentKeyboardVC, nullptr);
         EXPECT_FALSE(vc->window()->isVisible());
         hidutil.clearCalls();

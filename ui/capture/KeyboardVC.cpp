@@ -174,8 +174,10 @@ void KeyboardVC::applyClick() {
                                  {"remapped", remapped},
                                  {"remappedId", remappedId_}});
     SCL::logEvent("addkey", original, remapped);
-    if (currentMainVC)
+    if (currentMainVC) {
         currentMainVC->reloadTable();
+        currentMainVC->selectLastRow();
+    }
     MappingApplier::applyMappings();
     closeWindow();
 }

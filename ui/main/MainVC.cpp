@@ -213,6 +213,13 @@ void MainVC::reloadTable() {
     endResetModel();
 }
 
+void MainVC::selectLastRow() {
+    if (rowCount() == 0)
+        return;
+    ui_->tableView->selectRow(rowCount() - 1);
+    ui_->tableView->scrollTo(index(rowCount() - 1, 0));
+}
+
 // Several listed keyboards can share the stored product id; like the filling, the last one wins.
 void MainVC::showStoredChoices() {
     reloadTable();

@@ -65,6 +65,8 @@ class MainVC : public QAbstractTableModel {
 
     // Shows `keyMappings` again after records were appended elsewhere.
     void reloadTable();
+    // Selects the last mapping, just added, and scrolls to it, however long the list.
+    void selectLastRow();
     // Shows the list and the keyboard choice again after both were replaced elsewhere.
     void showStoredChoices();
     // Shows what the last read-back found.
