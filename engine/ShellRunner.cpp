@@ -11,6 +11,7 @@
 #include <cstring>
 #include <mutex>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "common/Log.h"
@@ -119,11 +120,27 @@ class Reaper {
 
 }  // namespace
 
-std::string ShellRunner::run(const std::string& commandLine) {
+ShellRunner::Pending::Pending(Pending&& other) noexcept
+    : output_(std::exchange(other.output_, -1)), child_(other.child_) {}
+
+ShellRunner::Pending::~Pending() {
+    take();
+}
+
+std::string ShellRunner::Pending::take() {
+    if (output_ < 0)
+        return {};
+    std::string output = readToEnd(output_);
+    ::close(std::exchange(output_, -1));
+    Reaper::reap(child_);
+    return decodeUtf8Lossily(std::move(output));
+}
+
+ShellRunner::Pending ShellRunner::start(const std::string& commandLine) {
     int pipeFds[2];
     if (::pipe2(pipeFds, O_CLOEXEC) != 0) {
         warn(std::string("cannot run ") + shellPath + ": pipe: " + std::strerror(errno));
-        return {};
+        return {-1, -1};
     }
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
@@ -139,12 +156,13 @@ std::string ShellRunner::run(const std::string& commandLine) {
     if (error != 0) {
         ::close(pipeFds[0]);
         warn(std::string("cannot run ") + shellPath + ": " + std::strerror(error));
-        return {};
+        return {-1, -1};
     }
-    std::string output = readToEnd(pipeFds[0]);
-    ::close(pipeFds[0]);
-    Reaper::reap(child);
-    return decodeUtf8Lossily(std::move(output));
+    return {pipeFds[0], child};
+}
+
+std::string ShellRunner::run(const std::string& commandLine) {
+    return start(commandLine).take();
 }
 
 }  // namespace keyvane

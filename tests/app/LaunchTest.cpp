@@ -81,8 +81,8 @@ TEST_F(LaunchTest, NormalThenLoginLaunchShowOrHideTheWindowInstallAndCountTheLau
     EXPECT_TRUE(window->isVisible());
     EXPECT_EQ(window->windowTitle().toStdString(), "Keyvane " + SCL::appVersion());
     // What Keyvane adds to the installation, reading it back, waits until the window is on screen.
-    EXPECT_EQ(hidutil.calls(), (Calls{FakeHidutil::clearingCall(),
-                                      FakeHidutil::installCall(capsLockToEscape), listCall}));
+    EXPECT_EQ(hidutil.calls(), (Calls{listCall, FakeHidutil::clearingCall(),
+                                      FakeHidutil::installCall(capsLockToEscape)}));
     ASSERT_TRUE(QTest::qWaitFor([&] { return hidutil.calls().size() == 4; }, 20000));
     EXPECT_EQ(hidutil.calls().back(), statusCall);
     EXPECT_TRUE(window->windowHandle()->isExposed());
@@ -105,8 +105,8 @@ TEST_F(LaunchTest, NormalThenLoginLaunchShowOrHideTheWindowInstallAndCountTheLau
     EXPECT_FALSE(app->mainVC().MainWin()->isVisible());
     ASSERT_TRUE(QTest::qWaitFor([&] { return hidutil.calls().size() == 6; }, 20000));
     EXPECT_EQ(hidutil.calls(),
-              (Calls{FakeHidutil::clearingCall(), FakeHidutil::installCall(capsLockToEscape),
-                     listCall, FakeHidutil::clearingCall(),
+              (Calls{listCall, FakeHidutil::clearingCall(),
+                     FakeHidutil::installCall(capsLockToEscape), FakeHidutil::clearingCall(),
                      FakeHidutil::installCall(capsLockToEscape), statusCall}));
     EXPECT_TRUE(QTest::qWaitFor(
         [] { return UserDefaults::standard().integerForKey("launchcount") == 2; }, 20000));

@@ -2,6 +2,7 @@
 
 #include <stdlib.h>
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 
@@ -63,6 +64,10 @@ std::vector<std::vector<std::string>> FakeHidutil::calls() const {
     std::ifstream in(dir_ / "calls");
     for (std::string line; std::getline(in, line);)
         result.push_back(splitCall(line));
+    // Keyvane lists the keyboards while it installs, so where that call lands among the others
+    // is up to the scheduler: it is put first, ahead of everything else in its order.
+    std::stable_partition(result.begin(), result.end(),
+                          [](const auto& call) { return !call.empty() && call[0] == "list"; });
     return result;
 }
 

@@ -25,7 +25,8 @@ class FakeHidutil {
     // How the fake pkexec answers: "" plays the helper, "fail" fails with a message, "dismiss" ends
     // as a closed password dialog does.
     void setPkexecMode(const std::string& mode);
-    // Every argument vector received so far, oldest first; pkexec's begin with "pkexec".
+    // Every argument vector received so far, oldest first but the keyboard listings first of all;
+    // pkexec's begin with "pkexec".
     std::vector<std::vector<std::string>> calls() const;
     void clearCalls();
 

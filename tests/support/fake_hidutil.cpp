@@ -6,6 +6,9 @@
 // else prints nothing. Where "$FAKE_HIDUTIL_DIR/status-<first argument>.<n>" exists, the n-th run
 // also leaves it as the status file, replacing that whole as hidutil does, once: the counts start
 // again when the calls are cleared.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -40,10 +43,18 @@ int main(int argc, char** argv) {
         return 2;
     }
     {
-        std::ofstream calls(std::string(dir) + "/calls", std::ios::app);
+        // One write of the whole line: runs that overlap must not interleave their lines.
+        std::string line;
         for (int i = 1; i < argc; ++i)
-            calls << (i > 1 ? "\t" : "") << escaped(argv[i]);
-        calls << "\n";
+            line += (i > 1 ? "\t" : "") + escaped(argv[i]);
+        line += "\n";
+        const int calls = ::open((std::string(dir) + "/calls").c_str(),
+                                 O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+        if (calls < 0 || ::write(calls, line.data(), line.size()) != ssize_t(line.size())) {
+            std::cerr << "fake hidutil: cannot record the call" << std::endl;
+            return 2;
+        }
+        ::close(calls);
     }
     const std::string subcommand = argc > 1 ? argv[1] : "";
     int run = 0;

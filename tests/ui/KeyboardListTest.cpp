@@ -22,7 +22,7 @@ Filled fillFrom(const std::string& listing) {
     testing::FakeHidutil hidutil;
     hidutil.setOutput("list", listing);
     QComboBox popup;
-    fillKeyboardPopup(&popup);
+    fillKeyboardPopup(&popup, ShellRunner::start(listKeyboardsCommand));
     EXPECT_EQ(hidutil.calls(), (std::vector<std::vector<std::string>>{{"list", "-m", "keyboard"}}));
     Filled filled;
     for (int i = 0; i < popup.count(); ++i)

@@ -4,7 +4,6 @@
 
 #include "common/Text.h"
 #include "engine/MappingStore.h"
-#include "engine/ShellRunner.h"
 
 namespace keyvane {
 namespace {
@@ -28,13 +27,12 @@ std::optional<std::vector<std::string>> keyboardFields(const std::string& line) 
     return splitKeepingEmpty(normalised, ' ');
 }
 
-void fillKeyboardPopup(QComboBox* keyboardPopup) {
+void fillKeyboardPopup(QComboBox* keyboardPopup, ShellRunner::Pending listing) {
     addItem(keyboardPopup, allKeyboardsTitle, allKeyboardsId);
     keyboardPopup->setCurrentIndex(0);
 
-    const std::string listing = ShellRunner::run(listKeyboardsCommand);
     const std::optional<std::string> storedId = MappingStore::loadKeyboardId();
-    for (const std::string& line : splitKeepingEmpty(listing, '\n')) {
+    for (const std::string& line : splitKeepingEmpty(listing.take(), '\n')) {
         std::optional<std::vector<std::string>> fields = keyboardFields(line);
         if (!fields || fields->size() <= titleField)
             continue;

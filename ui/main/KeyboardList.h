@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/ShellRunner.h"
 #include "keys/HidutilContract.h"
 
 class QComboBox;
@@ -18,8 +19,9 @@ inline constexpr const char* allKeyboardsTitle = "All keyboards";
 // four, three and two, so an unusually long run leaves an empty field behind.
 std::optional<std::vector<std::string>> keyboardFields(const std::string& line);
 
-// Fills the empty pop-up with "All keyboards" and one item per listed keyboard (title: the
-// transport column, item data: the product id), and selects the stored keyboard.
-void fillKeyboardPopup(QComboBox* keyboardPopup);
+// Fills the empty pop-up with "All keyboards" and one item per keyboard of `listing` (title: the
+// transport column, item data: the product id), and selects the stored keyboard. The listing is
+// started by the caller, so that it can run while the caller does other work.
+void fillKeyboardPopup(QComboBox* keyboardPopup, ShellRunner::Pending listing);
 
 }  // namespace keyvane

@@ -144,9 +144,12 @@ void MainVC::viewDidLoad() {
     currentMainVC = this;
     MappingStore::loadMappings();
     trace(MappingStore::describe(keyMappings));
+    // The listing only reads the keyboards, so it runs while the list is installed: the window
+    // maps one shell's start sooner.
+    ShellRunner::Pending listing = ShellRunner::start(listKeyboardsCommand);
     MappingApplier::applyMappings();
     reloadTable();
-    fillKeyboardPopup(ui_->keyboardPopup);
+    fillKeyboardPopup(ui_->keyboardPopup, std::move(listing));
     loaded_ = true;
     if (MappingStore::loadApplyAtLogin())
         ui_->applyCheckbox->setChecked(true);
