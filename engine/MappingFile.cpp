@@ -34,11 +34,15 @@ std::string checkSide(const KeyMapping& texts, const std::string& side, KeyMappi
     if (id == texts.end())
         return "it has no \"" + side + "Id\"";
     const auto keys = keysOfUsage(id->second);
+    const auto name = texts.find(side);
+    // The file's own name of the key is what its reader knows it by.
+    if (keys.empty() && name != texts.end())
+        return "\"" + name->second + "\" is not a key Keyvane knows (\"" + side + "Id\": \"" +
+               id->second + "\")";
     if (keys.empty())
         return "the key table has no key with id \"" + id->second + "\" (\"" + side + "Id\")";
     if (side == "original" && keys.front()->name == KeyTable::disableKeyName)
         return "\"" + std::string(KeyTable::disableKeyName) + "\" cannot be an original key";
-    const auto name = texts.find(side);
     if (name == texts.end()) {
         mapping[side] = keys.front()->name;
     } else if (std::none_of(keys.begin(), keys.end(),

@@ -488,6 +488,8 @@ TEST_F(CommandLineTest, ImportOfABadFileLeavesTheStoredSettingsByteIdentical) {
         {file("", good + R"(, {"originalId": "39", "remappedId": "0x29"})"),
          R"(mapping 2: the key table has no key with id "0x29" ("remappedId"))"},
         {file("", good + R"(, {"originalId": "39"})"), R"(mapping 2: it has no "remappedId")"},
+        {file("", good + R"(, {"original": "F13", "originalId": "68", "remappedId": "29"})"),
+         R"(mapping 2: "F13" is not a key Keyvane knows ("originalId": "68"))"},
         {file("", good + R"(, {"originalId": "00", "remappedId": "29"})"),
          R"(mapping 2: "Disable key" cannot be an original key)"},
         {file("", good + R"(, {"original": "Escape", "originalId": "39", "remappedId": "29"})"),
