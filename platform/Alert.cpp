@@ -51,6 +51,11 @@ int runModalAlert(const std::string& text, const std::string& title,
     }
     if (!added.empty())
         box.setDefaultButton(added.front());
+    // A message box without an escape button ignores Escape and its title bar's close button;
+    // this one, never shown, lets both close it.
+    QPushButton* escape = box.addButton(QMessageBox::Cancel);
+    escape->hide();
+    box.setEscapeButton(escape);
     box.exec();
     for (std::size_t i = 0; i < added.size(); ++i) {
         if (box.clickedButton() == added[i])

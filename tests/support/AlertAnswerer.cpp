@@ -41,8 +41,10 @@ void AlertAnswerer::look() {
     if (answers_.empty() && whenUnscripted_ == WhenUnscripted::LeaveOpen)
         return;
     Seen seen{box->text(), box->informativeText(), {}, {}};
-    for (QAbstractButton* button : box->buttons())
-        seen.buttons.push_back(button->text());
+    for (QAbstractButton* button : box->buttons()) {
+        if (!button->isHidden())
+            seen.buttons.push_back(button->text());
+    }
     if (box->defaultButton())
         seen.defaultButton = box->defaultButton()->text();
     seen_.push_back(seen);
@@ -59,7 +61,7 @@ void AlertAnswerer::look() {
         if (!target)
             return;
         if (answer.isEmpty()) {
-            target->reject();
+            QTest::keyClick(target, Qt::Key_Escape);
             return;
         }
         for (QAbstractButton* button : target->buttons()) {

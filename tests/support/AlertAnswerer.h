@@ -11,7 +11,7 @@ namespace keyvane::testing {
 
 // Answers the application's modal alerts in place of a person: it watches for a message box (the
 // real one, shown by the code under test), notes what it says and clicks the button whose text it
-// was given for that alert, in turn. An empty answer closes the alert without any button. Once the
+// was given for that alert, in turn. An empty answer presses Escape. Once the
 // answers run out, alerts stay open, or get their default button when told to press it.
 class AlertAnswerer {
   public:
