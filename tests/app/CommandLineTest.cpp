@@ -51,15 +51,19 @@ const std::string capsLockProperty =
     R"({"UserKeyMapping" : [{"HIDKeyboardModifierMappingSrc" : 0x700000039, "HIDKeyboardModifierMappingDst" : 0x700000029}]})";
 
 // What `hidutil status --json`, in its own words, says of Caps Lock -> Escape and Command ->
-// Control on Desk Keyboard (0x27e); no keyboard at all without a state.
-std::string deskStatus(std::optional<hidutil::EntryState> state) {
-    std::vector<hidutil::KeyboardStatus> keyboards(state ? 1 : 0);
-    for (hidutil::KeyboardStatus& keyboard : keyboards) {
-        keyboard.row.productId = 0x27e;
-        keyboard.row.product = "Desk Keyboard";
-        keyboard.entries = {{{0x700000039, 0x700000029}, *state},
-                            {{0x7000000e3, 0x7000000e0}, *state}};
-    }
+// Control on Desk Keyboard (0x27e), and on Travel Keyboard where given; no keyboard at all without
+// a state.
+std::string deskStatus(std::optional<hidutil::EntryState> state,
+                       std::optional<hidutil::EntryState> travel = {}) {
+    std::vector<hidutil::KeyboardStatus> keyboards;
+    for (const auto& [given, product, productId] : {std::tuple{state, "Desk Keyboard", 0x27eu},
+                                                    std::tuple{travel, "Travel Keyboard", 0x300u}})
+        if (given) {
+            keyboards.emplace_back().row.product = product;
+            keyboards.back().row.productId = productId;
+            keyboards.back().entries = {{{0x700000039, 0x700000029}, *given},
+                                        {{0x7000000e3, 0x7000000e0}, *given}};
+        }
     return hidutil::formatStatusJson(keyboards);
 }
 
@@ -183,12 +187,12 @@ TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
          .out = "Caps Lock -> Escape: No keyboard has this key\n",
          .calls = installs,
          .json = deskStatus(State::Skipped)},
-        // Installed once more, and read again: still overridden.
+        // Installed once more, and read again: still overridden on one of the keyboards.
         {.arguments = {"--apply"},
          .status = 1,
-         .out = "Caps Lock -> Escape: Overridden on Desk Keyboard, even after installing again\n",
+         .out = "Caps Lock -> Escape: Overridden on Travel Keyboard, even after installing again\n",
          .calls = {installs[0], installs[1], statusCall, installs[0], installs[1], statusCall},
-         .json = deskStatus(State::Overridden)},
+         .json = deskStatus(State::Installed, State::Overridden)},
         {{"--restore"}, 0, "Every key Keyvane changed is as it was.\n", "", {installs[0]}},
         {{"--status"}, 3, statusOutput, "", {{"status"}}},
         {{"--export", file},
