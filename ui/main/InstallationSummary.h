@@ -15,8 +15,7 @@ class InstallationSummary : public QObject {
     Q_OBJECT
   public:
     static constexpr const char* keptText = "Closing this window keeps your mappings installed.";
-    static constexpr const char* noneInstalledText =
-        "None of your mappings is installed: the capture window removed them.";
+    static constexpr const char* noneInstalledText = "None of your mappings is installed.";
     static constexpr const char* installNowButton = "Install Now";
 
     // The widgets belong to the window.
