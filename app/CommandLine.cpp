@@ -17,6 +17,7 @@
 #include "common/Text.h"
 #include "engine/MappingApplier.h"
 #include "engine/MappingFile.h"
+#include "engine/MappingStatus.h"
 #include "engine/MappingStore.h"
 #include "engine/ShellRunner.h"
 #include "keys/HidutilContract.h"
@@ -80,17 +81,23 @@ int apply(const CommandLine::Session& session) {
         session.err << "keyvane: " << MappingApplier::tooManyMappingsText() << std::endl;
         return 1;
     }
-    if (!session.install()) {
+    bool worked = session.install();
+    if (!worked)
         session.err << "keyvane: " << MappingApplier::failedAlertText << std::endl;
-        return 1;
-    }
-    if (keyMappings.empty())
+    else if (keyMappings.empty())
         session.out << "No mappings are stored; every key Keyvane changed is as it was."
                     << std::endl;
-    else
-        session.out << "Installed " << mappingsCount(keyMappings.size()) << " for "
-                    << keyboardText(MappingFile::storedKeyboardId()) << "." << std::endl;
-    return 0;
+    // What the status column says, read back from the keyboards: hidutil's answer alone would
+    // claim a list that no keyboard took.
+    for (const KeyMapping& mapping : keyMappings) {
+        const std::optional<MappingState> state = MappingStatus::stateOf(mapping);
+        session.out << nameOf(mapping, "original") << " -> " << nameOf(mapping, "remapped") << ": "
+                    << MappingStatus::describe(state.value_or(MappingState{})) << std::endl;
+        worked = worked && state && state->tookEffect();
+    }
+    if (const auto obstacle = MappingStatus::obstacle(); obstacle && !keyMappings.empty())
+        session.err << "keyvane: " << *obstacle << std::endl;
+    return worked ? 0 : 1;
 }
 
 int restore(const CommandLine::Session& session) {
@@ -204,14 +211,18 @@ int executeHere(const CommandLine::Command& command) {
         return 1;
     }
     MappingStore::loadMappings();
-    const CommandLine::Session session{std::cout, std::cerr,
-                                       [] {
-                                           const auto installation = MappingApplier::install();
-                                           if (installation.hasBlankId)
-                                               warn(MappingApplier::blankIdAlertText);
-                                           return installation.installed();
-                                       },
-                                       [] {}, [] {}};
+    MappingStatus::followInstallations({});
+    const CommandLine::Session session{
+        std::cout, std::cerr,
+        [] {
+            const auto installation = MappingApplier::install();
+            if (installation.hasBlankId)
+                warn(MappingApplier::blankIdAlertText);
+            if (!installation.command.empty() && !installation.tooLong)
+                MappingStatus::checkSilently();
+            return installation.installed();
+        },
+        [] {}, [] {}};
     return CommandLine::execute(command, session);
 }
 

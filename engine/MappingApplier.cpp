@@ -12,6 +12,7 @@ namespace keyvane {
 namespace {
 
 std::function<void()> beforeInstall, afterInstall;
+std::function<MappingApplier::FailureCause()> failureCause;
 ApplierEffects effects;
 
 void logEvent(const std::string& name, const std::string& value, const std::string& notes) {
@@ -22,6 +23,15 @@ void logEvent(const std::string& name, const std::string& value, const std::stri
 void alert(const std::string& text, const std::string& title) {
     if (effects.showAlert)
         effects.showAlert(text, title);
+}
+
+// The specified text first, then what the read-back tells of the cause.
+void alertFailure() {
+    const auto cause = failureCause ? failureCause() : MappingApplier::FailureCause{};
+    const std::string text = MappingApplier::failedAlertText;
+    if (!cause.toldBefore)
+        alert(cause.text.empty() ? text : text + "\n\n" + cause.text,
+              MappingApplier::failedAlertTitle);
 }
 
 std::string chooseTemplate(const std::optional<std::string>& keyboardId) {
@@ -146,10 +156,10 @@ bool MappingApplier::applyMappings() {
     trace(installation.result);
     logEvent("sh", "result", installation.result);
 
-    if (!installation.installed())
-        alert(failedAlertText, failedAlertTitle);
     if (afterInstall)
         afterInstall();
+    if (!installation.installed())
+        alertFailure();
     return installation.installed();
 }
 
@@ -160,6 +170,10 @@ void MappingApplier::setEffects(ApplierEffects given) {
 void MappingApplier::setAroundInstall(std::function<void()> before, std::function<void()> after) {
     beforeInstall = std::move(before);
     afterInstall = std::move(after);
+}
+
+void MappingApplier::setFailureCause(std::function<FailureCause()> cause) {
+    failureCause = std::move(cause);
 }
 
 }  // namespace keyvane

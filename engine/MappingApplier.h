@@ -43,6 +43,14 @@ class MappingApplier {
     // Run just before the installation command, and after it (not when the list holds nothing to
     // install).
     static void setAroundInstall(std::function<void()> before, std::function<void()> after);
+    // What the alert of a failed installation adds about its cause, once it has been read back: a
+    // sentence (empty when unknown), and whether the user was told it already, so that an
+    // installation that keeps failing for one reason does not alert every time.
+    struct FailureCause {
+        std::string text;
+        bool toldBefore = false;
+    };
+    static void setFailureCause(std::function<FailureCause()> cause);
 
     // The command that installs the list, or the empty string when no record is usable.
     static std::string composeCommand();

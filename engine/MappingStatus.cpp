@@ -11,16 +11,21 @@
 
 #include "common/Hex.h"
 #include "common/Log.h"
+#include "common/Text.h"
 #include "engine/MappingApplier.h"
+#include "engine/MappingFile.h"
 #include "engine/ShellRunner.h"
 
 namespace keyvane {
 namespace {
 
 std::function<void()> changedHandler;
-bool checking = false;
+bool checking = false, clearedSince = false;
+bool silent = false;  // a command's standard output is its answer, not the trace
 // What the last check read before installing again, and afterwards.
-std::optional<std::vector<StatusKeyboard>> firstRead, lastRead;
+std::optional<StatusReading> firstRead, lastRead;
+// Why no installation can work, as the last check found; the one the user was last alerted to.
+std::optional<std::string> obstacleFound, obstacleTold;
 
 // Which status file was there before the installation command ran: hidutil replaces it whole, so a
 // file it wrote for this installation is a new one. Compared by identity rather than by time, which
@@ -68,7 +73,8 @@ std::optional<std::uint64_t> usageOf(const KeyMapping& mapping, const char* key)
                                : parseHex(contract::keyboardUsagePrefix + id->second);
 }
 
-bool anyOverridden(const std::vector<StatusKeyboard>& keyboards) {
+bool anyOverridden(const StatusReading& reading) {
+    const auto& keyboards = reading.keyboards;
     return std::any_of(keyboards.begin(), keyboards.end(), [](const StatusKeyboard& keyboard) {
         return std::any_of(
             keyboard.entries.begin(), keyboard.entries.end(),
@@ -84,7 +90,7 @@ const StatusEntry* entryOf(const StatusKeyboard& keyboard, std::uint64_t src, st
 }
 
 bool wasOverridden(std::uint64_t registryId, std::uint64_t src, std::uint64_t dst) {
-    for (const StatusKeyboard& keyboard : *firstRead)
+    for (const StatusKeyboard& keyboard : firstRead->keyboards)
         if (keyboard.registryId == registryId) {
             const StatusEntry* entry = entryOf(keyboard, src, dst);
             return entry && entry->state == contract::stateOverridden;
@@ -100,16 +106,81 @@ std::optional<std::uint64_t> numberOf(const QJsonObject& object, const char* key
     return static_cast<std::uint64_t>(value.toInteger());
 }
 
+std::string text(const char* key, const QJsonObject& object) {
+    return object.value(QLatin1String(key)).toString().toStdString();
+}
+
+std::optional<std::string> obstacleIn(const StatusReading& reading) {
+    if (!reading.unopened.empty()) {
+        const UnopenedDevice& device = reading.unopened.front();
+        return fillIn(device.noAccess ? MappingStatus::noAccessText : MappingStatus::cannotOpenText,
+                      {device.node, device.error});
+    }
+    if (reading.keyboards.empty())
+        return MappingStatus::noKeyboardText;
+    const std::string chosen = MappingFile::storedKeyboardId();
+    const auto productId = chosen.starts_with("0x") ? parseHex(chosen.substr(2)) : std::nullopt;
+    if (chosen == allKeyboardsId || !productId)
+        return std::nullopt;
+    for (const StatusKeyboard& keyboard : reading.keyboards)
+        if (keyboard.productId == *productId)
+            return std::nullopt;
+    return fillIn(MappingStatus::keyboardAbsentText, {chosen});
+}
+
+// Told once for as long as it lasts: the window's line says it meanwhile, and the installations
+// the timer makes while the window is hidden would otherwise alert every half hour.
+MappingApplier::FailureCause failureCause() {
+    if (std::exchange(checkPending, false))
+        MappingStatus::check();  // a failure is worth a process before the window is on screen
+    const bool toldBefore = obstacleFound && obstacleFound == obstacleTold;
+    obstacleTold = obstacleFound;
+    return {obstacleFound.value_or(""), toldBefore};
+}
+
+// One keyboard with several event devices of the same name is named once.
+std::string names(const std::vector<std::string>& keyboards) {
+    std::vector<std::string> distinct;
+    for (const std::string& name : keyboards)
+        if (std::find(distinct.begin(), distinct.end(), name) == distinct.end())
+            distinct.push_back(name);
+    std::string list;
+    for (const std::string& name : distinct)
+        list += (list.empty() ? "" : ", ") + name;
+    return list;
+}
+
+std::string installedText(std::size_t installed, std::size_t withoutKey) {
+    if (withoutKey > 0)
+        return fillIn(MappingStatus::installedOnSomeText,
+                      {std::to_string(installed), std::to_string(installed + withoutKey)});
+    return installed == 1 ? MappingStatus::installedOnOneText
+                          : fillIn(MappingStatus::installedOnManyText, {std::to_string(installed)});
+}
+
 }  // namespace
 
-std::vector<StatusKeyboard> parseStatus(const std::string& json) {
-    std::vector<StatusKeyboard> keyboards;
-    const QJsonDocument document = QJsonDocument::fromJson(QByteArray::fromStdString(json));
+bool MappingState::tookEffect() const {
+    return overridden.empty() && unusable.empty() &&
+           !(installed.empty() && permanent.empty() && reinstalled.empty());
+}
+
+StatusReading parseStatus(const std::string& json) {
+    StatusReading reading;
+    const QJsonObject document = QJsonDocument::fromJson(QByteArray::fromStdString(json)).object();
+    reading.read = document.value(QLatin1String(contract::keyKeyboards)).isArray();
+    for (const QJsonValue value : document.value(QLatin1String(contract::keyUnopened)).toArray()) {
+        const QJsonObject device = value.toObject();
+        reading.unopened.push_back({text(contract::keyNode, device),
+                                    text(contract::keyCause, device) == contract::causeNoAccess,
+                                    text(contract::keyError, device)});
+    }
     for (const QJsonValue keyboardValue :
-         document.object().value(QLatin1String(contract::keyKeyboards)).toArray()) {
+         document.value(QLatin1String(contract::keyKeyboards)).toArray()) {
         const QJsonObject keyboard = keyboardValue.toObject();
         StatusKeyboard read;
         read.registryId = numberOf(keyboard, contract::keyRegistryId).value_or(0);
+        read.productId = numberOf(keyboard, contract::keyProductId).value_or(0);
         read.product = keyboard.value(QLatin1String(contract::keyProduct)).toString().toStdString();
         for (const QJsonValue entryValue :
              keyboard.value(QLatin1String(contract::userKeyMapping)).toArray()) {
@@ -120,9 +191,9 @@ std::vector<StatusKeyboard> parseStatus(const std::string& json) {
             if (src && dst && !state.isEmpty())
                 read.entries.push_back({*src, *dst, state.toStdString()});
         }
-        keyboards.push_back(std::move(read));
+        reading.keyboards.push_back(std::move(read));
     }
-    return keyboards;
+    return reading;
 }
 
 void MappingStatus::followInstallations(std::function<void()> changed) {
@@ -133,6 +204,7 @@ void MappingStatus::followInstallations(std::function<void()> changed) {
         else
             check();
     });
+    MappingApplier::setFailureCause(failureCause);
 }
 
 void MappingStatus::holdChecks() {
@@ -149,23 +221,42 @@ void MappingStatus::check() {
     if (checking)
         return;  // the installation that a check makes is read back by that check
     checking = true;
+    const auto traced = [](const std::string& line) {
+        if (!silent)
+            trace(line);
+    };
     std::string output = readStatus();
-    trace(output);
+    traced(output);
     firstRead = lastRead = parseStatus(output);
     if (anyOverridden(*firstRead)) {
-        trace("a mapping was overridden: installing again");
-        MappingApplier::applyMappings();
+        traced("a mapping was overridden: installing again");
+        if (silent)
+            MappingApplier::install();
+        else
+            MappingApplier::applyMappings();
         output = readStatus();
-        trace(output);
+        traced(output);
         lastRead = parseStatus(output);
     }
+    if (lastRead->read)
+        obstacleFound = obstacleIn(*lastRead);
+    if (!obstacleFound)
+        obstacleTold.reset();
+    clearedSince = false;
     checking = false;
     if (changedHandler)
         changedHandler();
 }
 
+void MappingStatus::checkSilently() {
+    silent = true;
+    check();
+    silent = false;
+}
+
 void MappingStatus::cleared() {
-    firstRead = lastRead = std::vector<StatusKeyboard>{};
+    firstRead = lastRead = StatusReading{};
+    clearedSince = true;
     if (changedHandler)
         changedHandler();
 }
@@ -177,7 +268,7 @@ std::optional<MappingState> MappingStatus::stateOf(const KeyMapping& mapping) {
     const auto src = usageOf(mapping, "originalId"), dst = usageOf(mapping, "remappedId");
     if (!src || !dst)
         return state;
-    for (const StatusKeyboard& keyboard : *lastRead) {
+    for (const StatusKeyboard& keyboard : lastRead->keyboards) {
         const StatusEntry* entry = entryOf(keyboard, *src, *dst);
         if (!entry)
             continue;
@@ -194,6 +285,34 @@ std::optional<MappingState> MappingStatus::stateOf(const KeyMapping& mapping) {
             state.unusable.push_back(keyboard.product);
     }
     return state;
+}
+
+std::string MappingStatus::describe(const std::optional<MappingState>& state) {
+    if (!state)
+        return {};
+    if (!state->unusable.empty())
+        return unusableText;
+    if (!state->overridden.empty())
+        return fillIn(overriddenText, {names(state->overridden)});
+    if (!state->reinstalled.empty())
+        return fillIn(reinstalledText, {names(state->reinstalled)});
+    // A keyboard the permanent keymap gives the key counts as one it is installed on.
+    if (!state->installed.empty())
+        return installedText(state->installed.size() + state->permanent.size(),
+                             state->skipped.size());
+    if (!state->permanent.empty())
+        return permanentText;
+    if (!state->skipped.empty())
+        return skippedText;
+    return notInstalledText;
+}
+
+std::optional<std::string> MappingStatus::obstacle() {
+    return obstacleFound;
+}
+
+bool MappingStatus::nothingInstalled() {
+    return clearedSince;
 }
 
 }  // namespace keyvane

@@ -19,12 +19,24 @@ struct StatusEntry {
 };
 struct StatusKeyboard {
     std::uint64_t registryId = 0;
+    std::uint64_t productId = 0;
     std::string product;
     std::vector<StatusEntry> entries;
 };
+// A device that may be a keyboard and that hidutil could not open, and why.
+struct UnopenedDevice {
+    std::string node;
+    bool noAccess = false;
+    std::string error;
+};
+struct StatusReading {
+    bool read = false;  // the text was a status object
+    std::vector<StatusKeyboard> keyboards;
+    std::vector<UnopenedDevice> unopened;
+};
 // Keys hidutil may add later are passed over, and so are entries that lack one of theirs; a text
 // that is no JSON object gives no keyboards.
-std::vector<StatusKeyboard> parseStatus(const std::string& json);
+StatusReading parseStatus(const std::string& json);
 
 // What became of one mapping, by the names of the keyboards.
 struct MappingState {
@@ -34,6 +46,9 @@ struct MappingState {
     std::vector<std::string> overridden;   // still overridden after installing again
     std::vector<std::string> skipped;      // no such key
     std::vector<std::string> unusable;
+
+    // The key gives the new key on a keyboard, and another code on none.
+    bool tookEffect() const;
 };
 
 // Reads back after every installation what the kernel does with each mapping: from the status file
@@ -45,6 +60,33 @@ class MappingStatus {
   public:
     static constexpr const char* statusCommand = contract::statusJsonCommand;
 
+    // What the status column says of a mapping. %1: keyboards' names, or a number; %2: a number.
+    static constexpr const char* unusableText = "Cannot be installed";
+    static constexpr const char* overriddenText = "Overridden on %1, even after installing again";
+    static constexpr const char* reinstalledText = "Overridden on %1, installed again";
+    static constexpr const char* installedOnSomeText = "Installed on %1 of %2 keyboards";
+    static constexpr const char* installedOnOneText = "Installed on 1 keyboard";
+    static constexpr const char* installedOnManyText = "Installed on %1 keyboards";
+    static constexpr const char* permanentText = "Permanent";
+    static constexpr const char* skippedText = "No keyboard has this key";
+    static constexpr const char* notInstalledText = "Not installed";
+
+    // Why no installation can work, and what to do. %1: a device, %2: the system's words for why
+    // it could not be opened, or %1: a product id.
+    static constexpr const char* noAccessText =
+        "Keyvane has no access to your keyboards (%1: %2), so it cannot install your mappings. "
+        "Add yourself to the group input (sudo usermod -aG input $USER), then log out and in "
+        "again.";
+    static constexpr const char* cannotOpenText =
+        "Keyvane cannot open %1 (%2), which may be a keyboard, so it cannot install your "
+        "mappings. Unplug that device and plug it in again, or restart.";
+    static constexpr const char* noKeyboardText =
+        "No keyboard is connected, so no mapping is installed. Plug one in: Keyvane installs "
+        "your mappings on it at once.";
+    static constexpr const char* keyboardAbsentText =
+        "The keyboard chosen in Apply to (product id %1) is not connected, so no mapping is "
+        "installed. Plug it in, or choose All keyboards.";
+
     // From now on every installation is checked; `changed` runs after each check.
     static void followInstallations(std::function<void()> changed);
     // Until released, an installation is only noted, and read back once at the release: the start
@@ -52,10 +94,21 @@ class MappingStatus {
     static void holdChecks();
     static void releaseChecks();
     static void check();
+    // The same for a command whose standard output is its answer: nothing traced, and the list
+    // installed again, where it must be, without the reports and alerts of the window's.
+    static void checkSilently();
     // Every mapping was removed from the system.
     static void cleared();
     // What the last check found for this record; nothing before the first check.
     static std::optional<MappingState> stateOf(const KeyMapping& mapping);
+    // The status column's words for it.
+    static std::string describe(const std::optional<MappingState>& state);
+    // Why no installation can work now, as the last reading tells, with what to do: no access to
+    // the keyboards, none connected, or not the chosen one. Nothing when it knows of no reason.
+    static std::optional<std::string> obstacle();
+    // From a clearing until the next installation has been read back, none of the list is
+    // installed.
+    static bool nothingInstalled();
 };
 
 }  // namespace keyvane

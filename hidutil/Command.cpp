@@ -141,6 +141,8 @@ class Runner {
         scan_ = source_.scan();
         if (scan_.error) {
             err_ << fill(text::errorNoDevices, {text::inputFolder, scan_.error.message()});
+            unopened_.push_back(
+                {std::string(text::inputFolder), isPermission(scan_.error), scan_.error.message()});
             return false;
         }
         bool ok = true, permission = false;
@@ -152,6 +154,7 @@ class Runner {
                 err_ << fill(text::noteNotKeyboard, {node, error.message()});
             } else {
                 err_ << fill(text::errorOpen, {node, error.message()});
+                unopened_.push_back({node, isPermission(error), error.message()});
                 ok = false;
                 permission = permission || isPermission(error);
             }
@@ -303,7 +306,8 @@ class Runner {
             keyboards.push_back(statusOf(service, lock.has_value()));
             ok = ok && !keyboards.back().originalsUnknown && !service.target.recordError;
         }
-        out_ << (options.json ? formatStatusJson(keyboards) : formatStatus(keyboards));
+        out_ << (options.json ? formatStatusJson(keyboards, unopened_)
+                              : formatStatus(keyboards, unopened_));
         if (!ok)
             return exitFailure;
         return anyOverridden(keyboards) ? exitOverridden : exitSuccess;
@@ -393,6 +397,7 @@ class Runner {
     DeviceScan scan_;
     std::optional<RecordStore> store_;
     std::vector<Service> services_;
+    std::vector<UnopenedDevice> unopened_;  // what may be a keyboard and could not be opened
 };
 
 }  // namespace

@@ -53,14 +53,22 @@ inline constexpr std::string_view usage =
     "\"originals unknown\" follows the keyboard line when hidutil's record of that keyboard's\n"
     "original keys was found damaged in this boot: unplugging and replugging it (or restarting)\n"
     "gives back the keymap the kernel gave it.\n"
+    "After the keyboards, a line\n"
+    "  unopened NODE CAUSE ERROR\n"
+    "for every device that may be a keyboard and could not be opened (or for /dev/input itself),\n"
+    "CAUSE being 'access' where permission was denied (the group 'input' gives it) and 'other'\n"
+    "otherwise, ERROR the system's words to the end of the line.\n"
     "Lines of other kinds may be added later; skip those you do not know. With --json, the same "
     "as\n"
     "one object: {\"Keyboards\": [{\"Product\": TEXT, \"ProductID\": N, \"Transport\": TEXT,\n"
     "\"RegistryID\": N, [\"Originals\": \"unknown\",] \"UserKeyMapping\": [\n"
     "{\"HIDKeyboardModifierMappingSrc\": N, \"HIDKeyboardModifierMappingDst\": N, \"State\": "
     "TEXT},\n"
-    "...], \"Keys\": [{\"Scancode\": N, \"Key\": TEXT, \"Layer\": TEXT}, ...]}, ...]}, numbers in\n"
-    "decimal.\n"
+    "...], \"Keys\": [{\"Scancode\": N, \"Key\": TEXT, \"Layer\": TEXT}, ...]}, ...][, "
+    "\"Unopened\": [\n"
+    "{\"Node\": TEXT, \"Cause\": TEXT, \"Error\": TEXT}, ...]]}, numbers in decimal; \"Unopened\" "
+    "only\n"
+    "when a device could not be opened.\n"
     "\n"
     "Exit status: 0 done (for status: nothing overridden), 1 failed (for status: a keyboard or "
     "what\n"
@@ -244,6 +252,7 @@ inline constexpr std::string_view statusKeyboardLine = "keyboard {} {} {} {}\n";
 inline constexpr std::string_view statusMappingLine = "mapping {} {} {}\n";
 inline constexpr std::string_view statusKeyLine = "key {} {} {}\n";
 inline constexpr std::string_view statusOriginalsUnknownLine = "originals unknown\n";
+inline constexpr std::string_view statusUnopenedLine = "unopened {} {} {}\n";
 // The status JSON: "{}" in a key's place takes the key from the contract.
 inline constexpr std::string_view statusJsonOriginalsUnknown = "\"{}\": \"{}\", ";
 inline constexpr std::string_view stateInstalled = contract::stateInstalled;
@@ -261,6 +270,8 @@ inline constexpr std::string_view statusJsonKeyboard =
 inline constexpr std::string_view statusJsonMapping = "{}{\"{}\": {}, \"{}\": {}, \"{}\": {}}";
 inline constexpr std::string_view statusJsonKeys = "], \"{}\": [";
 inline constexpr std::string_view statusJsonKey = "{}{\"{}\": {}, \"{}\": {}, \"{}\": {}}";
+inline constexpr std::string_view statusJsonUnopenedHead = ", \"{}\": [";
+inline constexpr std::string_view statusJsonUnopened = "{}{\"{}\": {}, \"{}\": {}, \"{}\": {}}";
 
 // Transports by bus type.
 inline constexpr std::string_view transportUsb = "USB";

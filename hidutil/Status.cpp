@@ -71,6 +71,10 @@ std::string jsonString(const std::string& text) {
     return out + '"';
 }
 
+std::string_view causeName(const UnopenedDevice& device) {
+    return device.noAccess ? contract::causeNoAccess : contract::causeOther;
+}
+
 }  // namespace
 
 std::vector<EntryStatus> readBack(const Keymap& current, const DeviceRecord& record,
@@ -111,7 +115,8 @@ bool anyOverridden(const std::vector<KeyboardStatus>& keyboards) {
     });
 }
 
-std::string formatStatus(const std::vector<KeyboardStatus>& keyboards) {
+std::string formatStatus(const std::vector<KeyboardStatus>& keyboards,
+                         const std::vector<UnopenedDevice>& unopened) {
     std::string out;
     for (const KeyboardStatus& keyboard : keyboards) {
         const ServiceRow& row = keyboard.row;
@@ -127,10 +132,13 @@ std::string formatStatus(const std::vector<KeyboardStatus>& keyboards) {
             out += fill(text::statusKeyLine,
                         {hexNumber(key.scancode), keyName(key.keycode), layerName(key.layer)});
     }
+    for (const UnopenedDevice& device : unopened)
+        out += fill(text::statusUnopenedLine, {device.node, causeName(device), device.error});
     return out;
 }
 
-std::string formatStatusJson(const std::vector<KeyboardStatus>& keyboards) {
+std::string formatStatusJson(const std::vector<KeyboardStatus>& keyboards,
+                             const std::vector<UnopenedDevice>& unopened) {
     using namespace contract;
     const std::string originals =
         fill(text::statusJsonOriginalsUnknown, {keyOriginals, contract::originalsUnknown});
@@ -159,7 +167,15 @@ std::string formatStatusJson(const std::vector<KeyboardStatus>& keyboards) {
                          jsonString(std::string(layerName(keys[i].layer)))});
         out += keys.empty() ? "]}" : "\n  ]}";
     }
-    out += keyboards.empty() ? "]}\n" : "\n]}\n";
+    out += keyboards.empty() ? "]" : "\n]";
+    if (!unopened.empty())
+        out += fill(text::statusJsonUnopenedHead, {keyUnopened});
+    for (std::size_t u = 0; u < unopened.size(); ++u)
+        out += fill(text::statusJsonUnopened,
+                    {u ? ",\n  " : "\n  ", keyNode, jsonString(unopened[u].node), keyCause,
+                     jsonString(std::string(causeName(unopened[u]))), keyError,
+                     jsonString(unopened[u].error)});
+    out += unopened.empty() ? "}\n" : "\n]}\n";
     return out;
 }
 

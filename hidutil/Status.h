@@ -38,13 +38,24 @@ struct KeyboardStatus {
     std::vector<KeyLayer> keys;
 };
 
+// A device that may be a keyboard and could not be opened, or the device folder itself: what
+// makes an installation fail before it changes a key.
+struct UnopenedDevice {
+    std::string node;
+    bool noAccess = false;  // permission denied
+    std::string error;
+};
+
 std::string_view stateName(EntryState state);
 bool anyOverridden(const std::vector<KeyboardStatus>& keyboards);
 
 // "keyboard PRODUCTID TRANSPORT REGISTRYID PRODUCT" per keyboard, then "mapping SRC DST STATE" per
-// entry installed on it, then "key SCANCODE KEY LAYER" per key a layer touched.
-std::string formatStatus(const std::vector<KeyboardStatus>& keyboards);
+// entry installed on it, then "key SCANCODE KEY LAYER" per key a layer touched; after all keyboards
+// "unopened NODE CAUSE ERROR" per device that could not be opened.
+std::string formatStatus(const std::vector<KeyboardStatus>& keyboards,
+                         const std::vector<UnopenedDevice>& unopened = {});
 // The same as one JSON object (see the usage text).
-std::string formatStatusJson(const std::vector<KeyboardStatus>& keyboards);
+std::string formatStatusJson(const std::vector<KeyboardStatus>& keyboards,
+                             const std::vector<UnopenedDevice>& unopened = {});
 
 }  // namespace keyvane::hidutil

@@ -39,6 +39,14 @@ inline constexpr char keyScancode[] = "Scancode";
 inline constexpr char keyKey[] = "Key";
 inline constexpr char keyLayer[] = "Layer";
 inline constexpr char originalsUnknown[] = "unknown";
+// A device that may be a keyboard and could not be opened (or the device folder itself), and why:
+// the cause in a word, the system's error in words.
+inline constexpr char keyUnopened[] = "Unopened";
+inline constexpr char keyNode[] = "Node";
+inline constexpr char keyCause[] = "Cause";
+inline constexpr char keyError[] = "Error";
+inline constexpr char causeNoAccess[] = "access";  // no permission: the group input would give it
+inline constexpr char causeOther[] = "other";
 
 // What became of one entry of the list installed on a keyboard.
 inline constexpr char stateInstalled[] = "installed";

@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <QAction>
+#include <QCheckBox>
+#include <QComboBox>
 #include <QDBusConnection>
 #include <QMainWindow>
 #include <QProcess>
@@ -18,8 +20,10 @@
 #include "common/Text.h"
 #include "engine/MappingApplier.h"
 #include "engine/MappingFile.h"
+#include "engine/MappingStatus.h"
 #include "engine/MappingStore.h"
 #include "engine/PermanentKeymap.h"
+#include "hidutil/Status.h"
 #include "permanent/PermanentCommand.h"
 #include "platform/Bundle.h"
 #include "platform/SingleInstance.h"
@@ -45,6 +49,23 @@ const KeyMapping commandToControl = {
     {"original", "Command"}, {"originalId", "e3"}, {"remapped", "Control"}, {"remappedId", "e0"}};
 const std::string capsLockProperty =
     R"({"UserKeyMapping" : [{"HIDKeyboardModifierMappingSrc" : 0x700000039, "HIDKeyboardModifierMappingDst" : 0x700000029}]})";
+
+// What `hidutil status --json`, in its own words, says of Caps Lock -> Escape and Command ->
+// Control on Desk Keyboard (0x27e), and on Travel Keyboard where given; no keyboard at all without
+// a state.
+std::string deskStatus(std::optional<hidutil::EntryState> state,
+                       std::optional<hidutil::EntryState> travel = {}) {
+    std::vector<hidutil::KeyboardStatus> keyboards;
+    for (const auto& [given, product, productId] : {std::tuple{state, "Desk Keyboard", 0x27eu},
+                                                    std::tuple{travel, "Travel Keyboard", 0x300u}})
+        if (given) {
+            keyboards.emplace_back().row.product = product;
+            keyboards.back().row.productId = productId;
+            keyboards.back().entries = {{{0x700000039, 0x700000029}, *given},
+                                        {{0x7000000e3, 0x7000000e0}, *given}};
+        }
+    return hidutil::formatStatusJson(keyboards);
+}
 
 struct Outcome {
     int status;
@@ -90,15 +111,25 @@ TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
     const std::string failed = std::string("keyvane: ") + MappingApplier::failedAlertText + "\n";
     const std::string caps =
         R"({"HIDKeyboardModifierMappingSrc" : 0x700000039, "HIDKeyboardModifierMappingDst" : 0x700000029})";
-    const Calls installs = {FakeHidutil::clearingCall(),
-                            FakeHidutil::installCall(capsLockProperty)};
+    const std::vector<std::string> statusCall = {"status", "--json"};
+    const Calls installs = {FakeHidutil::clearingCall(), FakeHidutil::installCall(capsLockProperty),
+                            statusCall};
     const auto installsCaps = [&](std::size_t count) {
         std::string entries = caps;
         for (std::size_t i = 1; i < count; ++i)
             entries += "," + caps;
         return Calls{FakeHidutil::clearingCall(),
-                     FakeHidutil::installCall(R"({"UserKeyMapping" : [)" + entries + "]}")};
+                     FakeHidutil::installCall(R"({"UserKeyMapping" : [)" + entries + "]}"),
+                     statusCall};
     };
+    // --apply says what the status column says of each mapping, read back from the keyboards.
+    const auto installed = [](std::size_t count) {
+        std::string lines;
+        for (std::size_t i = 0; i < count; ++i)
+            lines += "Caps Lock -> Escape: Installed on 1 keyboard\n";
+        return lines;
+    };
+    using State = hidutil::EntryState;
     const auto usageError = [](const std::string& reason) {
         return "keyvane: " + reason + "\n\n" + CommandLine::usage;
     };
@@ -113,25 +144,55 @@ TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
     const std::size_t from =
         leftOut.find('\n', leftOut.find("== status after a key was changed")) + 1;
     const std::string statusOutput = leftOut.substr(from, leftOut.find("[exit 3]\n", from) - from);
+    // And what it read back where it could not open a keyboard.
+    const std::size_t json = leftOut.rfind("{\"Keyboards", leftOut.find("\"Unopened\""));
+    const std::string noAccess = leftOut.substr(json, leftOut.find("]}\nhidutil", json) + 3 - json);
     const std::string imported = "Imported 1 mapping from " + exportFile;
     enum class Copy { None, LockedElsewhere, Silent };  // a copy of Keyvane that runs meanwhile
     const struct {
         QStringList arguments;
         int status;
         std::string out{};  // the whole standard output
-        std::string err;    // the whole standard error, or its start where the row says so
+        std::string err{};  // the whole standard error, or its start where the row says so
         Calls calls{};
         std::size_t listSize = 1;  // the stored list afterwards
         bool installFails = false;
         std::size_t stored = 1;  // Caps Lock -> Escape, so many times before the run
         Copy copy = Copy::None;
         bool errStartsSo = false;  // the rest of `err` is the bus's own wording
+        std::string json = {};     // hidutil status --json; Caps Lock installed if empty
     } rows[] = {
         {{"--help"}, 0, CommandLine::usage, "", {}},
         {{"--version"}, 0, "Keyvane " + bundle::shortVersion() + "\n", "", {}},
         {{"--list"}, 0, "Keyboard: all keyboards\nCaps Lock -> Escape\n", "", {}},
-        {{"--apply"}, 0, "Installed 1 mapping for all keyboards.\n", "", installs},
-        {{"--apply"}, 1, "", failed, installs, 1, true},
+        {{"--apply"}, 0, installed(1), "", installs},
+        // Only what took effect on a keyboard counts, and the cause is named where it is known.
+        {.arguments = {"--apply"},
+         .status = 1,
+         .out = "Caps Lock -> Escape: Installed on 2 keyboards\n",
+         .err = failed + "keyvane: " +
+                fillIn(MappingStatus::noAccessText, {"/dev/input/event9", "Permission denied"}) +
+                "\n",
+         .calls = installs,
+         .installFails = true,
+         .json = noAccess},
+        {.arguments = {"--apply"},
+         .status = 1,
+         .out = "Caps Lock -> Escape: Not installed\n",
+         .err = "keyvane: " + std::string(MappingStatus::noKeyboardText) + "\n",
+         .calls = installs,
+         .json = deskStatus(std::nullopt)},
+        {.arguments = {"--apply"},
+         .status = 1,
+         .out = "Caps Lock -> Escape: No keyboard has this key\n",
+         .calls = installs,
+         .json = deskStatus(State::Skipped)},
+        // Installed once more, and read again: still overridden on one of the keyboards.
+        {.arguments = {"--apply"},
+         .status = 1,
+         .out = "Caps Lock -> Escape: Overridden on Travel Keyboard, even after installing again\n",
+         .calls = {installs[0], installs[1], statusCall, installs[0], installs[1], statusCall},
+         .json = deskStatus(State::Installed, State::Overridden)},
         {{"--restore"}, 0, "Every key Keyvane changed is as it was.\n", "", {installs[0]}},
         {{"--status"}, 3, statusOutput, "", {{"status"}}},
         {{"--export", file},
@@ -146,22 +207,20 @@ TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
          {}},
         {{"--import", file, "--append"},
          0,
-         imported +
-             ", after the ones you had; the list now has 2 mappings.\nInstalled 2 mappings for "
-             "all keyboards.\n",
+         imported + ", after the ones you had; the list now has 2 mappings.\n" + installed(2),
          "",
          installsCaps(2),
          2},
         {{"--import", file},
          0,
-         imported + "; the list now has 1 mapping.\nInstalled 1 mapping for all keyboards.\n",
+         imported + "; the list now has 1 mapping.\n" + installed(1),
          "",
          installs},
         // The most one command can carry, and not one more: nothing is even cleared.
         {{"--import", file, "--append"},
          0,
-         imported + ", after the ones you had; the list now has 1,379 mappings.\nInstalled 1,379 "
-                    "mappings for all keyboards.\n",
+         imported + ", after the ones you had; the list now has 1,379 mappings.\n" +
+             installed(1379),
          "",
          installsCaps(1379),
          1379,
@@ -224,13 +283,15 @@ TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
          usageError("--append goes with --import FILE, not with --apply"),
          {}},
     };
-    hidutil.setOutput("status", statusOutput);
     hidutil.setExitStatus("status", 3);
     for (const auto& row : rows) {
         keyMappings.assign(row.stored, capsLockToEscape);
         MappingStore::saveMappings();
         hidutil.clearCalls();
         hidutil.setOutput("property", row.installFails ? "" : "UserKeyMapping:(\n)\n");
+        hidutil.setOutput("status", row.arguments == QStringList{"--status"} ? statusOutput
+                                    : row.json.empty() ? deskStatus(State::Installed)
+                                                       : row.json);
         const std::string lock =
             std::string(getenv("XDG_RUNTIME_DIR")) + "/" + bundle::appIdentifier + ".lock";
         const int locked = row.copy == Copy::LockedElsewhere
@@ -282,15 +343,21 @@ TEST_F(CommandLineTest, ARunningCopyCarriesOutTheCommandsOverTheBus) {
     // The start's installation is read back once the window is on screen.
     ASSERT_TRUE(QTest::qWaitFor([&] { return hidutil.calls().size() == 4; }, 20000));
     hidutil.clearCalls();
+    hidutil.setOutput("status", deskStatus(hidutil::EntryState::Installed));
 
     Outcome run = keyvane({"--import", QString::fromStdString(exportFile), "--append"});
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(app.mainVC().rowCount(), 3);
     EXPECT_EQ(MappingFile::storedKeyboardId(), allKeyboardsId);
+    MappingStore::saveApplyAtLogin(true);
     run = keyvane({"--import", QString::fromStdString(exportFile)});
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(app.mainVC().rowCount(), 2);
     EXPECT_EQ(MappingFile::storedKeyboardId(), "0x27e");
+    // The window shows the choices in force, also that of a keyboard it lists under no item.
+    QMainWindow* window = app.mainVC().MainWin();
+    EXPECT_EQ(window->findChild<QComboBox*>("keyboardPopup")->currentText(), "Keyboard 0x27e");
+    EXPECT_TRUE(window->findChild<QCheckBox*>("applyCheckbox")->isChecked());
     run = keyvane({"--list"});
     EXPECT_EQ(run.out, "Keyboard: the keyboard 0x27e\nCommand -> Control\nCaps Lock -> Escape\n");
     EXPECT_EQ(hidutil.calls().size(), 6u);  // each import cleared, installed and read back

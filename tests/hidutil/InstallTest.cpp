@@ -291,8 +291,11 @@ TEST_F(Install, WhatIsLeftOutIsANoteAndWhatIsNotTakenAFailure) {
         }
         if (row.refusal)
             note("status", run({"status"}), true);
-        if (row.unopened)  // what is read back fails as the install does
+        if (row.unopened) {  // what is read back fails as the install does; status names why
             note("property --get", run({"property", "--get", "UserKeyMapping"}), true);
+            note("status", run({"status"}), true);
+            note("status --json", run({"status", "--json"}), true);
+        }
         fs::remove_all(*folder);
     }
 

@@ -19,7 +19,9 @@
 #include <fstream>
 
 #include "app/LoginItem.h"
+#include "common/Text.h"
 #include "engine/KeyTable.h"
+#include "engine/MappingApplier.h"
 #include "engine/MappingFile.h"
 #include "engine/MappingStatus.h"
 #include "engine/MappingStore.h"
@@ -29,6 +31,7 @@
 #include "tests/support/AlertAnswerer.h"
 #include "tests/support/FakeHidutil.h"
 #include "ui/capture/KeyboardVC.h"
+#include "ui/main/InstallationSummary.h"
 #include "ui/main/MainVC.h"
 
 namespace keyvane {
@@ -321,6 +324,61 @@ TEST_F(MainVCTest, StatusColumnSaysWhatBecameOfEachMappingAfterEveryInstallation
     EXPECT_EQ(capture->parentWidget(), vc->MainWin());
     EXPECT_EQ(column(2), (std::vector<std::string>{"Not installed", "Not installed"}));
     currentKeyboardVC->cancelClick();
+    // The footer says so then, and Install Now installs as every change does.
+    auto* footer = outlet<QLabel>("backgroundHint");
+    EXPECT_EQ(footer->text(), InstallationSummary::noneInstalledText);
+    hidutil.clearCalls();
+    hidutil.setOutput("status", rows[0].second, 1);
+    QTest::mouseClick(outlet<QPushButton>("installNowBtn"), Qt::LeftButton);
+    const Calls ran = hidutil.calls();
+    EXPECT_EQ(ran, (Calls{FakeHidutil::clearingCall(), ran.at(1), statusCall}));
+    EXPECT_EQ(footer->text(), InstallationSummary::keptText);
+    EXPECT_FALSE(outlet<QPushButton>("installNowBtn")->isVisible());
+}
+
+// Where the read-back finds why no installation can work, a line above the table says it, and the
+// footer claims nothing; a failed installation's alert adds it, once for as long as it lasts.
+TEST_F(MainVCTest, WhyNothingCanBeInstalledIsSaidAboveTheTableAndOnceInTheAlert) {
+    MappingStatus::followInstallations([] { currentMainVC->statusChanged(); });
+    std::vector<std::string> alerted;
+    MappingApplier::setEffects(
+        {{}, {}, [&](const std::string& text, const std::string&) { alerted.push_back(text); }});
+    hidutil::KeyboardStatus desk;
+    desk.row.productId = 0x27e;
+    const std::string noAccess =
+        fillIn(MappingStatus::noAccessText, {"/dev/input/event3", "Permission denied"});
+    const std::string unopened =
+        hidutil::formatStatusJson({desk}, {{"/dev/input/event3", true, "Permission denied"}});
+    const struct {
+        std::string status;  // what hidutil status --json says after the installation
+        bool fails;
+        const char* keyboard;  // chosen in Apply to
+        std::string line;      // none when empty
+        bool alerted = false;
+    } rows[] = {
+        {unopened, true, allKeyboardsId, noAccess, true},
+        {unopened, true, allKeyboardsId, noAccess, false},  // the timer's, half an hour later
+        {hidutil::formatStatusJson({}), false, allKeyboardsId, MappingStatus::noKeyboardText},
+        {hidutil::formatStatusJson({desk}), true, "0x300",
+         fillIn(MappingStatus::keyboardAbsentText, {"0x300"}), true},
+        {hidutil::formatStatusJson({desk}), false, "0x27e", ""},
+    };
+    load({threeRecords[0]});
+    for (const auto& row : rows) {
+        hidutil.setOutput("property", row.fails ? "" : "UserKeyMapping:(\n)\n");
+        hidutil.setOutput("status", row.status);
+        MappingStore::saveKeyboardId(row.keyboard);
+        alerted.clear();
+        MappingApplier::applyMappings();
+        EXPECT_EQ(alerted, row.alerted ? std::vector{std::string(MappingApplier::failedAlertText) +
+                                                     "\n\n" + row.line}
+                                       : std::vector<std::string>{});
+        EXPECT_EQ(outlet<QLabel>("obstacleLbl")->text().toStdString(), row.line);
+        EXPECT_EQ(outlet<QLabel>("obstacleLbl")->isVisible(), !row.line.empty());
+        EXPECT_EQ(outlet<QLabel>("backgroundHint")->text(),
+                  row.line.empty() ? InstallationSummary::keptText : "");
+    }
+    MappingApplier::setEffects({});
 }
 
 TEST_F(MainVCTest, OnlyAChoiceFromTheOpenedListChangesTheKeyboard) {

@@ -46,4 +46,16 @@ void fillKeyboardPopup(QComboBox* keyboardPopup, ShellRunner::Pending listing) {
     }
 }
 
+void selectKeyboard(QComboBox* keyboardPopup, const std::string& keyboardId) {
+    const QString wanted = QString::fromStdString(keyboardId);
+    int index = keyboardPopup->count() - 1;
+    while (index >= 0 && keyboardPopup->itemData(index).toString() != wanted)
+        --index;
+    if (index < 0) {
+        addItem(keyboardPopup, fillIn(unlistedKeyboardTitle, {keyboardId}), keyboardId);
+        index = keyboardPopup->count() - 1;
+    }
+    keyboardPopup->setCurrentIndex(index);
+}
+
 }  // namespace keyvane

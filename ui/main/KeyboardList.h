@@ -13,6 +13,8 @@ namespace keyvane {
 
 inline constexpr const char* listKeyboardsCommand = contract::listKeyboardsCommand;
 inline constexpr const char* allKeyboardsTitle = "All keyboards";
+// %1: the product id of a keyboard that the pop-up has no item for.
+inline constexpr const char* unlistedKeyboardTitle = "Keyboard %1";
 
 // The fields of one line of the keyboard listing, or nothing for a line that names no keyboard
 // (headings, blank lines, lines with a " 0x0 " column). Runs of spaces are collapsed in passes of
@@ -23,5 +25,9 @@ std::optional<std::vector<std::string>> keyboardFields(const std::string& line);
 // transport column, item data: the product id), and selects the stored keyboard. The listing is
 // started by the caller, so that it can run while the caller does other work.
 void fillKeyboardPopup(QComboBox* keyboardPopup, ShellRunner::Pending listing);
+// Selects the item of `keyboardId` (the last of several) after the choice was made elsewhere. A
+// keyboard without one (not connected when the pop-up was filled, or listed under an earlier
+// keyboard's title) gets one named by its id: the pop-up shows the choice in force, whatever it is.
+void selectKeyboard(QComboBox* keyboardPopup, const std::string& keyboardId);
 
 }  // namespace keyvane

@@ -23,6 +23,7 @@
 #include "platform/Application.h"
 #include "ui/KeyNames.h"
 #include "ui/capture/KeyboardVC.h"
+#include "ui/main/InstallationSummary.h"
 #include "ui/main/KeyboardList.h"
 #include "ui/main/MappingFileDialogs.h"
 #include "ui/main/SegmentedControl.h"
@@ -47,6 +48,8 @@ MainVC::MainVC(std::function<void()> updateLoginItem, PermanentSettings permanen
       ui_(std::make_unique<Ui::MainWindow>()),
       permanent_(new PermanentKeymapDialogs(window_.get(), std::move(permanent))) {
     ui_->setupUi(window_.get());
+    summary_ =
+        new InstallationSummary(ui_->obstacleLbl, ui_->backgroundHint, ui_->installNowBtn, this);
     ui_->tableView->setModel(this);
     sizeKeyColumns();
     // The status takes the room that is left.
@@ -223,15 +226,10 @@ void MainVC::selectLastRow() {
     ui_->tableView->scrollTo(index(rowCount() - 1, 0));
 }
 
-// Several listed keyboards can share the stored product id; like the filling, the last one wins.
 void MainVC::showStoredChoices() {
     reloadTable();
-    QComboBox* popup = ui_->keyboardPopup;
-    const QString stored = QString::fromStdString(MappingFile::storedKeyboardId());
-    int index = popup->count() - 1;
-    while (index > 0 && popup->itemData(index).toString() != stored)
-        --index;
-    popup->setCurrentIndex(index);
+    selectKeyboard(ui_->keyboardPopup, MappingFile::storedKeyboardId());
+    ui_->applyCheckbox->setChecked(MappingStore::loadApplyAtLogin());
 }
 
 void MainVC::importMappings() {
@@ -242,6 +240,7 @@ void MainVC::importMappings() {
 }
 
 void MainVC::statusChanged() {
+    summary_->update();
     if (rowCount() > 0)
         emit dataChanged(index(0, statusColumn), index(rowCount() - 1, statusColumn));
 }

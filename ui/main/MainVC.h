@@ -16,6 +16,7 @@ class MainWindow;
 
 namespace keyvane {
 
+class InstallationSummary;
 class KeyboardVC;
 class SegmentedControl;
 
@@ -67,7 +68,8 @@ class MainVC : public QAbstractTableModel {
     void reloadTable();
     // Selects the last mapping, just added, and scrolls to it, however long the list.
     void selectLastRow();
-    // Shows the list and the keyboard choice again after both were replaced elsewhere.
+    // Shows the list, the keyboard choice and apply-at-login as stored after a change made
+    // elsewhere (the command line, File > Import).
     void showStoredChoices();
     // Shows what the last read-back found.
     void statusChanged();
@@ -85,6 +87,7 @@ class MainVC : public QAbstractTableModel {
     std::unique_ptr<Ui::MainWindow> ui_;
     std::unique_ptr<KeyboardVC> keyboardVC_;  // the last capture window presented
     PermanentKeymapDialogs* permanent_;       // owned by the window
+    InstallationSummary* summary_;            // the line above the table and the footer
     bool loaded_ = false;
 };
 

@@ -10,42 +10,10 @@ QString tr(const char* text) {
     return QCoreApplication::translate("StatusColumn", text);
 }
 
-// One keyboard with several event devices of the same name is named once.
-QString names(const std::vector<std::string>& keyboards) {
-    QStringList list;
-    for (const std::string& name : keyboards)
-        if (!list.contains(QString::fromStdString(name)))
-            list << QString::fromStdString(name);
-    return list.join(", ");
-}
-
-QString installedText(std::size_t installed, std::size_t withoutKey) {
-    if (withoutKey > 0)
-        return tr("Installed on %1 of %2 keyboards").arg(installed).arg(installed + withoutKey);
-    return installed == 1 ? tr("Installed on 1 keyboard")
-                          : tr("Installed on %1 keyboards").arg(installed);
-}
-
 }  // namespace
 
 QString statusText(const std::optional<MappingState>& state) {
-    if (!state)
-        return {};
-    if (!state->unusable.empty())
-        return tr("Cannot be installed");
-    if (!state->overridden.empty())
-        return tr("Overridden on %1, even after installing again").arg(names(state->overridden));
-    if (!state->reinstalled.empty())
-        return tr("Overridden on %1, installed again").arg(names(state->reinstalled));
-    // A keyboard the permanent keymap gives the key counts as one it is installed on.
-    if (!state->installed.empty())
-        return installedText(state->installed.size() + state->permanent.size(),
-                             state->skipped.size());
-    if (!state->permanent.empty())
-        return tr("Permanent");
-    if (!state->skipped.empty())
-        return tr("No keyboard has this key");
-    return tr("Not installed");
+    return QString::fromStdString(MappingStatus::describe(state));
 }
 
 QString statusToolTip(const std::optional<MappingState>& state) {
