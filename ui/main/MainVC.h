@@ -16,7 +16,9 @@ class MainWindow;
 
 namespace keyvane {
 
+class AddFromListsVC;
 class KeyboardVC;
+class MappingHistory;
 class SegmentedControl;
 
 // The main window: the table of mappings (this controller is its data source), adding and
@@ -67,8 +69,11 @@ class MainVC : public QAbstractTableModel {
     void reloadTable();
     // Selects the last mapping, just added, and scrolls to it, however long the list.
     void selectLastRow();
-    // Shows the list and the keyboard choice again after both were replaced elsewhere.
+    // Shows the list and the keyboard choice again after both were replaced elsewhere (an
+    // import), as a step that Undo takes back.
     void showStoredChoices();
+    // Shows the mapping just added to the list, selected, as a step that Undo takes back.
+    void mappingAdded();
     // Shows what the last read-back found.
     void statusChanged();
 
@@ -79,6 +84,10 @@ class MainVC : public QAbstractTableModel {
     void updateRemoveEnabled();
     void presentKeyboardVC();
     void importMappings();
+    void setUpEditing();
+    void matchCurrentToSelection();
+    bool roomForAnotherMapping() const;
+    void presentAddFromListsVC();
 
     std::function<void()> updateLoginItem_;
     std::unique_ptr<QMainWindow> window_;
@@ -86,6 +95,9 @@ class MainVC : public QAbstractTableModel {
     std::unique_ptr<KeyboardVC> keyboardVC_;  // the last capture window presented
     PermanentKeymapDialogs* permanent_;       // owned by the window
     bool loaded_ = false;
+
+    std::unique_ptr<AddFromListsVC> addFromListsVC_;  // the last one presented
+    MappingHistory* history_ = nullptr;               // Edit > Undo and Redo; owned by this
 };
 
 // The controller whose view loaded last; main thread only.
