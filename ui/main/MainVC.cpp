@@ -256,13 +256,13 @@ void MainVC::showStoredChoices() {
     while (index > 0 && popup->itemData(index).toString() != stored)
         --index;
     popup->setCurrentIndex(index);
-    history_->changed(MappingHistory::importStep);
+    history_->record();
 }
 
 void MainVC::mappingAdded() {
     reloadTable();
     selectLastRow();
-    history_->changed(MappingHistory::addStep);
+    history_->record();
 }
 
 void MainVC::importMappings() {
@@ -291,7 +291,7 @@ void MainVC::segmentedBtnClick(SegmentedControl* sender) {
     MappingStore::removeMapping(static_cast<std::size_t>(row));
     endRemoveRows();
     MappingApplier::applyMappings();
-    history_->changed(MappingHistory::removeStep);
+    history_->record();
 }
 
 // Another mapping could not be installed; the capture window would also clear the keys as it opens.
@@ -328,7 +328,7 @@ void MainVC::keyboardPopupChanged(QComboBox* sender) {
         return;
     MappingStore::saveKeyboardId(identifier);
     MappingApplier::applyMappings();
-    history_->changed(MappingHistory::keyboardStep);
+    history_->record();
 }
 
 void MainVC::applyCheckboxClicked(QCheckBox* sender) {

@@ -26,11 +26,8 @@ namespace {
 class Step : public QUndoCommand {
   public:
     using Choices = std::shared_ptr<const MappingHistory::Choices>;
-    Step(const char* text, MappingHistory* history, Choices before, Choices after)
-        : QUndoCommand(QString::fromUtf8(text)),
-          history_(history),
-          before_(std::move(before)),
-          after_(std::move(after)) {}
+    Step(MappingHistory* history, Choices before, Choices after)
+        : history_(history), before_(std::move(before)), after_(std::move(after)) {}
 
     void undo() override { history_->restore(before_); }
     void redo() override {
@@ -65,11 +62,11 @@ void MappingHistory::reset() {
     seen_ = Choices::stored();
 }
 
-void MappingHistory::changed(const char* step) {
+void MappingHistory::record() {
     std::shared_ptr<const Choices> now = Choices::stored();
     if (*now == *seen_)
         return;
-    stack_.push(new Step(step, this, seen_, now));
+    stack_.push(new Step(this, seen_, now));
     seen_ = std::move(now);
 }
 
@@ -78,7 +75,7 @@ void MappingHistory::restore(const std::shared_ptr<const Choices>& choices) {
     MappingStore::saveMappings();
     if (MappingFile::storedKeyboardId() != choices->keyboardId)
         MappingStore::saveKeyboardId(choices->keyboardId);
-    // Before showing them, so that showing what was stored elsewhere finds no change to record.
+    // Before showing them, so that showing what was stored elsewhere records no step.
     seen_ = choices;
     show_();
     MappingApplier::applyMappings();

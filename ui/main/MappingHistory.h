@@ -15,10 +15,6 @@ namespace keyvane {
 class MappingHistory : public QObject {
     Q_OBJECT
   public:
-    static constexpr const char* addStep = "Add Mapping";
-    static constexpr const char* removeStep = "Remove Mapping";
-    static constexpr const char* importStep = "Import Mappings";
-    static constexpr const char* keyboardStep = "Change Apply To";
     // Every step holds a whole list: a long list changed all day long must not grow without end.
     static constexpr int stepLimit = 100;
 
@@ -30,7 +26,7 @@ class MappingHistory : public QObject {
     void reset();
     // Records the change from what the last step left stored to what is stored now; nothing when
     // they are the same.
-    void changed(const char* step);
+    void record();
 
     struct Choices;
     // Stores `choices`, shows them and installs the list.
