@@ -8,6 +8,7 @@
 #include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListView>
 #include <QMainWindow>
 #include <QPushButton>
 #include <QTableView>
@@ -65,6 +66,7 @@ class MainVCTest : public ::testing::Test {
             keyMappings = stored;
             MappingStore::saveMappings();
         }
+        keyMappings.clear();  // as at a start: the window loads what is stored
         vc = std::make_unique<MainVC>(updateLoginItem, permanent);
         vc->viewDidLoad();
         vc->MainWin()->show();
@@ -94,6 +96,18 @@ class MainVCTest : public ::testing::Test {
 
     void clickSegment(const char* name) {
         QTest::mouseClick(outlet<QToolButton>(name), Qt::LeftButton);
+    }
+
+    // Edit > Undo (Ctrl+Z) or Redo (Ctrl+Shift+Z): `list` stored, shown, then installed.
+    void takeStep(bool redo, const std::vector<KeyMapping>& list) {
+        hidutil.clearCalls();
+        QTest::keyClick(vc->MainWin(), Qt::Key_Z,
+                        redo ? Qt::ControlModifier | Qt::ShiftModifier : Qt::ControlModifier);
+        EXPECT_EQ(storedList(), MappingStore::describe(list)) << redo;
+        EXPECT_EQ(column(0).size(), list.size()) << redo;
+        ASSERT_EQ(hidutil.calls().size(), list.empty() ? 1u : 2u) << redo;
+        EXPECT_EQ(hidutil.calls()[0], FakeHidutil::clearingCall());
+        EXPECT_EQ(outlet<QAction>("redoAction")->isEnabled(), !redo);
     }
 
     std::string storedList() {
@@ -139,21 +153,31 @@ TEST_F(MainVCTest,
             widestName, table()->fontMetrics().horizontalAdvance(QString::fromStdString(key.name)));
     EXPECT_GT(std::min(table()->columnWidth(0), table()->columnWidth(1)), widestName);
 
-    // Tab leaves the table; remove is offered only with a selected row.
+    // Tab leaves the table; remove is offered only with a selected row. The focus alone makes no
+    // row current, as if selected; Up and Down select one.
     activateMainWindow();
     table()->setFocus();
     QTest::keyClick(table(), Qt::Key_Tab);
     EXPECT_EQ(QApplication::focusWidget(), outlet<QToolButton>("addSegment"));
     EXPECT_FALSE(outlet<QToolButton>("removeSegment")->isEnabled());
+    table()->setFocus();
+    EXPECT_FALSE(table()->currentIndex().isValid());
+    for (const auto& [key, row] : {std::pair{Qt::Key_Up, 0}, {Qt::Key_Down, 1}, {Qt::Key_Up, 0}}) {
+        QTest::keyClick(table(), key);
+        EXPECT_EQ(table()->selectionModel()->selectedRows().value(0).row(), row);
+    }
 
     hidutil.clearCalls();
-    table()->selectRow(0);
     EXPECT_TRUE(outlet<QToolButton>("removeSegment")->isEnabled());
     clickSegment("removeSegment");
     EXPECT_EQ(column(0), (std::vector<std::string>{"Command", "Tab"}));
     EXPECT_EQ(storedList(), MappingStore::describe({threeRecords[1], threeRecords[2]}));
     ASSERT_EQ(hidutil.calls().size(), 2u);
     EXPECT_EQ(hidutil.calls()[0], FakeHidutil::clearingCall());
+    // Undo puts it back and Redo takes it out again, each stored and installed.
+    for (const auto& [redo, list] :
+         {std::pair{false, threeRecords}, {true, {threeRecords[1], threeRecords[2]}}})
+        takeStep(redo, list);
 
     // The Delete key removes as well, one row however long it is held (its key repeats).
     table()->selectRow(1);
@@ -165,6 +189,47 @@ TEST_F(MainVCTest,
     clickSegment("removeSegment");
     EXPECT_TRUE(keyMappings.empty());
     EXPECT_FALSE(outlet<QLabel>("startLabel")->isVisible());
+
+    // Add Mapping from Lists… with the keyboard alone: an arrow key opens a list, typing finds a
+    // key, Tab goes on, Escape cancels and Enter applies, as the capture window's Apply does.
+    const KeyMapping tabDisabled = {{"original", "Tab"},
+                                    {"originalId", "2b"},
+                                    {"remapped", "Disable key"},
+                                    {"remappedId", "00"}};
+    const auto pickByTyping = [](const char* name) {
+        auto* popup = qobject_cast<QComboBox*>(QApplication::focusWidget());
+        ASSERT_NE(popup, nullptr) << name;
+        QTest::keyClick(popup, Qt::Key_Down);
+        QTest::keyClicks(popup->view(), name);
+        QTest::keyClick(popup->view(), Qt::Key_Return);
+        EXPECT_FALSE(qobject_cast<QListView*>(popup->view())->isRowHidden(popup->currentIndex()));
+    };
+    // A key mapped to itself would change nothing: Apply is not offered.
+    for (const auto& [newKey, close] :
+         {std::pair{"Tab", Qt::Key_Escape}, {"Disable", Qt::Key_Return}}) {
+        QTest::keyClick(vc->MainWin(), Qt::Key_N, Qt::ControlModifier | Qt::ShiftModifier);
+        auto* dialog = vc->MainWin()->findChild<QDialog*>("AddFromListsW");
+        ASSERT_NE(dialog, nullptr);
+        ASSERT_TRUE(QTest::qWaitFor([&] { return QApplication::activeWindow() == dialog; }));
+        pickByTyping("Tab");
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        pickByTyping(newKey);
+        EXPECT_EQ(dialog->findChild<QPushButton*>("applyBtn")->isEnabled(),
+                  close == Qt::Key_Return);
+        QTest::keyClick(QApplication::focusWidget(), close);
+        EXPECT_FALSE(dialog->isVisible());
+        activateMainWindow();
+    }
+    EXPECT_EQ(storedList(), MappingStore::describe({tabDisabled}));
+    EXPECT_EQ(table()->selectionModel()->selectedRows().value(0).row(), 0);
+    takeStep(false, {});
+    takeStep(true, {tabDisabled});
+    // An import from outside is a step too, the keyboard it chose with it.
+    MappingFile::adopt(MappingFile::parse(MappingFile::compose(threeRecords, "0x27e")),
+                       MappingFile::Adoption::Replace);
+    vc->showStoredChoices();
+    takeStep(false, {tabDisabled});
+    EXPECT_EQ(MappingFile::storedKeyboardId(), allKeyboardsId);
 
     // As many as one installation carries: the capture window, which would clear the keys, does
     // not open; an import to add after them is refused once it is chosen, one that could not even
@@ -187,14 +252,17 @@ TEST_F(MainVCTest,
     });
     picker.start(10);
     hidutil.clearCalls();
-    clickSegment("addSegment");
-    EXPECT_EQ(currentKeyboardVC, nullptr);
-    EXPECT_EQ(alerts.drain(), (std::vector<AlertAnswerer::Seen>{
-                                  {"No room for another mapping",
-                                   "One installation can carry at most 1,379 mappings, and your "
-                                   "list has 1,379. Remove 1 mapping before you add another.",
-                                   {"OK"},
-                                   "OK"}}));
+    for (const char* add : {"addMappingAction", "addFromListsAction"}) {
+        outlet<QAction>(add)->trigger();
+        EXPECT_EQ(QApplication::activeModalWidget(), nullptr) << add;
+        EXPECT_EQ(alerts.drain(), (std::vector<AlertAnswerer::Seen>{
+                                      {"No room for another mapping",
+                                       "One installation can carry at most 1,379 mappings, and "
+                                       "your list has 1,379. Remove 1 mapping before you add "
+                                       "another.",
+                                       {"OK"},
+                                       "OK"}}));
+    }
     const auto refusal = [&](const char* count) {
         return AlertAnswerer::Seen{"This file cannot be imported",
                                    QString::fromStdString(file) + ": your list would then have " +
@@ -407,6 +475,17 @@ TEST_F(MainVCTest, OnlyAChoiceFromTheOpenedListChangesTheKeyboard) {
     }
     ASSERT_EQ(hidutil.calls().size(), 4u);
     EXPECT_EQ(hidutil.calls()[1].back(), R"({"ProductID": 0x27e})");
+
+    // Undo and Redo choose again: shown, stored, then installed for that keyboard.
+    for (const auto& [redo, title] : {std::pair{false, "USB"},
+                                      {true, "All keyboards"},
+                                      {false, "USB"},
+                                      {false, "All keyboards"}}) {
+        takeStep(redo, threeRecords);
+        EXPECT_EQ(popup->currentText(), title);
+        EXPECT_EQ(MappingFile::storedKeyboardId(), popup->currentData().toString().toStdString());
+        EXPECT_EQ(hidutil.calls().back().size(), title == std::string("USB") ? 5u : 3u);
+    }
 }
 
 // File > Make Permanent…, confirmed: the helper changes the keys between a clearing of the session

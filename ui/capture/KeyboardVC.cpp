@@ -3,7 +3,6 @@
 #include <QComboBox>
 #include <QDialog>
 #include <QEvent>
-#include <QListView>
 #include <QStandardItemModel>
 #include <charconv>
 
@@ -11,12 +10,10 @@
 #include "engine/KeyTable.h"
 #include "engine/MappingApplier.h"
 #include "engine/MappingStatus.h"
-#include "engine/MappingStore.h"
 #include "engine/ShellRunner.h"
-#include "remote/SCL.h"
-#include "ui/KeyNames.h"
+#include "ui/KeyPicker.h"
 #include "ui/capture/KeyboardWView.h"
-#include "ui/main/MainVC.h"
+#include "ui/main/AddMapping.h"
 #include "ui_KeyboardW.h"
 
 namespace keyvane {
@@ -73,9 +70,6 @@ KeyboardVC::KeyboardVC(QWidget* presenter)
     ui_->instructionLbl->setSizePolicy(instructionPolicy);
     showPlaceholder(ui_->srcKeyLbl);
     showPlaceholder(ui_->destKeyLbl);
-    // Some styles open a pop-up's list as a menu as tall as the screen, ignoring its number of
-    // visible items; this one stays a list of that height.
-    ui_->keyPopup->setStyleSheet(QStringLiteral("combobox-popup: 0;"));
     new AppearanceWatcher(window_.get(), this);
     connect(ui_->applyBtn, &QPushButton::clicked, this, &KeyboardVC::applyClick);
     connect(ui_->cancelBtn, &QPushButton::clicked, this, &KeyboardVC::cancelClick);
@@ -101,24 +95,7 @@ void KeyboardVC::viewDidAppear() {
 }
 
 void KeyboardVC::fillKeyPopup() {
-    QComboBox* popup = ui_->keyPopup;
-    for (const KeyTable::SortedEntry& entry : KeyTable::sortedEntries()) {
-        // The key table's separator rows are drawn as lines, which cannot be picked.
-        if (entry.name == KeyTable::separatorName) {
-            popup->insertSeparator(popup->count());
-            continue;
-        }
-        popup->addItem(QString::fromStdString(entry.name), QString::fromStdString(entry.keyId));
-        const int row = popup->count() - 1;
-        if (!pcKeyName(entry.name).empty())
-            popup->setItemData(row, QString::fromUtf8(pcKeyName(entry.name)), Qt::ToolTipRole);
-        if (entry.name == KeyTable::disableKeyName) {
-            qobject_cast<QListView*>(popup->view())->setRowHidden(row, true);
-            disableMenuItem_ = row;
-        }
-    }
-    popup->setPlaceholderText(tr("Pick a key…"));
-    popup->setCurrentIndex(-1);
+    disableMenuItem_ = fillKeyPicker(ui_->keyPopup);
 }
 
 void KeyboardVC::keyPopupChanged(QComboBox* sender) {
@@ -146,7 +123,7 @@ void KeyboardVC::handleKeyEvent(const KeyEvent& event) {
         originalId_ = entry->usage;
         step_ = 1;
         ui_->instructionLbl->setText(newKeyInstruction);
-        qobject_cast<QListView*>(ui_->keyPopup->view())->setRowHidden(disableMenuItem_, false);
+        offerDisableKey(ui_->keyPopup, disableMenuItem_, true);
     } else {
         if (entry->usage == originalId_)
             return;  // the original's release, repeats or second press
@@ -167,18 +144,10 @@ void KeyboardVC::announceKeys() {
 }
 
 void KeyboardVC::applyClick() {
-    const std::string original = ui_->srcKeyLbl->text().toStdString();
-    const std::string remapped = ui_->destKeyLbl->text().toStdString();
-    MappingStore::appendMapping({{"original", original},
-                                 {"originalId", originalId_},
-                                 {"remapped", remapped},
-                                 {"remappedId", remappedId_}});
-    SCL::logEvent("addkey", original, remapped);
-    if (currentMainVC) {
-        currentMainVC->reloadTable();
-        currentMainVC->selectLastRow();
-    }
-    MappingApplier::applyMappings();
+    addMapping({{"original", ui_->srcKeyLbl->text().toStdString()},
+                {"originalId", originalId_},
+                {"remapped", ui_->destKeyLbl->text().toStdString()},
+                {"remappedId", remappedId_}});
     closeWindow();
 }
 

@@ -23,9 +23,11 @@
 #include "platform/Application.h"
 #include "ui/KeyNames.h"
 #include "ui/capture/KeyboardVC.h"
+#include "ui/main/AddFromListsVC.h"
 #include "ui/main/InstallationSummary.h"
 #include "ui/main/KeyboardList.h"
 #include "ui/main/MappingFileDialogs.h"
+#include "ui/main/MappingHistory.h"
 #include "ui/main/SegmentedControl.h"
 #include "ui/main/StatusColumn.h"
 #include "ui_MainWindow.h"
@@ -57,6 +59,7 @@ MainVC::MainVC(std::function<void()> updateLoginItem, PermanentSettings permanen
     ui_->startLabel->setAttribute(Qt::WA_TransparentForMouseEvents);
     window_->installEventFilter(this);
     connectActions();
+    setUpEditing();
     updateRemoveEnabled();
 }
 
@@ -107,6 +110,29 @@ void MainVC::connectActions() {
     connect(this, &QAbstractItemModel::rowsRemoved, this, &MainVC::updateRemoveEnabled);
 }
 
+// Edit > Undo, Redo and Add Mapping from Lists…, and the table's current row kept to its selection.
+void MainVC::setUpEditing() {
+    history_ = new MappingHistory(
+        ui_->undoAction, ui_->redoAction, [this] { showStoredChoices(); }, this);
+    connect(ui_->addFromListsAction, &QAction::triggered, this, &MainVC::presentAddFromListsVC);
+    QItemSelectionModel* selection = ui_->tableView->selectionModel();
+    connect(selection, &QItemSelectionModel::currentChanged, this,
+            &MainVC::matchCurrentToSelection);
+    connect(selection, &QItemSelectionModel::selectionChanged, this,
+            &MainVC::matchCurrentToSelection);
+}
+
+// The table draws its current cell as if chosen, and the arrow keys move on from it; the focus
+// alone gives it the first cell. So the current row is the selected one, or there is none: nothing
+// looks selected that Delete would not remove, and Down or Up from none selects the first row.
+void MainVC::matchCurrentToSelection() {
+    QItemSelectionModel* selection = ui_->tableView->selectionModel();
+    const QModelIndexList selected = selection->selectedRows();
+    const QModelIndex row = selected.isEmpty() ? QModelIndex() : selected.first();
+    if (selection->currentIndex().row() != row.row())
+        selection->setCurrentIndex(row, QItemSelectionModel::NoUpdate);
+}
+
 // A key column holds key table names only, so the widest of them sizes both, once: measuring every
 // row instead costs a third of the start with a long list, and again at every change.
 void MainVC::sizeKeyColumns() {
@@ -147,6 +173,7 @@ void MainVC::viewDidLoad() {
     currentMainVC = this;
     MappingStore::loadMappings();
     trace(MappingStore::describe(keyMappings));
+    history_->reset();
     // The listing only reads the keyboards, so it runs while the list is installed: the window
     // maps one shell's start sooner.
     ShellRunner::Pending listing = ShellRunner::start(listKeyboardsCommand);
@@ -230,6 +257,13 @@ void MainVC::showStoredChoices() {
     reloadTable();
     selectKeyboard(ui_->keyboardPopup, MappingFile::storedKeyboardId());
     ui_->applyCheckbox->setChecked(MappingStore::loadApplyAtLogin());
+    history_->record();
+}
+
+void MainVC::mappingAdded() {
+    reloadTable();
+    selectLastRow();
+    history_->record();
 }
 
 void MainVC::importMappings() {
@@ -259,21 +293,33 @@ void MainVC::segmentedBtnClick(SegmentedControl* sender) {
     MappingStore::removeMapping(static_cast<std::size_t>(row));
     endRemoveRows();
     MappingApplier::applyMappings();
+    history_->record();
+}
+
+// Another mapping could not be installed; the capture window would also clear the keys as it opens.
+bool MainVC::roomForAnotherMapping() const {
+    const std::size_t maximum = MappingApplier::maximumMappings();
+    if (keyMappings.size() < maximum)
+        return true;
+    showAlert(fillIn(listFullAlertText, {groupedDigits(maximum), groupedDigits(keyMappings.size()),
+                                         mappingsCount(keyMappings.size() - maximum + 1)}),
+              listFullAlertTitle, {});
+    return false;
 }
 
 void MainVC::presentKeyboardVC() {
-    // The capture window clears the keys as it opens, and its mapping could not be installed.
-    const std::size_t maximum = MappingApplier::maximumMappings();
-    if (keyMappings.size() >= maximum) {
-        showAlert(
-            fillIn(listFullAlertText, {groupedDigits(maximum), groupedDigits(keyMappings.size()),
-                                       mappingsCount(keyMappings.size() - maximum + 1)}),
-            listFullAlertTitle, {});
+    if (!roomForAnotherMapping())
         return;
-    }
     keyboardVC_ = std::make_unique<KeyboardVC>(window_.get());
     keyboardVC_->viewDidLoad();
     keyboardVC_->window()->show();
+}
+
+void MainVC::presentAddFromListsVC() {
+    if (!roomForAnotherMapping())
+        return;
+    addFromListsVC_ = std::make_unique<AddFromListsVC>(window_.get());
+    addFromListsVC_->window()->show();
 }
 
 void MainVC::keyboardPopupChanged(QComboBox* sender) {
@@ -284,6 +330,7 @@ void MainVC::keyboardPopupChanged(QComboBox* sender) {
         return;
     MappingStore::saveKeyboardId(identifier);
     MappingApplier::applyMappings();
+    history_->record();
 }
 
 void MainVC::applyCheckboxClicked(QCheckBox* sender) {

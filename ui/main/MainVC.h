@@ -17,7 +17,9 @@ class MainWindow;
 namespace keyvane {
 
 class InstallationSummary;
+class AddFromListsVC;
 class KeyboardVC;
+class MappingHistory;
 class SegmentedControl;
 
 // The main window: the table of mappings (this controller is its data source), adding and
@@ -69,8 +71,10 @@ class MainVC : public QAbstractTableModel {
     // Selects the last mapping, just added, and scrolls to it, however long the list.
     void selectLastRow();
     // Shows the list, the keyboard choice and apply-at-login as stored after a change made
-    // elsewhere (the command line, File > Import).
+    // elsewhere (the command line, File > Import), as a step that Undo takes back.
     void showStoredChoices();
+    // Shows the mapping just added to the list, selected, as a step that Undo takes back.
+    void mappingAdded();
     // Shows what the last read-back found.
     void statusChanged();
 
@@ -81,6 +85,10 @@ class MainVC : public QAbstractTableModel {
     void updateRemoveEnabled();
     void presentKeyboardVC();
     void importMappings();
+    void setUpEditing();
+    void matchCurrentToSelection();
+    bool roomForAnotherMapping() const;
+    void presentAddFromListsVC();
 
     std::function<void()> updateLoginItem_;
     std::unique_ptr<QMainWindow> window_;
@@ -89,6 +97,9 @@ class MainVC : public QAbstractTableModel {
     PermanentKeymapDialogs* permanent_;       // owned by the window
     InstallationSummary* summary_;            // the line above the table and the footer
     bool loaded_ = false;
+
+    std::unique_ptr<AddFromListsVC> addFromListsVC_;  // the last one presented
+    MappingHistory* history_ = nullptr;               // Edit > Undo and Redo; owned by this
 };
 
 // The controller whose view loaded last; main thread only.
