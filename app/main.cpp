@@ -44,7 +44,7 @@ bool hasGraphicalSession() {
 int startWithoutGraphicalSession(int argc, char** argv) {
     QCoreApplication application(argc, argv);
     if (keyvane::session_bus::isRunning(keyvane::bundle::appIdentifier) &&
-        keyvane::Launch::askRunningCopyToReopen() ==
+        keyvane::Launch::askRunningCopyToReopen(keyvane::LaunchToken::fromEnvironment()) ==
             keyvane::Launch::Outcome::HandedToRunningCopy) {
         keyvane::warn(reopenedFromConsoleMessage);
         return 0;
@@ -79,6 +79,7 @@ int main(int argc, char** argv) {
     if (!hasGraphicalSession())
         return startWithoutGraphicalSession(argc, argv);
 
+    const keyvane::LaunchToken token = keyvane::LaunchToken::fromEnvironment();
     QtMessageHandler previousHandler = qInstallMessageHandler(exitOnDisplayFailure);
     QApplication application(argc, argv);
     qInstallMessageHandler(previousHandler);
@@ -88,7 +89,7 @@ int main(int argc, char** argv) {
     QApplication::setDesktopFileName(keyvane::bundle::appIdentifier);
     keyvane::bundle::appendProgramFolderToPath();
 
-    keyvane::Launch launch;
+    keyvane::Launch launch(keyvane::LifecycleSettings(), token);
     switch (launch.start()) {
         case keyvane::Launch::Outcome::HandedToRunningCopy:
             return 0;
