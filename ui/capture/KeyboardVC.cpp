@@ -13,6 +13,7 @@
 #include "engine/MappingStatus.h"
 #include "engine/MappingStore.h"
 #include "engine/ShellRunner.h"
+#include "platform/KeyboardShortcutsInhibitor.h"
 #include "remote/SCL.h"
 #include "ui/KeyNames.h"
 #include "ui/capture/KeyboardWView.h"
@@ -77,6 +78,8 @@ KeyboardVC::KeyboardVC(QWidget* presenter)
     // visible items; this one stays a list of that height.
     ui_->keyPopup->setStyleSheet(QStringLiteral("combobox-popup: 0;"));
     new AppearanceWatcher(window_.get(), this);
+    // Every key is one to map, also those the desktop keeps for its shortcuts.
+    new KeyboardShortcutsInhibitor(window_.get());
     connect(ui_->applyBtn, &QPushButton::clicked, this, &KeyboardVC::applyClick);
     connect(ui_->cancelBtn, &QPushButton::clicked, this, &KeyboardVC::cancelClick);
     connect(ui_->keyPopup, &QComboBox::activated, this, [this] { keyPopupChanged(ui_->keyPopup); });
