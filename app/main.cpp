@@ -1,4 +1,5 @@
 #include <QApplication>
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <string>
@@ -7,6 +8,7 @@
 #include "app/CommandLine.h"
 #include "app/Launch.h"
 #include "common/Log.h"
+#include "common/Text.h"
 #include "platform/Bundle.h"
 #include "platform/SessionBus.h"
 
@@ -53,14 +55,49 @@ int startWithoutGraphicalSession(int argc, char** argv) {
     return 1;
 }
 
+constexpr const char* platformFallbackMessage =
+    "Keyvane could not reach %1, so its window opens on %2 instead.";
+
 // Qt's own words while it brings up the display; shown only when it succeeds.
-std::vector<std::string> displayMessages;
+struct DisplayMessage {
+    std::string category;
+    std::string text;
+};
+std::vector<DisplayMessage> displayMessages;
+
+std::string sessionOf(const QString& platform) {
+    if (platform.startsWith("wayland"))
+        return "Wayland (WAYLAND_DISPLAY=" + qgetenv("WAYLAND_DISPLAY").toStdString() + ")";
+    if (platform.startsWith("xcb"))
+        return "X11 (DISPLAY=" + qgetenv("DISPLAY").toStdString() + ")";
+    return platform.toStdString();
+}
+
+// When the first platform that QT_QPA_PLATFORM (or the session type) names cannot start, Qt goes
+// on with the next one, in words meant for a broken installation ("Could not load the Qt platform
+// plugin"); one line says instead which session did not answer. What Qt said up to then was the
+// failed platform's.
+void showDisplayMessages() {
+    const auto lastFailure = std::find_if(
+        displayMessages.rbegin(), displayMessages.rend(),
+        [](const DisplayMessage& message) { return message.category == "qt.qpa.plugin"; });
+    if (lastFailure != displayMessages.rend()) {
+        const QString used = QGuiApplication::platformName();
+        const QString failed = used.startsWith("wayland") ? "xcb" : "wayland";
+        keyvane::warn(
+            keyvane::fillIn(platformFallbackMessage, {sessionOf(failed), sessionOf(used)}));
+    }
+    for (auto message = lastFailure.base(); message != displayMessages.end(); ++message)
+        keyvane::warn(message->text);
+}
 
 // A display that is named but does not answer (a stale DISPLAY, an ended session) makes Qt abort
 // with advice to reinstall; say instead what is wrong, and end with 1.
-void exitOnDisplayFailure(QtMsgType type, const QMessageLogContext&, const QString& message) {
+void exitOnDisplayFailure(QtMsgType type, const QMessageLogContext& context,
+                          const QString& message) {
     if (type != QtFatalMsg) {
-        displayMessages.push_back(message.toStdString());
+        displayMessages.push_back(
+            {context.category ? context.category : "", message.toStdString()});
         return;
     }
     keyvane::warn(displayUnreachableMessage + qgetenv("DISPLAY").toStdString() +
@@ -83,8 +120,7 @@ int main(int argc, char** argv) {
     QtMessageHandler previousHandler = qInstallMessageHandler(exitOnDisplayFailure);
     QApplication application(argc, argv);
     qInstallMessageHandler(previousHandler);
-    for (const std::string& message : displayMessages)
-        keyvane::warn(message);
+    showDisplayMessages();
     QApplication::setApplicationName("Keyvane");
     QApplication::setDesktopFileName(keyvane::bundle::appIdentifier);
     keyvane::bundle::appendProgramFolderToPath();
