@@ -6,6 +6,7 @@
 #include <QGuiApplication>
 #include <QWidget>
 #include <QWindow>
+#include <cstdint>
 #include <cstring>
 
 #include "keyboard-shortcuts-inhibit-unstable-v1-client-protocol.h"

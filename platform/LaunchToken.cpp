@@ -4,6 +4,7 @@
 
 #include <QGuiApplication>
 #include <charconv>
+#include <cstdint>
 #include <optional>
 
 namespace keyvane {
