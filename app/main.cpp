@@ -57,6 +57,8 @@ int startWithoutGraphicalSession(int argc, char** argv) {
 
 constexpr const char* platformFallbackMessage =
     "Keyvane could not reach %1, so its window opens on %2 instead.";
+constexpr const char* waylandSession = "Wayland (WAYLAND_DISPLAY=%1)";
+constexpr const char* x11Session = "X11 (DISPLAY=%1)";
 
 // Qt's own words while it brings up the display; shown only when it succeeds.
 struct DisplayMessage {
@@ -67,9 +69,9 @@ std::vector<DisplayMessage> displayMessages;
 
 std::string sessionOf(const QString& platform) {
     if (platform.startsWith("wayland"))
-        return "Wayland (WAYLAND_DISPLAY=" + qgetenv("WAYLAND_DISPLAY").toStdString() + ")";
+        return keyvane::fillIn(waylandSession, {qgetenv("WAYLAND_DISPLAY").toStdString()});
     if (platform.startsWith("xcb"))
-        return "X11 (DISPLAY=" + qgetenv("DISPLAY").toStdString() + ")";
+        return keyvane::fillIn(x11Session, {qgetenv("DISPLAY").toStdString()});
     return platform.toStdString();
 }
 
