@@ -19,7 +19,8 @@
 
 namespace keyvane {
 
-Launch::Launch(LifecycleSettings settings) : delegate_(std::move(settings)) {}
+Launch::Launch(LifecycleSettings settings, LaunchToken token)
+    : token_(std::move(token)), delegate_(std::move(settings)) {}
 
 Launch::~Launch() = default;
 
@@ -27,7 +28,7 @@ Launch::Outcome Launch::start() {
     commands_.registerOnBus();
     switch (instance_.claim(bundle::appIdentifier)) {
         case SingleInstance::Claim::AlreadyRunning:
-            return askRunningCopyToReopen();
+            return askRunningCopyToReopen(token_);
         case SingleInstance::Claim::RunningOutOfReach:
             warn(outOfReachMessage);
             return Outcome::RunningOutOfReach;
@@ -58,9 +59,13 @@ Launch::Outcome Launch::start() {
         updateLoginItem, PermanentSettings{{bundle::permanentHelperPath(), ::geteuid() != 0}});
     mainVC_->viewDidLoad();
     delegate_.setWindow(mainVC_->MainWin());
-    QObject::connect(&instance_, &SingleInstance::reopenRequested, &delegate_, [this] {
-        delegate_.applicationShouldHandleReopen(mainVC_->MainWin()->isVisible());
-    });
+    // Without the second start's token, a desktop that prevents focus stealing (every Wayland
+    // compositor) would leave the window behind the one the user works in.
+    QObject::connect(&instance_, &SingleInstance::reopenRequested, &delegate_,
+                     [this](const LaunchToken& token) {
+                         token.useForNextActivation();
+                         delegate_.applicationShouldHandleReopen(mainVC_->MainWin()->isVisible());
+                     });
     // A login launch installs again before then, and both installations are read back once. The
     // icon theme is searched then too: a window manager takes the icon of a mapped window.
     delegate_.applicationDidFinishLaunching([] {
@@ -70,9 +75,9 @@ Launch::Outcome Launch::start() {
     return Outcome::Running;
 }
 
-Launch::Outcome Launch::askRunningCopyToReopen() {
+Launch::Outcome Launch::askRunningCopyToReopen(const LaunchToken& token) {
     std::string error;
-    if (SingleInstance::askToReopen(bundle::appIdentifier, error))
+    if (SingleInstance::askToReopen(bundle::appIdentifier, token, error))
         return Outcome::HandedToRunningCopy;
     warn(notAnsweringMessage + error);
     return Outcome::RunningCopyDidNotAnswer;

@@ -31,16 +31,19 @@ class Launch {
         "no session bus; starting as a normal launch (a second start cannot ask this one "
         "to show its window, and the login helper cannot be told to quit)";
 
-    explicit Launch(LifecycleSettings settings = LifecycleSettings());
+    // `token` is what this start was given to bring a window to the front, read before the
+    // application object took it (LaunchToken::fromEnvironment).
+    explicit Launch(LifecycleSettings settings = LifecycleSettings(), LaunchToken token = {});
     ~Launch();
 
     Outcome start();
-    // Asks the copy that runs on this session bus to show its window.
-    static Outcome askRunningCopyToReopen();
+    // Asks the copy that runs on this session bus to show its window, handing it `token`.
+    static Outcome askRunningCopyToReopen(const LaunchToken& token);
 
     MainVC& mainVC() const { return *mainVC_; }
 
   private:
+    LaunchToken token_;
     CommandService commands_;
     SingleInstance instance_;
     AppDelegate delegate_;

@@ -1,4 +1,5 @@
 #include <QApplication>
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <string>
@@ -7,6 +8,7 @@
 #include "app/CommandLine.h"
 #include "app/Launch.h"
 #include "common/Log.h"
+#include "common/Text.h"
 #include "platform/Bundle.h"
 #include "platform/SessionBus.h"
 
@@ -44,7 +46,7 @@ bool hasGraphicalSession() {
 int startWithoutGraphicalSession(int argc, char** argv) {
     QCoreApplication application(argc, argv);
     if (keyvane::session_bus::isRunning(keyvane::bundle::appIdentifier) &&
-        keyvane::Launch::askRunningCopyToReopen() ==
+        keyvane::Launch::askRunningCopyToReopen(keyvane::LaunchToken::fromEnvironment()) ==
             keyvane::Launch::Outcome::HandedToRunningCopy) {
         keyvane::warn(reopenedFromConsoleMessage);
         return 0;
@@ -53,14 +55,51 @@ int startWithoutGraphicalSession(int argc, char** argv) {
     return 1;
 }
 
+constexpr const char* platformFallbackMessage =
+    "Keyvane could not reach %1, so its window opens on %2 instead.";
+constexpr const char* waylandSession = "Wayland (WAYLAND_DISPLAY=%1)";
+constexpr const char* x11Session = "X11 (DISPLAY=%1)";
+
 // Qt's own words while it brings up the display; shown only when it succeeds.
-std::vector<std::string> displayMessages;
+struct DisplayMessage {
+    std::string category;
+    std::string text;
+};
+std::vector<DisplayMessage> displayMessages;
+
+std::string sessionOf(const QString& platform) {
+    if (platform.startsWith("wayland"))
+        return keyvane::fillIn(waylandSession, {qgetenv("WAYLAND_DISPLAY").toStdString()});
+    if (platform.startsWith("xcb"))
+        return keyvane::fillIn(x11Session, {qgetenv("DISPLAY").toStdString()});
+    return platform.toStdString();
+}
+
+// When the first platform that QT_QPA_PLATFORM (or the session type) names cannot start, Qt goes
+// on with the next one, in words meant for a broken installation ("Could not load the Qt platform
+// plugin"); one line says instead which session did not answer. What Qt said up to then was the
+// failed platform's.
+void showDisplayMessages() {
+    const auto lastFailure = std::find_if(
+        displayMessages.rbegin(), displayMessages.rend(),
+        [](const DisplayMessage& message) { return message.category == "qt.qpa.plugin"; });
+    if (lastFailure != displayMessages.rend()) {
+        const QString used = QGuiApplication::platformName();
+        const QString failed = used.startsWith("wayland") ? "xcb" : "wayland";
+        keyvane::warn(
+            keyvane::fillIn(platformFallbackMessage, {sessionOf(failed), sessionOf(used)}));
+    }
+    for (auto message = lastFailure.base(); message != displayMessages.end(); ++message)
+        keyvane::warn(message->text);
+}
 
 // A display that is named but does not answer (a stale DISPLAY, an ended session) makes Qt abort
 // with advice to reinstall; say instead what is wrong, and end with 1.
-void exitOnDisplayFailure(QtMsgType type, const QMessageLogContext&, const QString& message) {
+void exitOnDisplayFailure(QtMsgType type, const QMessageLogContext& context,
+                          const QString& message) {
     if (type != QtFatalMsg) {
-        displayMessages.push_back(message.toStdString());
+        displayMessages.push_back(
+            {context.category ? context.category : "", message.toStdString()});
         return;
     }
     keyvane::warn(displayUnreachableMessage + qgetenv("DISPLAY").toStdString() +
@@ -79,16 +118,16 @@ int main(int argc, char** argv) {
     if (!hasGraphicalSession())
         return startWithoutGraphicalSession(argc, argv);
 
+    const keyvane::LaunchToken token = keyvane::LaunchToken::fromEnvironment();
     QtMessageHandler previousHandler = qInstallMessageHandler(exitOnDisplayFailure);
     QApplication application(argc, argv);
     qInstallMessageHandler(previousHandler);
-    for (const std::string& message : displayMessages)
-        keyvane::warn(message);
+    showDisplayMessages();
     QApplication::setApplicationName("Keyvane");
     QApplication::setDesktopFileName(keyvane::bundle::appIdentifier);
     keyvane::bundle::appendProgramFolderToPath();
 
-    keyvane::Launch launch;
+    keyvane::Launch launch(keyvane::LifecycleSettings(), token);
     switch (launch.start()) {
         case keyvane::Launch::Outcome::HandedToRunningCopy:
             return 0;

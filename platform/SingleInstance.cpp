@@ -91,9 +91,12 @@ bool SingleInstance::lockHeld(const std::string& identifier) {
     return held;
 }
 
-bool SingleInstance::askToReopen(const std::string& identifier, std::string& error) {
-    const QDBusMessage call = QDBusMessage::createMethodCall(QString::fromStdString(identifier),
-                                                             path, interface, "Reopen");
+bool SingleInstance::askToReopen(const std::string& identifier, const LaunchToken& token,
+                                 std::string& error) {
+    QDBusMessage call = QDBusMessage::createMethodCall(QString::fromStdString(identifier), path,
+                                                       interface, "Reopen");
+    call << QString::fromStdString(token.activationToken)
+         << QString::fromStdString(token.startupId);
     const QDBusMessage reply =
         QDBusConnection::sessionBus().call(call, QDBus::Block, reopenTimeoutMs);
     if (reply.type() == QDBusMessage::ReplyMessage)
@@ -102,8 +105,8 @@ bool SingleInstance::askToReopen(const std::string& identifier, std::string& err
     return false;
 }
 
-void SingleInstance::Reopen() {
-    emit reopenRequested();
+void SingleInstance::Reopen(const QString& activationToken, const QString& startupId) {
+    emit reopenRequested({activationToken.toStdString(), startupId.toStdString()});
 }
 
 }  // namespace keyvane

@@ -3,6 +3,8 @@
 #include <QObject>
 #include <string>
 
+#include "platform/LaunchToken.h"
+
 namespace keyvane {
 
 // One copy of the application per user. The first copy owns the application's bundle identifier
@@ -36,16 +38,18 @@ class SingleInstance : public QObject {
     // Whether a copy holds the lock of `identifier`: one that runs, also on another bus or none.
     static bool lockHeld(const std::string& identifier);
 
-    // Asks the copy that holds `identifier` to bring its window back. False, with the reason in
-    // `error`, when it does not answer.
-    static bool askToReopen(const std::string& identifier, std::string& error);
+    // Asks the copy that holds `identifier` to bring its window back, with this start's `token`,
+    // which lets the desktop give it the focus. False, with the reason in `error`, when it does not
+    // answer.
+    static bool askToReopen(const std::string& identifier, const LaunchToken& token,
+                            std::string& error);
 
   public slots:
-    // The bus method that a later copy calls.
-    Q_SCRIPTABLE void Reopen();
+    // The bus method that a later copy calls, with its launch token (either part may be empty).
+    Q_SCRIPTABLE void Reopen(const QString& activationToken, const QString& startupId);
 
   signals:
-    void reopenRequested();
+    void reopenRequested(const LaunchToken& token);
 
   private:
     bool lock(const std::string& identifier);

@@ -132,6 +132,9 @@ TEST_F(LaunchTest, ASecondStartReopensTheWindowOfTheRunningCopyOrSaysWhyItCannot
         {{}, noBus, 1, "already runs for this user, outside this session's message bus"},
         {desktopPlatform, noBus, 1, "needs a graphical session to show its window"},
         {noDisplay, {}, 0, "the running Keyvane was asked to show its window"},
+        {{"QT_QPA_PLATFORM=wayland;offscreen", "WAYLAND_DISPLAY=keyvane-test-none"}, {}, 0,
+         "keyvane: Keyvane could not reach Wayland (WAYLAND_DISPLAY=keyvane-test-none), so its "
+         "window opens on offscreen instead.\n"},
         {{}, {}, 0, ""},
     };
     auto app = launch();
@@ -155,6 +158,7 @@ TEST_F(LaunchTest, ASecondStartReopensTheWindowOfTheRunningCopyOrSaysWhyItCannot
         const std::string said = second.readAllStandardError().toStdString();
         EXPECT_EQ(second.exitCode(), start.exitCode) << said;
         EXPECT_NE(said.find(start.says), std::string::npos) << said;
+        EXPECT_EQ(said.find("Qt platform plugin"), std::string::npos) << said;
         EXPECT_EQ(window->isMinimized(), start.exitCode != 0) << said;
     }
     EXPECT_TRUE(window->isVisible());

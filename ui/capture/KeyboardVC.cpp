@@ -11,6 +11,7 @@
 #include "engine/MappingApplier.h"
 #include "engine/MappingStatus.h"
 #include "engine/ShellRunner.h"
+#include "platform/KeyboardShortcutsInhibitor.h"
 #include "ui/KeyPicker.h"
 #include "ui/capture/KeyboardWView.h"
 #include "ui/main/AddMapping.h"
@@ -71,6 +72,8 @@ KeyboardVC::KeyboardVC(QWidget* presenter)
     showPlaceholder(ui_->srcKeyLbl);
     showPlaceholder(ui_->destKeyLbl);
     new AppearanceWatcher(window_.get(), this);
+    // Every key is one to map, also those the desktop keeps for its shortcuts.
+    new KeyboardShortcutsInhibitor(window_.get());
     connect(ui_->applyBtn, &QPushButton::clicked, this, &KeyboardVC::applyClick);
     connect(ui_->cancelBtn, &QPushButton::clicked, this, &KeyboardVC::cancelClick);
     connect(ui_->keyPopup, &QComboBox::activated, this, [this] { keyPopupChanged(ui_->keyPopup); });
