@@ -34,7 +34,7 @@ set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "dbus, pkexec, polkitd, systemd, udev")
 # Without Qt's Wayland plugin the window still opens, through XWayland, but then the desktop's
-# shortcuts cannot be passed through to the capture window.
+# shortcuts may never reach the capture window.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "qt6-wayland")
 
 set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA
