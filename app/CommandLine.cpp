@@ -152,11 +152,14 @@ int importFrom(const CommandLine::Command& command, const CommandLine::Session& 
         command.append ? MappingFile::Adoption::Append : MappingFile::Adoption::Replace;
     if (const std::string problem = MappingFile::adoptionProblem(reading, how); !problem.empty())
         return cannotImport(command.file, problem, session);
+    const std::size_t listed = command.append ? MappingFile::alreadyListed(reading) : 0;
     MappingFile::adopt(reading, how);
     session.listChanged();
-    session.out << "Imported " << mappingsCount(reading.mappings.size()) << " from " << command.file
-                << (command.append ? ", after the ones you had" : "") << "; the list now has "
-                << mappingsCount(keyMappings.size()) << "." << std::endl;
+    session.out << "Imported " << mappingsCount(reading.mappings.size() - listed) << " from "
+                << command.file << (command.append ? ", after the ones you had" : "");
+    if (listed > 0)
+        session.out << ", leaving out " << mappingsCount(listed) << " your list had already";
+    session.out << "; the list now has " << mappingsCount(keyMappings.size()) << "." << std::endl;
     return apply(session);
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <fstream>
+#include <iterator>
 
 #include "common/AtomicFile.h"
 #include "common/Text.h"
@@ -208,11 +209,28 @@ bool MappingFile::write(const std::filesystem::path& file, std::string& error) {
     return true;
 }
 
+// A mapping the list has already: the same key made the same new key.
+bool MappingFile::isListed(const KeyMapping& mapping) {
+    // A stored record may lack either id; a read mapping has both.
+    const auto same = [](const KeyMapping& listed, const KeyMapping& read, const char* key) {
+        const auto found = listed.find(key);
+        return found != listed.end() && found->second == read.at(key);
+    };
+    return std::any_of(keyMappings.begin(), keyMappings.end(), [&](const KeyMapping& listed) {
+        return same(listed, mapping, "originalId") && same(listed, mapping, "remappedId");
+    });
+}
+
+std::size_t MappingFile::alreadyListed(const Reading& reading) {
+    return static_cast<std::size_t>(
+        std::count_if(reading.mappings.begin(), reading.mappings.end(), isListed));
+}
+
 std::string MappingFile::adoptionProblem(const Reading& reading, Adoption how) {
     std::size_t count = reading.mappings.size();
     std::optional<std::string> keyboardId = MappingStore::loadKeyboardId();
     if (how == Adoption::Append)
-        count += keyMappings.size();
+        count += keyMappings.size() - alreadyListed(reading);
     else if (reading.keyboardId)
         keyboardId = reading.keyboardId;
     const std::size_t maximum = MappingApplier::maximumMappings(keyboardId);
@@ -229,7 +247,10 @@ void MappingFile::adopt(const Reading& reading, Adoption how) {
             MappingStore::saveKeyboardId(*reading.keyboardId);
         return;
     }
-    keyMappings.insert(keyMappings.end(), reading.mappings.begin(), reading.mappings.end());
+    std::vector<KeyMapping> added;
+    std::copy_if(reading.mappings.begin(), reading.mappings.end(), std::back_inserter(added),
+                 [](const KeyMapping& mapping) { return !isListed(mapping); });
+    keyMappings.insert(keyMappings.end(), added.begin(), added.end());
     MappingStore::saveMappings();
 }
 

@@ -52,12 +52,19 @@ class MappingFile {
     // Why adopting `reading` so would make a list too long to install, or "" when it would not.
     static std::string adoptionProblem(const Reading& reading, Adoption how);
 
+    // How many of the read mappings the list has already (the same key made the same new key).
+    static std::size_t alreadyListed(const Reading& reading);
+
     // Replace: the read mappings become the list, and the file's keyboard (if it names one) the
-    // target keyboard. Append: they go after the list; the keyboard stays. Both are stored.
+    // target keyboard. Append: those the list does not have yet go after it, so that importing a
+    // file twice doubles nothing; the keyboard stays. Both are stored.
     static void adopt(const Reading& reading, Adoption how);
 
     // The stored keyboard choice: a product id, or allKeyboardsId.
     static std::string storedKeyboardId();
+
+  private:
+    static bool isListed(const KeyMapping& mapping);
 };
 
 // "1 mapping", "1,379 mappings": a number of mappings as a message says it.

@@ -272,9 +272,12 @@ TEST_F(MainVCTest,
                                    {"OK"},
                                    "OK"};
     };
+    // One new mapping and one the list has: the question leaves the second out of the count.
     for (const auto& [count, asked] : {std::pair{1, true}, std::pair{1400, false}}) {
-        std::ofstream(file) << MappingFile::compose(
-            std::vector<KeyMapping>(std::size_t(count), threeRecords[1]), allKeyboardsId);
+        std::vector<KeyMapping> mappings(std::size_t(count), threeRecords[1]);
+        if (asked)
+            mappings.push_back(threeRecords[0]);
+        std::ofstream(file) << MappingFile::compose(mappings, allKeyboardsId);
         outlet<QAction>("importAction")->trigger();  // the question's default: add to the list
         std::vector<AlertAnswerer::Seen> seen = alerts.drain();
         ASSERT_EQ(seen.size(), asked ? 2u : 1u) << count;
@@ -282,9 +285,11 @@ TEST_F(MainVCTest,
         // The question's title on the title line, the question below it.
         if (asked) {
             EXPECT_EQ(seen.front(),
-                      (AlertAnswerer::Seen{"Import 1 mapping?",
-                                           "Add the 1 mapping after the 1,379 mappings you have, "
-                                           "or replace your list and the chosen keyboard with it?",
+                      (AlertAnswerer::Seen{"Import 2 mappings?",
+                                           "Already in your list, so not added again: 1 mapping."
+                                           "\n\nAdd the 1 mapping after the 1,379 mappings you "
+                                           "have, or replace your list and the chosen keyboard "
+                                           "with them?",
                                            {"Add to My List", "Replace My List", "Cancel"},
                                            "Add to My List"}));
         }

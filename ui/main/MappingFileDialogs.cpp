@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFileDialog>
 
+#include "common/Text.h"
 #include "engine/MappingFile.h"
 #include "platform/Alert.h"
 
@@ -20,7 +21,10 @@ std::string question(const MappingFile::Reading& reading) {
     std::string text;
     if (!reading.rejected.empty())
         text += leftOutText + lines(reading.rejected) + "\n\n";
-    text += "Add the " + mappingsCount(reading.mappings.size()) + " after the " +
+    const std::size_t listed = MappingFile::alreadyListed(reading);
+    if (listed > 0)
+        text += fillIn(alreadyListedText, {mappingsCount(listed)}) + "\n\n";
+    text += "Add the " + mappingsCount(reading.mappings.size() - listed) + " after the " +
             mappingsCount(keyMappings.size()) + " you have, or replace your list";
     if (reading.keyboardId)
         text += " and the chosen keyboard";

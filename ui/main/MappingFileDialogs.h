@@ -12,6 +12,8 @@ inline constexpr const char* exportFailedTitle = "The mappings could not be expo
 inline constexpr const char* importFailedTitle = "This file cannot be imported";
 inline constexpr const char* unchangedText = "Your list is unchanged.";
 inline constexpr const char* leftOutText = "These mappings cannot be used and are left out:";
+// %1: how many of the file's mappings the list has already ("2 mappings").
+inline constexpr const char* alreadyListedText = "Already in your list, so not added again: %1.";
 inline constexpr const char* appendButton = "Add to My List";
 inline constexpr const char* replaceButton = "Replace My List";
 inline constexpr const char* cancelButton = "Cancel";
