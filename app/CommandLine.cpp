@@ -89,8 +89,9 @@ int apply(const CommandLine::Session& session) {
                     << std::endl;
     // What the status column says, read back from the keyboards: hidutil's answer alone would
     // claim a list that no keyboard took.
-    for (const KeyMapping& mapping : keyMappings) {
-        const std::optional<MappingState> state = MappingStatus::stateOf(mapping);
+    for (std::size_t row = 0; row < keyMappings.size(); ++row) {
+        const KeyMapping& mapping = keyMappings[row];
+        const std::optional<MappingState> state = MappingStatus::stateOfRow(row);
         session.out << nameOf(mapping, "original") << " -> " << nameOf(mapping, "remapped") << ": "
                     << MappingStatus::describe(state.value_or(MappingState{})) << std::endl;
         worked = worked && state && state->tookEffect();

@@ -161,7 +161,7 @@ std::string installedText(std::size_t installed, std::size_t withoutKey) {
 }  // namespace
 
 bool MappingState::tookEffect() const {
-    return overridden.empty() && unusable.empty() &&
+    return !replacedBy && overridden.empty() && unusable.empty() &&
            !(installed.empty() && permanent.empty() && reinstalled.empty());
 }
 
@@ -287,9 +287,31 @@ std::optional<MappingState> MappingStatus::stateOf(const KeyMapping& mapping) {
     return state;
 }
 
+std::optional<MappingState> MappingStatus::stateOfRow(std::size_t row) {
+    std::optional<MappingState> state = stateOf(keyMappings.at(row));
+    if (!state || nothingInstalled())
+        return state;
+    const auto id = [](std::size_t at, const char* key) {
+        const auto found = keyMappings[at].find(key);
+        return found == keyMappings[at].end() ? std::string() : found->second;
+    };
+    // hidutil installs the list in its order, so a key gives what its last mapping wants; an
+    // earlier mapping of it that wants the same is in effect all the same.
+    for (std::size_t last = keyMappings.size() - 1; last > row; --last) {
+        if (id(last, "originalId") != id(row, "originalId") || id(row, "originalId").empty())
+            continue;
+        if (id(last, "remappedId") != id(row, "remappedId"))
+            state->replacedBy = last + 1;
+        break;
+    }
+    return state;
+}
+
 std::string MappingStatus::describe(const std::optional<MappingState>& state) {
     if (!state)
         return {};
+    if (state->replacedBy)
+        return fillIn(replacedText, {std::to_string(*state->replacedBy)});
     if (!state->unusable.empty())
         return unusableText;
     if (!state->overridden.empty())

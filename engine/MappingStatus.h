@@ -46,6 +46,8 @@ struct MappingState {
     std::vector<std::string> overridden;   // still overridden after installing again
     std::vector<std::string> skipped;      // no such key
     std::vector<std::string> unusable;
+    // A key gives one code: a later row that maps the same key takes it (the row's number, from 1).
+    std::optional<std::size_t> replacedBy;
 
     // The key gives the new key on a keyboard, and another code on none.
     bool tookEffect() const;
@@ -70,6 +72,7 @@ class MappingStatus {
     static constexpr const char* permanentText = "Permanent";
     static constexpr const char* skippedText = "No keyboard has this key";
     static constexpr const char* notInstalledText = "Not installed";
+    static constexpr const char* replacedText = "Replaced by row %1";
 
     // Why no installation can work, and what to do. %1: a device, %2: the system's words for why
     // it could not be opened, or %1: a product id.
@@ -101,6 +104,8 @@ class MappingStatus {
     static void cleared();
     // What the last check found for this record; nothing before the first check.
     static std::optional<MappingState> stateOf(const KeyMapping& mapping);
+    // The same for row `row` of `keyMappings`, which a later row may replace.
+    static std::optional<MappingState> stateOfRow(std::size_t row);
     // The status column's words for it.
     static std::string describe(const std::optional<MappingState>& state);
     // Why no installation can work now, as the last reading tells, with what to do: no access to

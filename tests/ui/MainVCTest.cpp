@@ -407,6 +407,11 @@ TEST_F(MainVCTest, StatusColumnSaysWhatBecameOfEachMappingAfterEveryInstallation
     EXPECT_EQ(ran, (Calls{FakeHidutil::clearingCall(), ran.at(1), statusCall}));
     EXPECT_EQ(footer->text(), InstallationSummary::keptText);
     EXPECT_FALSE(outlet<QPushButton>("installNowBtn")->isVisible());
+    // A later row of the same key takes it from the earlier one, unless it wants the same.
+    keyMappings[1] = keyMappings[0];
+    EXPECT_EQ(column(2), std::vector<std::string>(2, "Installed on 1 of 2 keyboards"));
+    keyMappings[1]["remappedId"] = "2a";  // a mapping the reading does not know
+    EXPECT_EQ(column(2), (std::vector<std::string>{"Replaced by row 2", "Not installed"}));
 }
 
 // Where the read-back finds why no installation can work, a line above the table says it, and the

@@ -221,7 +221,7 @@ QVariant MainVC::data(const QModelIndex& index, int role) const {
         return {};
     const KeyMapping& record = keyMappings[static_cast<std::size_t>(index.row())];
     if (index.column() == statusColumn) {
-        const auto state = MappingStatus::stateOf(record);
+        const auto state = MappingStatus::stateOfRow(static_cast<std::size_t>(index.row()));
         return role == Qt::ToolTipRole ? statusToolTip(state) : statusText(state);
     }
     auto value = record.find(columns[index.column()]);

@@ -20,6 +20,10 @@ QString statusToolTip(const std::optional<MappingState>& state) {
     if (!state)
         return {};
     QStringList lines;
+    if (state->replacedBy)
+        lines << tr("Row %1 maps the same key: a key gives one code, and the last mapping of it "
+                    "wins")
+                     .arg(*state->replacedBy);
     const std::pair<const std::vector<std::string>*, const char*> groups[] = {
         {&state->installed, "%1: installed"},
         {&state->permanent, "%1: permanent (udev's hwdb)"},
