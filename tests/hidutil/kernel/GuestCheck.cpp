@@ -57,10 +57,11 @@ std::string userName(uid_t uid) {
 
 }  // namespace
 
-void check(bool ok, const std::string& what) {
+bool check(bool ok, const std::string& what) {
     std::printf("%s%s\n", ok ? "KEYVANE-CHECK PASS " : "KEYVANE-CHECK FAIL ", what.c_str());
     std::fflush(stdout);
     failures += !ok;
+    return ok;
 }
 
 int done(const char* doneMarker) {

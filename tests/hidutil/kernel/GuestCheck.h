@@ -13,7 +13,8 @@
 
 namespace guest {
 
-void check(bool ok, const std::string& what);
+// Prints the verdict on what; ok.
+bool check(bool ok, const std::string& what);
 // "<doneMarker>ok" or "<doneMarker>failed"; the exit status to end with.
 int done(const char* doneMarker);
 

@@ -178,12 +178,12 @@ int main(int argc, char** argv) {
     if (argc > 1)
         hidutil = argv[1];
     UhidKeyboard a, b;
-    check(a.create(productA, BUS_USB, "Keyvane Test Keyboard A"), "uhid keyboard A created");
-    check(b.create(productB, BUS_BLUETOOTH, "Keyvane Test Keyboard B"), "uhid keyboard B created");
-    const std::string nodeA = a.node, nodeAt = eventNodeNamed("AT Translated Set 2 keyboard");
-    check(!nodeAt.empty(), "event device of the AT keyboard: " + nodeAt);
-    if (a.event < 0 || b.event < 0 || nodeAt.empty())
+    const std::string nodeAt = eventNodeNamed("AT Translated Set 2 keyboard");
+    if (!check(a.create(productA, BUS_USB, "Keyvane Test Keyboard A") &&
+                   b.create(productB, BUS_BLUETOOTH, "Keyvane Test Keyboard B") && !nodeAt.empty(),
+               "uhid keyboards A and B created; event device of the AT keyboard: " + nodeAt))
         return guest::done(doneMarker);
+    const std::string nodeA = a.node;
     const auto atDefault = keymapOf(nodeAt), hidDefault = keymapOf(nodeA);
     const std::vector<const UhidKeyboard*> both = {&a, &b};
 

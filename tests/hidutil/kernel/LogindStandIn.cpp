@@ -94,43 +94,33 @@ int setActive(Logins& logins, const std::string& session) {
                                           nullptr);
 }
 
-// Login(u uid): the user gets a session, not active.
-int login(sd_bus_message* call, void* data, sd_bus_error*) {
-    std::uint32_t uid = 0;
-    if (int result = sd_bus_message_read(call, "u", &uid); result < 0)
-        return result;
-    of(data).users[uid] = "c" + std::to_string(uid);
-    return sd_bus_reply_method_return(call, "");
+std::string sessionOf(std::uint32_t uid) {
+    return "c" + std::to_string(uid);
 }
 
-// Logout(u uid): the user's last session ends; the seat has no active session when it was theirs.
-int logout(sd_bus_message* call, void* data, sd_bus_error*) {
+// Login(u uid): the user gets a session, not active. Activate(u uid): the user's session becomes
+// the seat's active one. Logout(u uid): the user's last session ends; the seat has no active
+// session when it was theirs.
+int testMethod(sd_bus_message* call, void* data, sd_bus_error*) {
     Logins& logins = of(data);
     std::uint32_t uid = 0;
     if (int result = sd_bus_message_read(call, "u", &uid); result < 0)
         return result;
-    const auto found = logins.users.find(uid);
-    if (found == logins.users.end())
+    const std::string method = sd_bus_message_get_member(call);
+    if (method == "Login")
+        logins.users[uid] = sessionOf(uid);
+    else if (!logins.users.contains(uid))
         return sd_bus_reply_method_errorf(call, SD_BUS_ERROR_INVALID_ARGS, "not logged in");
-    const bool wasActive = found->second == logins.active;
-    logins.users.erase(found);
-    int result = sd_bus_emit_signal(logins.bus, managerPath, managerInterface, "UserRemoved", "uo",
+    int result = 0;
+    if (method == "Activate")
+        result = setActive(logins, sessionOf(uid));
+    if (method == "Logout") {
+        logins.users.erase(uid);
+        result = sd_bus_emit_signal(logins.bus, managerPath, managerInterface, "UserRemoved", "uo",
                                     uid, userPath(uid).c_str());
-    if (result >= 0 && wasActive)
-        result = setActive(logins, "");
-    return result < 0 ? result : sd_bus_reply_method_return(call, "");
-}
-
-// Activate(u uid): the user's session becomes the seat's active one.
-int activate(sd_bus_message* call, void* data, sd_bus_error*) {
-    Logins& logins = of(data);
-    std::uint32_t uid = 0;
-    if (int result = sd_bus_message_read(call, "u", &uid); result < 0)
-        return result;
-    const auto found = logins.users.find(uid);
-    if (found == logins.users.end())
-        return sd_bus_reply_method_errorf(call, SD_BUS_ERROR_INVALID_ARGS, "not logged in");
-    const int result = setActive(logins, found->second);
+        if (result >= 0 && logins.active == sessionOf(uid))
+            result = setActive(logins, "");
+    }
     return result < 0 ? result : sd_bus_reply_method_return(call, "");
 }
 
@@ -153,9 +143,9 @@ const sd_bus_vtable sessionProperties[] = {
 };
 const sd_bus_vtable testMethods[] = {
     SD_BUS_VTABLE_START(0),
-    SD_BUS_METHOD("Login", "u", "", &login, 0),
-    SD_BUS_METHOD("Logout", "u", "", &logout, 0),
-    SD_BUS_METHOD("Activate", "u", "", &activate, 0),
+    SD_BUS_METHOD("Login", "u", "", &testMethod, 0),
+    SD_BUS_METHOD("Logout", "u", "", &testMethod, 0),
+    SD_BUS_METHOD("Activate", "u", "", &testMethod, 0),
     SD_BUS_VTABLE_END,
 };
 

@@ -253,14 +253,13 @@ int main(int argc, char** argv) {
             ::chown(user->pw_dir, uid, user->pw_gid);
         }
     UhidKeyboard a, b;
-    check(a.create(productA, BUS_USB, "Keyvane Service Test Keyboard A") &&
-              b.create(productB, BUS_BLUETOOTH, "Keyvane Service Test Keyboard B"),
-          "uhid keyboards A and B created");
+    const bool made = a.create(productA, BUS_USB, "Keyvane Service Test Keyboard A") &&
+                      b.create(productB, BUS_BLUETOOTH, "Keyvane Service Test Keyboard B");
     const Keyboards keyboards{{a.node, b.node, eventNodeNamed("AT Translated Set 2 keyboard")}};
     Bus bus;
-    const bool logind = waitFor([&] { return bus.pidOf("org.freedesktop.login1") > 0; }, 30s);
-    check(logind, "the logind stand-in is on the system bus");
-    if (a.event < 0 || b.event < 0 || keyboards.nodes[2].empty() || !logind)
+    if (!check(made && !keyboards.nodes[2].empty() &&
+                   waitFor([&] { return bus.pidOf("org.freedesktop.login1") > 0; }, 30s),
+               "uhid keyboards A and B created, the logind stand-in on the system bus"))
         return guest::done(doneMarker);
     checkAccess(keyboards);
     const std::vector<Keymap> before = keyboards.now();
@@ -306,10 +305,9 @@ int main(int argc, char** argv) {
 
     // Stopped, as when the package is removed, the service leaves no change behind.
     const pid_t running = bus.pidOf(serviceName);
-    const bool stopped = swapped && running > 0 && ::kill(running, SIGTERM) == 0 && waitFor([&] {
-                             return bus.pidOf(serviceName) == 0 && keymapOf(a.node) == aBefore;
-                         });
-    check(stopped, "the service stopped by SIGTERM: every user's keys restored");
+    const auto gone = [&] { return bus.pidOf(serviceName) == 0 && keymapOf(a.node) == aBefore; };
+    check(swapped && running > 0 && ::kill(running, SIGTERM) == 0 && waitFor(gone),
+          "the service stopped by SIGTERM: every user's keys restored");
 
     return guest::done(doneMarker);
 }

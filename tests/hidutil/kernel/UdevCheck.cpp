@@ -70,9 +70,8 @@ int main(int argc, char** argv) {
     // udev reports the keyboard once its rules ran: it is a keyboard, and hwdb's keymap is in
     // place.
     UhidKeyboard keyboard;
-    check(keyboard.create(hwdbProduct, BUS_USB, "Keyvane Udev Test Keyboard"),
-          "uhid keyboard of product 0x4444 created");
-    if (keyboard.event < 0)
+    if (!check(keyboard.create(hwdbProduct, BUS_USB, "Keyvane Udev Test Keyboard"),
+               "uhid keyboard of product 0x4444 created"))
         return guest::done(doneMarker);
     const std::string node = keyboard.node;
     const bool added = reported(Action::Add, node);
