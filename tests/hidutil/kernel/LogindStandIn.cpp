@@ -149,37 +149,30 @@ const sd_bus_vtable testMethods[] = {
     SD_BUS_VTABLE_END,
 };
 
-int fail(const char* what, int result) {
-    std::fprintf(stderr, "logind-stand-in: %s: %s\n", what, std::strerror(-result));
-    return EXIT_FAILURE;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
     Logins logins;
     for (int i = 1; i < argc; ++i)
-        logins.users[static_cast<uid_t>(std::stoul(argv[i]))] = std::string("c") + argv[i];
+        logins.users[static_cast<uid_t>(std::stoul(argv[i]))] = sessionOf(std::stoul(argv[i]));
     if (argc > 1)
-        logins.active = std::string("c") + argv[1];
+        logins.active = sessionOf(std::stoul(argv[1]));
     sd_event* event = nullptr;
-    int result = sd_event_default(&event);
-    if (result < 0)
-        return fail("cannot make an event loop", result);
-    if ((result = sd_bus_open_system(&logins.bus)) < 0 ||
-        (result = sd_bus_attach_event(logins.bus, event, SD_EVENT_PRIORITY_NORMAL)) < 0)
-        return fail("cannot reach the system bus", result);
-    if ((result = sd_bus_add_object_vtable(logins.bus, nullptr, managerPath, managerInterface,
+    int result = 0;
+    if ((result = sd_event_default(&event)) < 0 || (result = sd_bus_open_system(&logins.bus)) < 0 ||
+        (result = sd_bus_attach_event(logins.bus, event, SD_EVENT_PRIORITY_NORMAL)) < 0 ||
+        (result = sd_bus_add_object_vtable(logins.bus, nullptr, managerPath, managerInterface,
                                            managerMethods, &logins)) < 0 ||
         (result = sd_bus_add_object_vtable(logins.bus, nullptr, managerPath, testInterface,
                                            testMethods, &logins)) < 0 ||
         (result = sd_bus_add_object_vtable(logins.bus, nullptr, seatPath, seatInterface,
                                            seatProperties, &logins)) < 0 ||
         (result = sd_bus_add_fallback_vtable(logins.bus, nullptr, sessionPrefix, sessionInterface,
-                                             sessionProperties, &findSession, &logins)) < 0)
-        return fail("cannot put its objects on the bus", result);
-    if ((result = sd_bus_request_name(logins.bus, name, 0)) < 0)
-        return fail("cannot own org.freedesktop.login1", result);
-    result = sd_event_loop(event);
-    return result < 0 ? fail("its event loop failed", result) : EXIT_SUCCESS;
+                                             sessionProperties, &findSession, &logins)) < 0 ||
+        (result = sd_bus_request_name(logins.bus, name, 0)) < 0 ||
+        (result = sd_event_loop(event)) < 0) {
+        std::fprintf(stderr, "logind-stand-in: %s\n", std::strerror(-result));
+        return EXIT_FAILURE;
+    }
+    return EXIT_SUCCESS;
 }
