@@ -162,27 +162,25 @@ void UhidKeyboard::tap(unsigned usage) const {
 }
 
 std::vector<int> UhidKeyboard::pressesOf(unsigned usage) const {
-    constexpr unsigned sentinelUsage = 0x45;  // F12, never remapped here
     input_event ev{};
     while (::read(event, &ev, sizeof ev) > 0) {
     }
     tap(usage);
-    tap(sentinelUsage);
+    tap(0x45);  // F12, never remapped here, ends what tapping usage gave
     std::vector<int> presses;
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-    while (std::chrono::steady_clock::now() < deadline) {
-        pollfd p{event, POLLIN, 200};
-        if (::poll(&p, 1, 200) <= 0)
-            continue;
-        while (::read(event, &ev, sizeof ev) == static_cast<ssize_t>(sizeof ev)) {
-            if (ev.type != EV_KEY || ev.value != 1)
-                continue;
-            if (ev.code == KEY_F12)
-                return presses;
-            presses.push_back(ev.code);
-        }
-    }
-    presses.push_back(-1);  // the sentinel never came
+    const bool ended = guest::waitFor(
+        [&] {
+            while (::read(event, &ev, sizeof ev) == static_cast<ssize_t>(sizeof ev)) {
+                if (ev.type == EV_KEY && ev.value == 1 && ev.code == KEY_F12)
+                    return true;
+                if (ev.type == EV_KEY && ev.value == 1)
+                    presses.push_back(ev.code);
+            }
+            return false;
+        },
+        std::chrono::seconds(5));
+    if (!ended)
+        presses.push_back(-1);
     return presses;
 }
 
