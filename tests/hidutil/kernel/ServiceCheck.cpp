@@ -1,8 +1,9 @@
 // Runs inside the virtual machine as root, where Debian's dbus-daemon serves the system bus and
-// starts polkitd and the keymap service on demand, and a stand-in for logind answers for the
-// seat: runs hidutil as users who are not in the group input, as the application would, and reads
-// every result back from the kernel. Each check prints a marker line on the console.
-//   service-check HIDUTIL KEYMAPD
+// starts polkitd and the keymap service on demand, and a stand-in for logind that this check
+// starts answers for the seat: runs hidutil as users who are not in the group input, as the
+// application would, and reads every result back from the kernel. Each check prints a marker line
+// on the console.
+//   service-check HIDUTIL KEYMAPD LOGIND_STAND_IN
 #include <grp.h>
 #include <linux/input.h>
 #include <pwd.h>
@@ -44,6 +45,7 @@ const std::string rootState = "/run/service-check/root-state";
 
 std::string hidutil = "/bin/hidutil";
 std::string keymapd = "/usr/libexec/keyvane-keymapd";
+std::string logindStandIn = "/bin/logind-stand-in";
 
 Result runAs(uid_t uid, std::vector<std::string> args, std::vector<std::string> environment = {}) {
     args.insert(args.begin(), hidutil);
@@ -75,19 +77,6 @@ struct Bus {
             sd_bus_creds_get_pid(creds, &pid);
         sd_bus_creds_unref(creds);
         return pid;
-    }
-
-    // A method of the logind stand-in's test interface: Login, Logout or Activate a user.
-    bool logind(const char* method, uid_t uid) const {
-        sd_bus_error error = SD_BUS_ERROR_NULL;
-        const int result =
-            sd_bus_call_method(bus, "org.freedesktop.login1", "/org/freedesktop/login1",
-                               "app.keyvane.test.Login1", method, &error, nullptr, "u", uid);
-        if (result < 0)
-            std::printf("logind stand-in: %s %u: %s\n", method, uid,
-                        error.message ? error.message : std::strerror(-result));
-        sd_bus_error_free(&error);
-        return result >= 0;
     }
 
     sd_bus* bus = nullptr;
@@ -221,9 +210,10 @@ void checkRefused(const Keyboards& keyboards, const std::vector<Keymap>& before)
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc > 2) {
+    if (argc > 3) {
         hidutil = argv[1];
         keymapd = argv[2];
+        logindStandIn = argv[3];
     }
     for (const uid_t uid : {allowed, refused, other})
         if (const passwd* user = ::getpwuid(uid)) {
@@ -235,8 +225,14 @@ int main(int argc, char** argv) {
                       b.create(productB, BUS_BLUETOOTH, "Keyvane Service Test Keyboard B");
     const Keyboards keyboards{{a.node, b.node, eventNodeNamed("AT Translated Set 2 keyboard")}};
     Bus bus;
-    if (!check(made && !keyboards.nodes[2].empty() &&
-                   waitFor([&] { return bus.pidOf("org.freedesktop.login1") > 0; }, 30s),
+    guest::Child logindChild(
+        {logindStandIn, std::to_string(allowed), std::to_string(refused), std::to_string(other)});
+    // Logs a user in or out, or gives them the seat, as logind would.
+    const auto logind = [&](const std::string& command, uid_t uid) {
+        logindChild.answer(command + " " + std::to_string(uid) + "\n");
+        return logindChild.line() == "ok";
+    };
+    if (!check(made && !keyboards.nodes[2].empty() && logindChild.line() == "ready",
                "uhid keyboards A and B created, the logind stand-in on the system bus"))
         return guest::done(doneMarker);
     checkAccess(keyboards);
@@ -261,17 +257,17 @@ int main(int argc, char** argv) {
         return installed(runAs(
             uid, {"property", "--set", list, "--matching", R"({"ProductID": )" + product + "}"}));
     };
-    check(bus.logind("Activate", other) && installs(allowed, listA, "0x6661") &&
+    check(logind("activate", other) && installs(allowed, listA, "0x6661") &&
               installs(other, listB, "0x6662") && become(aChanged, bChanged) &&
-              bus.logind("Logout", allowed) && become(aBefore, bChanged),
+              logind("logout", allowed) && become(aBefore, bChanged),
           "ann's last session ends: ann's keys restored, cid's kept");
 
     // ann logs in again and takes the seat (cid's list goes), installs again; cid takes the seat
     // (ann's list goes, cid's comes back); ann takes it back.
-    const bool swapped = bus.logind("Login", allowed) && bus.logind("Activate", allowed) &&
+    const bool swapped = logind("login", allowed) && logind("activate", allowed) &&
                          become(aBefore, bBefore) && installs(allowed, listA, "0x6661") &&
-                         bus.logind("Activate", other) && become(aBefore, bChanged) &&
-                         bus.logind("Activate", allowed) && become(aChanged, bBefore);
+                         logind("activate", other) && become(aBefore, bChanged) &&
+                         logind("activate", allowed) && become(aChanged, bBefore);
     check(swapped,
           "the seat goes from cid to ann: cid's keys restored, ann's list installed again");
 
