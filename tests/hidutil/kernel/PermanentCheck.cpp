@@ -170,14 +170,11 @@ int main(int argc, char** argv) {
     hidutil = argv[2];
     pkexec = argv[3];
     UhidKeyboard a, b;
-    Keyboards keyboards;
     check(a.create(productA, BUS_USB, "Keyvane permanent A") &&
               b.create(productB, BUS_BLUETOOTH, "Keyvane permanent B"),
           "two uhid keyboards");
-    keyboards.a = a.node;
-    keyboards.b = b.node;
-    keyboards.at = eventNodeNamed(atName);
-    std::system("udevadm settle");
+    const Keyboards keyboards{a.node, b.node, eventNodeNamed(atName)};
+    guest::run({"/bin/udevadm", "settle"});
     // The kernel check leaves the AT keyboard's Caps Lock remapped, as hwdb would have it.
     setKeycode(keyboards.at, atCapsLock, KEY_CAPSLOCK);
     check(keyboards.capsLock() == Codes{KEY_CAPSLOCK, KEY_CAPSLOCK, KEY_CAPSLOCK},
