@@ -8,6 +8,7 @@
 #include <climits>
 #include <filesystem>
 #include <fstream>
+#include <numeric>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -90,12 +91,10 @@ TEST(InotifyInputMonitor, ReportsEventNodesAndTellsKeyboardsBySysfs) {
     QObject::connect(
         &monitor, &InputDeviceMonitor::deviceEvent,
         [&](const InputDeviceEvent& event) { seen.emplace_back(event.action, event.keyboard); });
-    std::vector<int> keyboardKeys, withoutQ;
-    for (int key = KEY_ESC; key <= KEY_MICMUTE; ++key) {
-        keyboardKeys.push_back(key);
-        if (key != KEY_Q)
-            withoutQ.push_back(key);
-    }
+    std::vector<int> keyboardKeys(KEY_MICMUTE - KEY_ESC + 1);
+    std::iota(keyboardKeys.begin(), keyboardKeys.end(), KEY_ESC);
+    std::vector<int> withoutQ = keyboardKeys;
+    std::erase(withoutQ, KEY_Q);
     const std::pair<const char*, std::string> nodes[] = {
         {"event1", keyBitmap({BTN_LEFT, BTN_RIGHT, BTN_MIDDLE})},
         {"event2", keyBitmap(withoutQ)},
