@@ -31,6 +31,10 @@ struct Result {
     std::string out, err;
     bool operator==(const Result&) const = default;
     bool says(const std::string& text) const;  // on either output
+    // hidutil's answer to a list it installed: exit status 0 and the list echoed.
+    bool installed() const {
+        return status == 0 && out.find("UserKeyMapping") != std::string::npos;
+    }
 };
 
 // A program started as a user starts it: any user but root with their own groups and nothing of

@@ -58,10 +58,6 @@ void remap(const std::string& node, unsigned scancode, unsigned keycode) {
     check(setKeycode(node, scancode, keycode), "remap beforehand on " + node);
 }
 
-bool installed(const Result& result) {
-    return result.status == 0 && result.out.find("UserKeyMapping") != std::string::npos;
-}
-
 const std::string swap = mapping({{"04", "05"}, {"05", "04"}, {"e3", "e7"}}), clear = mapping({});
 
 long keymapRecords() {
@@ -76,7 +72,7 @@ long keymapRecords() {
 // leaves as it is.
 void checkKeysChangedByOthers(const UhidKeyboard& a, const UhidKeyboard& b) {
     const auto aBefore = keymapOf(a.node), bBefore = keymapOf(b.node);
-    check(installed(set(swap)), "swap installed");
+    check(set(swap).installed(), "swap installed");
     remap(b.node, 0x70016, KEY_X);
     remap(a.node, 0x70004, KEY_Z);
     const Result status = run({"status"});
@@ -102,13 +98,13 @@ void checkFullDisk(const UhidKeyboard& a) {
     const bool mounted = ::mount("small", small, "tmpfs", 0, "size=64k") == 0;
     ::setenv("XDG_STATE_HOME", small, 1);
     const auto before = keymapOf(a.node);
-    check(mounted && installed(set(swap)), "swap installed on a small disk");
+    check(mounted && set(swap).installed(), "swap installed on a small disk");
     guest::writeFile(std::string(small) + "/filler", std::string(1 << 20, 'x'));
     const auto swapped = keymapOf(a.node);
     const Result subset = set(mapping({{"04", "05"}}));
     const auto after = keymapOf(a.node);
     const bool changedAndSucceeded =
-        installed(subset) && after.at(0x70004) == KEY_B && after.at(0x70005) == KEY_B;
+        subset.installed() && after.at(0x70004) == KEY_B && after.at(0x70005) == KEY_B;
     const bool neitherChangedNorSucceeded = subset.status == 1 && after == swapped;
     check(changedAndSucceeded != neitherChangedNorSucceeded,
           "full disk: an install the record covers changes nothing and fails, or succeeds");
@@ -158,7 +154,7 @@ int main(int argc, char** argv) {
           "list -m keyboard: product ids and transports of A, B and the AT keyboard");
 
     // The application's two-record example and "Disable key", on all keyboards.
-    check(installed(set(mapping({{"39", "29"}, {"e3", "e7"}, {"04", "00"}}))),
+    check(set(mapping({{"39", "29"}, {"e3", "e7"}, {"04", "00"}})).installed(),
           "two-record example and a disabled key installed");
     for (const UhidKeyboard* keyboard : both)
         check(keyboard->pressesOf(0x39) == std::vector<int>{KEY_ESC} &&
@@ -185,14 +181,14 @@ int main(int argc, char** argv) {
     };
     set(clear);
     check(restored(), "a remap made beforehand survives clearing");
-    check(installed(set(mapping({{"39", "29"}, {"04", "05"}}))),
+    check(set(mapping({{"39", "29"}, {"04", "05"}})).installed(),
           "an install over the remapped key");
     check(a.pressesOf(0x39) == std::vector<int>{KEY_ESC}, "keyboard A: Caps Lock gives Escape");
     set(clear);
     check(restored(), "clearing puts the remap made beforehand back, not the default");
 
     // A logout empties XDG_RUNTIME_DIR; the next launch clears and installs, the user clears.
-    check(installed(set(swap)) && a.pressesOf(0x04) == std::vector<int>{KEY_B},
+    check(set(swap).installed() && a.pressesOf(0x04) == std::vector<int>{KEY_B},
           "keyboard A: a gives b");
     for (const auto& file : std::filesystem::directory_iterator("/run/user/0"))
         std::filesystem::remove_all(file.path());
@@ -203,11 +199,11 @@ int main(int argc, char** argv) {
     // A node whose device is gone, and a blank entry beside a valid one: notes, not failures.
     ::mknod("/dev/input/event99", S_IFCHR | 0600, makedev(13, 95));
     const Result stale = set(mapping({{"39", "29"}}));
-    check(installed(stale) && stale.says("/dev/input/event99: its device is gone"),
+    check(stale.installed() && stale.says("/dev/input/event99: its device is gone"),
           "a stale node does not fail the install");
     ::unlink("/dev/input/event99");
     const Result blank = set(mapping({{"", "29"}, {"39", "29"}}));
-    check(installed(blank) && blank.says("skipping the mapping 0x7000000 -> 0x700000029"),
+    check(blank.installed() && blank.says("skipping the mapping 0x7000000 -> 0x700000029"),
           "a blank entry is skipped and the valid one installed");
     check(b.pressesOf(0x39) == std::vector<int>{KEY_ESC}, "keyboard B: Caps Lock gives Escape");
 
@@ -215,7 +211,7 @@ int main(int argc, char** argv) {
     UhidKeyboard c;
     check(c.create(0x3333, BUS_USB, "Keyvane Test Keyboard C", 0x65), "uhid keyboard C created");
     const Result partly = set(mapping({{"39", "29"}, {"68", "29"}}));
-    check(installed(partly) && partly.says("(Keyvane Test Keyboard C) has no key for usage 0x68"),
+    check(partly.installed() && partly.says("(Keyvane Test Keyboard C) has no key for usage 0x68"),
           "F13 is skipped on the keyboard without it");
     check(c.pressesOf(0x39) == std::vector<int>{KEY_ESC}, "keyboard C: Caps Lock gives Escape");
     check(a.pressesOf(0x68) == std::vector<int>{KEY_ESC}, "keyboard A: F13 gives Escape");
@@ -238,7 +234,7 @@ int main(int argc, char** argv) {
     const Result overridden = run({"status"});
     check(overridden.status == 3 && overridden.says(onA + "overridden\n"),
           "status: an entry changed by ioctl after the install is overridden");
-    check(installed(set(mapping({{"39", "29"}, {"68", "29"}}))) && run({"status"}).says(bothOnA),
+    check(set(mapping({{"39", "29"}, {"68", "29"}})).installed() && run({"status"}).says(bothOnA),
           "status: installed again after a new install");
     ::close(c.event);
     ::close(c.fd);  // unplugged: its record is of no use any more

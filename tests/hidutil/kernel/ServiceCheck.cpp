@@ -60,10 +60,6 @@ Result inProcess(std::vector<std::string> args) {
 
 const std::string clearList = mapping({});
 
-bool installed(const Result& result) {
-    return result.status == 0 && result.out.find("UserKeyMapping") != std::string::npos;
-}
-
 // The system bus, as root sees it.
 struct Bus {
     Bus() { sd_bus_open_system(&bus); }
@@ -189,7 +185,7 @@ void checkLikeInProcess(const UhidKeyboard& a, const Keyboards& keyboards,
                std::string(ann ? ann->pw_dir : "") + "/" + contract::homeStateFolder);
     const Way here = follow(inProcess, rootState);
     check(service == here && service.escape && !service.statusFile.empty() &&
-              installed(service.results[0]) && service.keymaps[0] != before &&
+              service.results[0].installed() && service.keymaps[0] != before &&
               service.keymaps[2] == before,
           "ann through the service: install, status and clear answer, change keymaps and leave "
           "the status file as in-process; A types Escape for Caps Lock");
@@ -254,8 +250,9 @@ int main(int argc, char** argv) {
         return waitFor([&] { return keymapOf(a.node) == aNow && keymapOf(b.node) == bNow; });
     };
     const auto installs = [](uid_t uid, const std::string& list, const std::string& product) {
-        return installed(runAs(
-            uid, {"property", "--set", list, "--matching", R"({"ProductID": )" + product + "}"}));
+        return runAs(uid,
+                     {"property", "--set", list, "--matching", R"({"ProductID": )" + product + "}"})
+            .installed();
     };
     check(logind("activate", other) && installs(allowed, listA, "0x6661") &&
               installs(other, listB, "0x6662") && become(aChanged, bChanged) &&
