@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
+#include <linux/input-event-codes.h>
 
 #include <algorithm>
 #include <string>
 
 #include "engine/KeyTable.h"
+#include "engine/LinuxKeyCodes.h"
+#include "keys/HidKeyCodes.h"
 
 namespace keyvane {
 namespace {
@@ -28,6 +31,27 @@ TEST(KeyTable, PickerListsEveryKeyAscendingByUsageAndLookupTakesExactIds) {
     EXPECT_EQ(KeyTable::lookup("57")->name, "Caps Lock");
     for (const char* missing : {"63", "010", "", " 0", "901", "65536"})
         EXPECT_EQ(KeyTable::lookup(missing), nullptr) << missing;
+}
+
+TEST(LinuxKeyCodes, EveryKeyboardKeyOfTheTableComesBackFromItsKernelKeyCode) {
+    int keyboardKeys = 0;
+    for (const KeyTable::SortedEntry& entry : KeyTable::sortedEntries()) {
+        const unsigned long keyId = std::stoul(entry.keyId);
+        if (keyId >= 799)
+            continue;  // pseudo keys and separators have no key to press
+        ++keyboardKeys;
+        const int linuxKeyCode = linuxKeyCodeForUsage(std::stoul(entry.usage, nullptr, 16));
+        ASSERT_NE(linuxKeyCode, 0) << entry.name;
+        EXPECT_EQ(virtualKeyCodeForLinuxKeyCode(linuxKeyCode), keyId) << entry.name;
+    }
+    EXPECT_EQ(keyboardKeys, 104);
+}
+
+TEST(LinuxKeyCodes, ModifiersAndKeysWithoutAnEntry) {
+    for (int none : {0, KEY_F13, KEY_FN, KEY_MUTE, 10000, -8})
+        EXPECT_EQ(virtualKeyCodeForLinuxKeyCode(none), std::nullopt) << none;
+    for (int key : {KEY_LEFTSHIFT, KEY_RIGHTMETA, KEY_CAPSLOCK, KEY_A, KEY_ESC})
+        EXPECT_EQ(isModifierLinuxKeyCode(key), key != KEY_A && key != KEY_ESC) << key;
 }
 
 }  // namespace

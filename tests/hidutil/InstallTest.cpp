@@ -222,8 +222,6 @@ TEST_F(Install, ClearingRestoresExactlyWhatWasFoundWhateverHappenedBetween) {
 
 // Each row installs Caps Lock -> Escape on a keyboard that takes it, beside something that is
 // only worth a note (success: the echo, the key installed) or that fails the install (no echo).
-// Each row installs Caps Lock -> Escape on a keyboard that takes it, beside something that is
-// only worth a note (success: the echo, the key installed) or that fails the install (no echo).
 // What hidutil says, and the status it reads back afterwards, are kept in left-out.txt.
 TEST_F(Install, WhatIsLeftOutIsANoteAndWhatIsNotTakenAFailure) {
     struct Row {

@@ -3,7 +3,6 @@
 // exactly as hidutil does in-process, and only when polkit allows the caller.
 #include <gtest/gtest.h>
 #include <linux/input-event-codes.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <systemd/sd-bus.h>
 #include <unistd.h>
@@ -22,8 +21,6 @@
 #include "tests/support/PrivateSystemBus.h"
 #include "tests/support/ReadFile.h"
 
-extern char** environ;
-
 namespace keyvane::keymapd {
 namespace {
 
@@ -37,47 +34,32 @@ struct Result {
     bool operator==(const Result&) const = default;
 };
 
+// A folder of the test's own, made first and removed last.
+struct Folder {
+    Folder() { fs::create_directories(path); }
+    ~Folder() { fs::remove_all(path); }
+    const fs::path path =
+        fs::temp_directory_path() / ("keymapd-test-" + std::to_string(::getpid()));
+};
+
+testing::MemoryDeviceSource sourceOf(std::shared_ptr<testing::MemoryKeyboard> keyboard) {
+    testing::MemoryDeviceSource devices;
+    devices.keyboards = {std::move(keyboard)};
+    devices.bootId = hidutil::currentBootId();
+    return devices;
+}
+
 class KeymapServiceTest : public ::testing::Test {
   protected:
-    void SetUp() override {
-        folder_ = fs::temp_directory_path() / ("keymapd-test-" + std::to_string(::getpid()));
-        fs::create_directories(folder_);
-        keyboard = testing::hidKeyboard(0x27e, 5);
-        devices.keyboards = {keyboard};
-        devices.bootId = hidutil::currentBootId();
-        bus_.emplace(folder_);
-        polkitThread_.emplace(bus_->address(), [this](sd_bus* bus) { polkit.serve(bus); });
-        serviceThread_.emplace(bus_->address(), [this](sd_bus* bus) {
-            service_.emplace(bus, folder_ / "run", devices);
-            service_->attach();
-            sd_bus_request_name(bus, keymapbus::name, 0);
-        });
-    }
-    void TearDown() override {
-        serviceThread_.reset();
-        service_.reset();
-        polkitThread_.reset();
-        bus_.reset();
-        fs::remove_all(folder_);
-    }
-
     // The real hidutil, as the application runs it, on the test's system bus.
     Result hidutil(const std::vector<std::string>& args) {
-        const fs::path out = folder_ / "out", err = folder_ / "err";
-        std::vector<std::string> command = {
-            "/bin/sh", "-c", "exec \"$0\" \"$@\" >" + out.string() + " 2>" + err.string(),
-            HIDUTIL_PATH};
-        command.insert(command.end(), args.begin(), args.end());
-        std::vector<char*> argv;
-        for (auto& arg : command)
-            argv.push_back(arg.data());
-        argv.push_back(nullptr);
-        ::setenv("DBUS_SYSTEM_BUS_ADDRESS", bus_->address().c_str(), 1);
-        pid_t child = -1;
-        int status = -1;
-        if (posix_spawn(&child, "/bin/sh", nullptr, nullptr, argv.data(), environ) == 0)
-            ::waitpid(child, &status, 0);
-        const std::lock_guard lock(serviceThread_->serving);
+        const fs::path out = folder.path / "out", err = folder.path / "err";
+        std::string command = "DBUS_SYSTEM_BUS_ADDRESS='" + bus.address() + "' " HIDUTIL_PATH;
+        for (const std::string& arg : args)
+            command += " '" + arg + "'";  // no argument holds a quote
+        const int status =
+            std::system((command + " >" + out.string() + " 2>" + err.string()).c_str());
+        const std::lock_guard lock(serviceThread.serving);
         return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, testing::readFile(out),
                 testing::readFile(err)};
     }
@@ -86,22 +68,23 @@ class KeymapServiceTest : public ::testing::Test {
     Result inProcess(const std::vector<std::string>& args, const testing::MemoryKeyboard& like) {
         testing::MemoryDeviceSource twin;
         twin.keyboards = {std::make_shared<testing::MemoryKeyboard>(like)};
-        const auto outcome = testing::runHidutil(args, twin, folder_ / "in-process");
+        const auto outcome = testing::runHidutil(args, twin, folder.path / "in-process");
         return {outcome.status, outcome.out, outcome.err};
     }
 
-    const std::string& busAddress() const { return bus_->address(); }
-    std::mutex& serving() { return serviceThread_->serving; }
-
+    Folder folder;
+    std::shared_ptr<testing::MemoryKeyboard> keyboard = testing::hidKeyboard(0x27e, 5);
+    testing::MemoryDeviceSource devices = sourceOf(keyboard);
     testing::FakePolkit polkit;
-    testing::MemoryDeviceSource devices;
-    std::shared_ptr<testing::MemoryKeyboard> keyboard;
-
-  private:
-    fs::path folder_;
-    std::optional<testing::PrivateSystemBus> bus_;
-    std::optional<testing::BusThread> polkitThread_, serviceThread_;
-    std::optional<KeymapService> service_;
+    testing::PrivateSystemBus bus{folder.path};
+    std::optional<KeymapService> service;  // made on, and gone after, the thread that serves it
+    testing::BusThread polkitThread{bus.address(),
+                                    [this](sd_bus* connection) { polkit.serve(connection); }};
+    testing::BusThread serviceThread{bus.address(), [this](sd_bus* connection) {
+                                         service.emplace(connection, folder.path / "run", devices);
+                                         service->attach();
+                                         sd_bus_request_name(connection, keymapbus::name, 0);
+                                     }};
 };
 
 TEST_F(KeymapServiceTest, ChangesOnlyWhatPolkitAllowsAndAnswersAsHidutilInProcess) {
@@ -152,7 +135,7 @@ TEST_F(KeymapServiceTest, ChangesOnlyWhatPolkitAllowsAndAnswersAsHidutilInProces
     polkit.allow = true;
     sd_bus* caller = nullptr;
     sd_bus_new(&caller);
-    sd_bus_set_address(caller, busAddress().c_str());
+    sd_bus_set_address(caller, bus.address().c_str());
     sd_bus_set_bus_client(caller, 1);
     sd_bus_start(caller);
     sd_bus_error error = SD_BUS_ERROR_NULL;
@@ -163,7 +146,7 @@ TEST_F(KeymapServiceTest, ChangesOnlyWhatPolkitAllowsAndAnswersAsHidutilInProces
     EXPECT_STREQ(error.name, SD_BUS_ERROR_INVALID_ARGS);
     sd_bus_error_free(&error);
     sd_bus_flush_close_unref(caller);
-    const std::lock_guard lock(serving());
+    const std::lock_guard lock(serviceThread.serving);
     EXPECT_EQ(polkit.asked.size(), 4u);
     EXPECT_EQ(keyboard->find(0x70039)->keycode, KEY_CAPSLOCK);
 }

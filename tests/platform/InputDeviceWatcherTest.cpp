@@ -8,6 +8,7 @@
 #include <climits>
 #include <filesystem>
 #include <fstream>
+#include <numeric>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -32,11 +33,7 @@ struct Watched {
 };
 
 TEST(InputDeviceWatcher, KeyboardsAddedOrChangedGiveOneSignalPerBurst) {
-    struct Report {
-        Action action;
-        int event;  // the node /dev/input/eventN
-        bool keyboard;
-    };
+    using Report = std::tuple<Action, int, bool>;  // the node /dev/input/eventN, whether a keyboard
     const struct {
         const char* what;
         std::vector<Report> reports;
@@ -52,9 +49,8 @@ TEST(InputDeviceWatcher, KeyboardsAddedOrChangedGiveOneSignalPerBurst) {
     };
     for (const auto& row : rows) {
         Watched watched;
-        for (const Report& report : row.reports)
-            watched.devices->report(
-                report.action, "/dev/input/event" + std::to_string(report.event), report.keyboard);
+        for (const auto& [action, event, keyboard] : row.reports)
+            watched.devices->report(action, "/dev/input/event" + std::to_string(event), keyboard);
         // Waits for the expected count, then long enough for any further signal to show.
         if (QTest::qWaitFor([&] { return watched.spy.count() >= row.expected; }, 20000))
             QTest::qWait(1500);
@@ -95,12 +91,10 @@ TEST(InotifyInputMonitor, ReportsEventNodesAndTellsKeyboardsBySysfs) {
     QObject::connect(
         &monitor, &InputDeviceMonitor::deviceEvent,
         [&](const InputDeviceEvent& event) { seen.emplace_back(event.action, event.keyboard); });
-    std::vector<int> keyboardKeys, withoutQ;
-    for (int key = KEY_ESC; key <= KEY_MICMUTE; ++key) {
-        keyboardKeys.push_back(key);
-        if (key != KEY_Q)
-            withoutQ.push_back(key);
-    }
+    std::vector<int> keyboardKeys(KEY_MICMUTE - KEY_ESC + 1);
+    std::iota(keyboardKeys.begin(), keyboardKeys.end(), KEY_ESC);
+    std::vector<int> withoutQ = keyboardKeys;
+    std::erase(withoutQ, KEY_Q);
     const std::pair<const char*, std::string> nodes[] = {
         {"event1", keyBitmap({BTN_LEFT, BTN_RIGHT, BTN_MIDDLE})},
         {"event2", keyBitmap(withoutQ)},
@@ -123,11 +117,9 @@ TEST(InotifyInputMonitor, ReportsEventNodesAndTellsKeyboardsBySysfs) {
     fs::rename(home / "event6", devices / "event6");
     ASSERT_TRUE(QTest::qWaitFor([&] { return seen.size() >= 7; }, 20000));
     QTest::qWait(300);
-    EXPECT_THAT(
-        seen, ::testing::ElementsAre(std::pair{Action::Add, false}, std::pair{Action::Add, false},
-                                     std::pair{Action::Add, true}, std::pair{Action::Add, true},
-                                     std::pair{Action::Add, true}, std::pair{Action::Change, true},
-                                     std::pair{Action::Add, true}));
+    const auto added = [](bool keyboard) { return std::pair{Action::Add, keyboard}; };
+    EXPECT_EQ(seen, (std::vector{added(false), added(false), added(true), added(true), added(true),
+                                 std::pair{Action::Change, true}, added(true)}));
 }
 
 // Where udev runs: only event nodes, and keyboards by the keys udev's input_id found on them.

@@ -1,10 +1,13 @@
 // Stands in for logind on the guest's system bus, where no systemd runs: owns
 // org.freedesktop.login1 and answers what the keymap service asks of it (ListUsers, seat0's
 // ActiveSession and a session's User), and sends what it follows (UserRemoved, and
-// PropertiesChanged when seat0's active session changes). The check logs users in and out and
-// switches the seat's session through a test interface of its own.
-//   logind-stand-in UID...    every uid logged in with one session "c<uid>", the first active
+// PropertiesChanged when seat0's active session changes). The check that starts it logs users in
+// and out and switches the seat's session by lines on its standard input, "login UID", "logout
+// UID" or "activate UID", each answered "ok" once done, and ends it by closing that input.
+//   logind-stand-in UID...    every uid logged in with one session "c<uid>", the first active;
+//                             "ready" once it owns its name
 #include <pwd.h>
+#include <sys/epoll.h>
 #include <systemd/sd-bus.h>
 #include <systemd/sd-event.h>
 
@@ -24,7 +27,6 @@ constexpr const char* seatPath = "/org/freedesktop/login1/seat/seat0";
 constexpr const char* seatInterface = "org.freedesktop.login1.Seat";
 constexpr const char* sessionPrefix = "/org/freedesktop/login1/session";
 constexpr const char* sessionInterface = "org.freedesktop.login1.Session";
-constexpr const char* testInterface = "app.keyvane.test.Login1";
 
 struct Logins {
     std::map<uid_t, std::string> users;  // uid -> session id
@@ -94,44 +96,33 @@ int setActive(Logins& logins, const std::string& session) {
                                           nullptr);
 }
 
-// Login(u uid): the user gets a session, not active.
-int login(sd_bus_message* call, void* data, sd_bus_error*) {
-    std::uint32_t uid = 0;
-    if (int result = sd_bus_message_read(call, "u", &uid); result < 0)
-        return result;
-    of(data).users[uid] = "c" + std::to_string(uid);
-    return sd_bus_reply_method_return(call, "");
+std::string sessionOf(std::uint32_t uid) {
+    return "c" + std::to_string(uid);
 }
 
-// Logout(u uid): the user's last session ends; the seat has no active session when it was theirs.
-int logout(sd_bus_message* call, void* data, sd_bus_error*) {
+// A line on standard input: login (a session, not active), activate (the user's session becomes
+// the seat's active one) or logout (the user's last session ends; the seat has no active session
+// when it was theirs). The end of the input ends the stand-in.
+int command(sd_event_source* source, int, std::uint32_t, void* data) {
     Logins& logins = of(data);
-    std::uint32_t uid = 0;
-    if (int result = sd_bus_message_read(call, "u", &uid); result < 0)
-        return result;
-    const auto found = logins.users.find(uid);
-    if (found == logins.users.end())
-        return sd_bus_reply_method_errorf(call, SD_BUS_ERROR_INVALID_ARGS, "not logged in");
-    const bool wasActive = found->second == logins.active;
-    logins.users.erase(found);
-    int result = sd_bus_emit_signal(logins.bus, managerPath, managerInterface, "UserRemoved", "uo",
-                                    uid, userPath(uid).c_str());
-    if (result >= 0 && wasActive)
-        result = setActive(logins, "");
-    return result < 0 ? result : sd_bus_reply_method_return(call, "");
-}
-
-// Activate(u uid): the user's session becomes the seat's active one.
-int activate(sd_bus_message* call, void* data, sd_bus_error*) {
-    Logins& logins = of(data);
-    std::uint32_t uid = 0;
-    if (int result = sd_bus_message_read(call, "u", &uid); result < 0)
-        return result;
-    const auto found = logins.users.find(uid);
-    if (found == logins.users.end())
-        return sd_bus_reply_method_errorf(call, SD_BUS_ERROR_INVALID_ARGS, "not logged in");
-    const int result = setActive(logins, found->second);
-    return result < 0 ? result : sd_bus_reply_method_return(call, "");
+    char verb[16] = {};
+    unsigned uid = 0;
+    if (std::scanf("%15s %u", verb, &uid) != 2)
+        return sd_event_exit(sd_event_source_get_event(source), 0);
+    const std::string method = verb;
+    if (method == "login")
+        logins.users[uid] = sessionOf(uid);
+    if (method == "activate")
+        setActive(logins, sessionOf(uid));
+    if (method == "logout") {
+        logins.users.erase(uid);
+        sd_bus_emit_signal(logins.bus, managerPath, managerInterface, "UserRemoved", "uo", uid,
+                           userPath(uid).c_str());
+        if (logins.active == sessionOf(uid))
+            setActive(logins, "");
+    }
+    std::printf("ok\n");
+    return std::fflush(stdout);
 }
 
 const sd_bus_vtable managerMethods[] = {
@@ -151,45 +142,31 @@ const sd_bus_vtable sessionProperties[] = {
     SD_BUS_PROPERTY("User", "(uo)", &sessionUser, 0, SD_BUS_VTABLE_PROPERTY_CONST),
     SD_BUS_VTABLE_END,
 };
-const sd_bus_vtable testMethods[] = {
-    SD_BUS_VTABLE_START(0),
-    SD_BUS_METHOD("Login", "u", "", &login, 0),
-    SD_BUS_METHOD("Logout", "u", "", &logout, 0),
-    SD_BUS_METHOD("Activate", "u", "", &activate, 0),
-    SD_BUS_VTABLE_END,
-};
-
-int fail(const char* what, int result) {
-    std::fprintf(stderr, "logind-stand-in: %s: %s\n", what, std::strerror(-result));
-    return EXIT_FAILURE;
-}
 
 }  // namespace
 
 int main(int argc, char** argv) {
     Logins logins;
     for (int i = 1; i < argc; ++i)
-        logins.users[static_cast<uid_t>(std::stoul(argv[i]))] = std::string("c") + argv[i];
+        logins.users[static_cast<uid_t>(std::stoul(argv[i]))] = sessionOf(std::stoul(argv[i]));
     if (argc > 1)
-        logins.active = std::string("c") + argv[1];
+        logins.active = sessionOf(std::stoul(argv[1]));
     sd_event* event = nullptr;
-    int result = sd_event_default(&event);
-    if (result < 0)
-        return fail("cannot make an event loop", result);
-    if ((result = sd_bus_open_system(&logins.bus)) < 0 ||
-        (result = sd_bus_attach_event(logins.bus, event, SD_EVENT_PRIORITY_NORMAL)) < 0)
-        return fail("cannot reach the system bus", result);
-    if ((result = sd_bus_add_object_vtable(logins.bus, nullptr, managerPath, managerInterface,
+    int result = 0;
+    if ((result = sd_event_default(&event)) < 0 || (result = sd_bus_open_system(&logins.bus)) < 0 ||
+        (result = sd_bus_attach_event(logins.bus, event, SD_EVENT_PRIORITY_NORMAL)) < 0 ||
+        (result = sd_bus_add_object_vtable(logins.bus, nullptr, managerPath, managerInterface,
                                            managerMethods, &logins)) < 0 ||
-        (result = sd_bus_add_object_vtable(logins.bus, nullptr, managerPath, testInterface,
-                                           testMethods, &logins)) < 0 ||
         (result = sd_bus_add_object_vtable(logins.bus, nullptr, seatPath, seatInterface,
                                            seatProperties, &logins)) < 0 ||
         (result = sd_bus_add_fallback_vtable(logins.bus, nullptr, sessionPrefix, sessionInterface,
-                                             sessionProperties, &findSession, &logins)) < 0)
-        return fail("cannot put its objects on the bus", result);
-    if ((result = sd_bus_request_name(logins.bus, name, 0)) < 0)
-        return fail("cannot own org.freedesktop.login1", result);
-    result = sd_event_loop(event);
-    return result < 0 ? fail("its event loop failed", result) : EXIT_SUCCESS;
+                                             sessionProperties, &findSession, &logins)) < 0 ||
+        (result = sd_bus_request_name(logins.bus, name, 0)) < 0 ||
+        (result = sd_event_add_io(event, nullptr, 0, EPOLLIN, &command, &logins)) < 0 ||
+        std::printf("ready\n") < 0 || std::fflush(stdout) != 0 ||
+        (result = sd_event_loop(event)) < 0) {
+        std::fprintf(stderr, "logind-stand-in: %s\n", std::strerror(-result));
+        return EXIT_FAILURE;
+    }
+    return EXIT_SUCCESS;
 }

@@ -12,7 +12,8 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <thread>
+
+#include "GuestCheck.h"
 
 namespace {
 
@@ -37,12 +38,80 @@ const std::vector<unsigned char> mouseDescriptor = {
     0x25, 0x7f, 0x75, 0x08, 0x95, 0x02, 0x81, 0x06, 0xc0, 0xc0,  // relative
 };
 
-// Makes the device through /dev/uhid; the descriptor of /dev/uhid, or -1.
-int createUhid(const std::vector<unsigned char>& descriptor, unsigned product, unsigned bus,
-               const std::string& name) {
-    const int fd = ::open("/dev/uhid", O_RDWR | O_CLOEXEC);
-    if (fd < 0)
-        return -1;
+// An event device node open for reading, for as long as the object lives.
+struct OpenNode {
+    explicit OpenNode(const std::string& node) : fd(::open(node.c_str(), O_RDONLY | O_CLOEXEC)) {}
+    ~OpenNode() {
+        if (fd >= 0)
+            ::close(fd);
+    }
+    const int fd;
+};
+
+std::string nameOf(const std::string& node) {
+    const OpenNode open(node);
+    char name[256] = {};
+    return open.fd >= 0 && ::ioctl(open.fd, EVIOCGNAME(sizeof name - 1), name) >= 0 ? name : "";
+}
+
+// One key of the event device node by scancode: read (EVIOCGKEYCODE_V2) or set (EVIOCSKEYCODE_V2).
+bool keymapEntry(const std::string& node, unsigned long request, unsigned scancode,
+                 unsigned& keycode) {
+    input_keymap_entry entry{};
+    entry.len = sizeof scancode;
+    std::memcpy(entry.scancode, &scancode, sizeof scancode);
+    entry.keycode = keycode;
+    const OpenNode open(node);
+    const bool done = open.fd >= 0 && ::ioctl(open.fd, request, &entry) == 0;
+    keycode = entry.keycode;
+    return done;
+}
+
+}  // namespace
+
+std::string eventNodeNamed(const std::string& name) {
+    std::string found;
+    guest::waitFor(
+        [&] {
+            for (const auto& entry : std::filesystem::directory_iterator("/dev/input"))
+                if (entry.path().filename().string().starts_with("event") &&
+                    nameOf(entry.path()) == name)
+                    found = entry.path();
+            return !found.empty();
+        },
+        std::chrono::seconds(10));
+    return found;
+}
+
+std::map<unsigned, unsigned> keymapOf(const std::string& node) {
+    std::map<unsigned, unsigned> keymap;
+    const OpenNode open(node);
+    for (unsigned index = 0; open.fd >= 0; ++index) {
+        input_keymap_entry entry{};
+        entry.flags = INPUT_KEYMAP_BY_INDEX;
+        entry.index = index;
+        if (::ioctl(open.fd, EVIOCGKEYCODE_V2, &entry) != 0)
+            break;
+        unsigned scancode = 0;
+        std::memcpy(&scancode, entry.scancode, std::min<std::size_t>(entry.len, sizeof scancode));
+        keymap.emplace(scancode, entry.keycode);
+    }
+    return keymap;
+}
+
+int keycodeOf(const std::string& node, unsigned scancode) {
+    unsigned keycode = 0;
+    return keymapEntry(node, EVIOCGKEYCODE_V2, scancode, keycode) ? static_cast<int>(keycode) : -1;
+}
+
+bool setKeycode(const std::string& node, unsigned scancode, unsigned keycode) {
+    return keymapEntry(node, EVIOCSKEYCODE_V2, scancode, keycode);
+}
+
+bool UhidDevice::create(const std::vector<unsigned char>& descriptor, unsigned product,
+                        unsigned bus, const std::string& deviceName) {
+    name = deviceName;
+    fd = ::open("/dev/uhid", O_RDWR | O_CLOEXEC);
     uhid_event ev{};
     ev.type = UHID_CREATE2;
     std::snprintf(reinterpret_cast<char*>(ev.u.create2.name), sizeof ev.u.create2.name, "%s",
@@ -52,95 +121,22 @@ int createUhid(const std::vector<unsigned char>& descriptor, unsigned product, u
     std::memcpy(ev.u.create2.rd_data, descriptor.data(), descriptor.size());
     ev.u.create2.rd_size = static_cast<__u16>(descriptor.size());
     ev.u.create2.bus = static_cast<__u16>(bus);
-    ev.u.create2.vendor = UhidKeyboard::vendor;
+    ev.u.create2.vendor = vendor;
     ev.u.create2.product = product;
-    if (::write(fd, &ev, sizeof ev) != static_cast<ssize_t>(sizeof ev)) {
-        ::close(fd);
-        return -1;
-    }
-    return fd;
-}
-
-}  // namespace
-
-std::string eventNodeNamed(const std::string& name) {
-    for (int attempt = 0; attempt < 100; ++attempt) {
-        for (const auto& entry : std::filesystem::directory_iterator("/dev/input")) {
-            if (entry.path().filename().string().rfind("event", 0) != 0)
-                continue;
-            const int fd = ::open(entry.path().c_str(), O_RDONLY | O_CLOEXEC);
-            char found[256] = {};
-            if (fd >= 0 && ::ioctl(fd, EVIOCGNAME(sizeof found - 1), found) >= 0 && name == found) {
-                ::close(fd);
-                return entry.path().string();
-            }
-            if (fd >= 0)
-                ::close(fd);
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    }
-    return {};
-}
-
-std::map<unsigned, unsigned> keymapOf(const std::string& node) {
-    std::map<unsigned, unsigned> keymap;
-    const int fd = ::open(node.c_str(), O_RDONLY | O_CLOEXEC);
-    for (unsigned index = 0; fd >= 0; ++index) {
-        input_keymap_entry entry{};
-        entry.flags = INPUT_KEYMAP_BY_INDEX;
-        entry.index = index;
-        if (::ioctl(fd, EVIOCGKEYCODE_V2, &entry) != 0)
-            break;
-        unsigned scancode = 0;
-        std::memcpy(&scancode, entry.scancode, std::min<std::size_t>(entry.len, sizeof scancode));
-        keymap.emplace(scancode, entry.keycode);
-    }
-    if (fd >= 0)
-        ::close(fd);
-    return keymap;
-}
-
-int keycodeOf(const std::string& node, unsigned scancode) {
-    input_keymap_entry entry{};
-    entry.len = sizeof scancode;
-    std::memcpy(entry.scancode, &scancode, sizeof scancode);
-    const int fd = ::open(node.c_str(), O_RDONLY | O_CLOEXEC);
-    const bool read = fd >= 0 && ::ioctl(fd, EVIOCGKEYCODE_V2, &entry) == 0;
-    if (fd >= 0)
-        ::close(fd);
-    return read ? static_cast<int>(entry.keycode) : -1;
-}
-
-bool setKeycode(const std::string& node, unsigned scancode, unsigned keycode) {
-    input_keymap_entry entry{};
-    entry.len = sizeof scancode;
-    std::memcpy(entry.scancode, &scancode, sizeof scancode);
-    entry.keycode = keycode;
-    const int fd = ::open(node.c_str(), O_RDONLY | O_CLOEXEC);
-    const bool set = fd >= 0 && ::ioctl(fd, EVIOCSKEYCODE_V2, &entry) == 0;
-    if (fd >= 0)
-        ::close(fd);
-    return set;
+    if (fd >= 0 && ::write(fd, &ev, sizeof ev) == static_cast<ssize_t>(sizeof ev))
+        node = eventNodeNamed(name);
+    return !node.empty();
 }
 
 bool UhidKeyboard::create(unsigned product, unsigned bus, const std::string& deviceName,
                           unsigned char lastUsage) {
-    name = deviceName;
-    fd = createUhid(reportDescriptor(lastUsage), product, bus, name);
-    if (fd < 0)
-        return false;
-    node = eventNodeNamed(name);
-    event = ::open(node.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (UhidDevice::create(reportDescriptor(lastUsage), product, bus, deviceName))
+        event = ::open(node.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     return event >= 0;
 }
 
 bool UhidMouse::create(unsigned product, unsigned bus, const std::string& deviceName) {
-    name = deviceName;
-    fd = createUhid(mouseDescriptor, product, bus, name);
-    if (fd < 0)
-        return false;
-    node = eventNodeNamed(name);
-    return !node.empty();
+    return UhidDevice::create(mouseDescriptor, product, bus, deviceName);
 }
 
 void UhidKeyboard::report(unsigned char modifiers, unsigned char key) const {
@@ -166,27 +162,25 @@ void UhidKeyboard::tap(unsigned usage) const {
 }
 
 std::vector<int> UhidKeyboard::pressesOf(unsigned usage) const {
-    constexpr unsigned sentinelUsage = 0x45;  // F12, never remapped here
     input_event ev{};
     while (::read(event, &ev, sizeof ev) > 0) {
     }
     tap(usage);
-    tap(sentinelUsage);
+    tap(0x45);  // F12, never remapped here, ends what tapping usage gave
     std::vector<int> presses;
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-    while (std::chrono::steady_clock::now() < deadline) {
-        pollfd p{event, POLLIN, 200};
-        if (::poll(&p, 1, 200) <= 0)
-            continue;
-        while (::read(event, &ev, sizeof ev) == static_cast<ssize_t>(sizeof ev)) {
-            if (ev.type != EV_KEY || ev.value != 1)
-                continue;
-            if (ev.code == KEY_F12)
-                return presses;
-            presses.push_back(ev.code);
-        }
-    }
-    presses.push_back(-1);  // the sentinel never came
+    const bool ended = guest::waitFor(
+        [&] {
+            while (::read(event, &ev, sizeof ev) == static_cast<ssize_t>(sizeof ev)) {
+                if (ev.type == EV_KEY && ev.value == 1 && ev.code == KEY_F12)
+                    return true;
+                if (ev.type == EV_KEY && ev.value == 1)
+                    presses.push_back(ev.code);
+            }
+            return false;
+        },
+        std::chrono::seconds(5));
+    if (!ended)
+        presses.push_back(-1);
     return presses;
 }
 

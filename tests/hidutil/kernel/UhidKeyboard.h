@@ -25,12 +25,20 @@ bool setKeycode(const std::string& node, unsigned scancode, unsigned keycode);
 // digits each.
 std::string mapping(std::initializer_list<std::pair<const char*, const char*>> entries);
 
-struct UhidKeyboard {
+// A device made through /dev/uhid, which goes away with its descriptor of /dev/uhid, and its event
+// node.
+struct UhidDevice {
     static constexpr unsigned vendor = 0x1d50;
 
     int fd = -1;
-    int event = -1;  // its event device
     std::string name, node;
+
+    bool create(const std::vector<unsigned char>& descriptor, unsigned product, unsigned bus,
+                const std::string& deviceName);
+};
+
+struct UhidKeyboard : UhidDevice {
+    int event = -1;  // its event device
 
     // A boot-protocol keyboard whose key array reaches every usage up to lastUsage (Right GUI for a
     // full keyboard).
@@ -45,10 +53,7 @@ struct UhidKeyboard {
 };
 
 // A three-button mouse with relative X and Y, of the keyboards' vendor: a device that has an event
-// node and is no keyboard. Never reports; it goes away with its descriptor of /dev/uhid.
-struct UhidMouse {
-    int fd = -1;
-    std::string name, node;
-
+// node and is no keyboard. Never reports.
+struct UhidMouse : UhidDevice {
     bool create(unsigned product, unsigned bus, const std::string& deviceName);
 };
