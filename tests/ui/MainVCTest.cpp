@@ -6,6 +6,7 @@
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QFileDialog>
+#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
@@ -129,6 +130,7 @@ TEST_F(MainVCTest,
     load();
     EXPECT_EQ(column(0), std::vector<std::string>{});
     EXPECT_TRUE(outlet<QLabel>("startLabel")->isVisible());
+    EXPECT_FALSE(table()->horizontalHeader()->highlightSections());  // no bold header on selection
     EXPECT_EQ(hidutil.calls(), (Calls{{"list", "-m", "keyboard"}, FakeHidutil::clearingCall()}));
     EXPECT_FALSE(outlet<QCheckBox>("applyCheckbox")->isChecked());
     EXPECT_TRUE(mainWindowShown);

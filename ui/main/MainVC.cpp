@@ -7,6 +7,7 @@
 #include <QEvent>
 #include <QHeaderView>
 #include <QMainWindow>
+#include <QScreen>
 #include <QStyleOptionViewItem>
 #include <QTableView>
 #include <algorithm>
@@ -56,7 +57,10 @@ MainVC::MainVC(std::function<void()> updateLoginItem, PermanentSettings permanen
     sizeKeyColumns();
     // The status takes the room that is left.
     ui_->tableView->horizontalHeader()->setSectionResizeMode(statusColumn, QHeaderView::Stretch);
+    // The selected row shows itself; a header turned bold with it would only shift its text.
+    ui_->tableView->horizontalHeader()->setHighlightSections(false);
     ui_->startLabel->setAttribute(Qt::WA_TransparentForMouseEvents);
+    fitToScreen();
     window_->installEventFilter(this);
     connectActions();
     setUpEditing();
@@ -160,6 +164,14 @@ void MainVC::sizeKeyColumns() {
     QHeaderView* header = table->horizontalHeader();
     for (int column = 0; column < statusColumn; ++column)
         header->resizeSection(column, std::max(width, header->sectionSizeHint(column)));
+}
+
+// A small screen, or a large scale factor, must not push the window's buttons out of reach: the
+// window and its title bar fit on the screen's free area.
+void MainVC::fitToScreen() {
+    QSize room = window_->screen()->availableGeometry().size();
+    room.rheight() -= window_->style()->pixelMetric(QStyle::PM_TitleBarHeight);
+    window_->resize(window_->size().boundedTo(room).expandedTo(window_->minimumSize()));
 }
 
 // Remove acts on the selected row; without one it would do nothing, so it is offered only then.

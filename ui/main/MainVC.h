@@ -82,6 +82,7 @@ class MainVC : public QAbstractTableModel {
     bool eventFilter(QObject* watched, QEvent* event) override;
     void connectActions();
     void sizeKeyColumns();
+    void fitToScreen();
     void updateRemoveEnabled();
     void presentKeyboardVC();
     void importMappings();
