@@ -3,6 +3,7 @@
 #include <QString>
 
 #include "platform/Alert.h"
+#include "platform/DefaultsKeys.h"
 #include "platform/UserDefaults.h"
 
 namespace keyvane {
@@ -10,6 +11,10 @@ namespace {
 
 void alert(const UserDefaults::Problem& problem) {
     using Kind = UserDefaults::Problem::Kind;
+    // The launch count is saved at every start, before the user changed anything: its failure
+    // is no change of theirs that will be lost (standard error has it).
+    if (problem.kind == Kind::NotSaved && problem.key == defaults_keys::launchCount)
+        return;
     const char* text = problem.kind == Kind::NotSaved     ? settingsNotSavedAlertText
                        : problem.kind == Kind::Unreadable ? settingsUnreadableAlertText
                        : problem.keptAs.empty()           ? settingsCorruptInTheWayAlertText

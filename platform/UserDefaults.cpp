@@ -129,18 +129,18 @@ void UserDefaults::moveCorruptFileAside(const std::string& reason) {
 
 void UserDefaults::leaveUnreadableFile(const std::string& reason) {
     unreadable_ = true;
-    saveFailing_ = true;  // what it said covers every save it keeps from the file
+    everySaveTold_ = true;  // what it said covers every save it keeps from the file
     warn("the settings in " + file_.string() + " cannot be read (" + reason +
          "); using empty settings. The file is left as it is, and no settings will be saved over "
          "it.");
     report({Problem::Kind::Unreadable, file_, {}, reason});
 }
 
-void UserDefaults::reportNotSaved(const std::string& reason) {
+void UserDefaults::reportNotSaved(const std::string& key, const std::string& reason) {
     warn("settings not saved to " + file_.string() + ": " + reason);
-    if (!saveFailing_)
-        report({Problem::Kind::NotSaved, file_, {}, reason});
-    saveFailing_ = true;
+    // Once per setting: one the program keeps for itself must not use up the word on the user's.
+    if (!everySaveTold_ && unsavedKeys_.insert(key).second)
+        report({Problem::Kind::NotSaved, file_, {}, reason, key});
 }
 
 const DefaultsValue* UserDefaults::objectForKey(const std::string& key) {
@@ -185,21 +185,21 @@ void UserDefaults::setObject(const std::string& key, DefaultsValue value) {
     if (unreadable_) {
         // The folder may well take a new file, and replacing this one could lose the user's
         // settings: the refusal has to be ours.
-        reportNotSaved(unreadableNotSavedReason);
+        reportNotSaved(key, unreadableNotSavedReason);
         return;
     }
     if (corrupt_) {
         // The unreadable file stays untouched: it could not be kept aside.
-        reportNotSaved("the unreadable settings file is still in the way");
+        reportNotSaved(key, "the unreadable settings file is still in the way");
         return;
     }
 
     if (const std::error_code error = replaceFileAtomically(file_, jsonText(contents_))) {
-        reportNotSaved(error.message());
+        reportNotSaved(key, error.message());
         loadedStamp_.reset();  // the next read shows what the file really holds
         return;
     }
-    saveFailing_ = false;
+    unsavedKeys_.clear();
     loadedStamp_ = stampOfFile();
 }
 

@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -27,12 +28,13 @@ class UserDefaults {
         enum class Kind {
             Corrupt,     // read as empty; `keptAs` names where the file was moved, if it could be
             Unreadable,  // read as empty; the file is left as it is and never written over
-            NotSaved,    // a write failed; reported once, again only after a write has succeeded
+            NotSaved,    // a write of `key` failed; once per key until a write succeeds
         };
         Kind kind;
         std::filesystem::path file;
         std::filesystem::path keptAs;
         std::string reason;
+        std::string key = {};
     };
     // Why a write is refused after the file could not be read.
     static constexpr const char* unreadableNotSavedReason =
@@ -77,14 +79,15 @@ class UserDefaults {
     FileStamp stampOfFile() const;
     void moveCorruptFileAside(const std::string& reason);
     void leaveUnreadableFile(const std::string& reason);
-    void reportNotSaved(const std::string& reason);
+    void reportNotSaved(const std::string& key, const std::string& reason);
 
     std::filesystem::path file_;
     DefaultsDictionary contents_;
     std::optional<FileStamp> loadedStamp_;
     bool corrupt_ = false;
     bool unreadable_ = false;
-    bool saveFailing_ = false;
+    bool everySaveTold_ = false;
+    std::set<std::string> unsavedKeys_;
 };
 
 }  // namespace keyvane
