@@ -57,6 +57,7 @@ Launch::Outcome Launch::start() {
     // pkexec asks polkit for the helper; a Keyvane that already runs as root starts it itself.
     mainVC_ = std::make_unique<MainVC>(
         updateLoginItem, PermanentSettings{{bundle::permanentHelperPath(), ::geteuid() != 0}});
+    adoptLoginItem();
     mainVC_->viewDidLoad();
     delegate_.setWindow(mainVC_->MainWin());
     // Without the second start's token, a desktop that prevents focus stealing (every Wayland

@@ -6,7 +6,9 @@
 #include "engine/MappingStore.h"
 #include "platform/Alert.h"
 #include "platform/Bundle.h"
+#include "platform/DefaultsKeys.h"
 #include "platform/LoginItems.h"
+#include "platform/UserDefaults.h"
 
 namespace keyvane {
 namespace {
@@ -20,6 +22,12 @@ std::filesystem::path launcherExecutable() {
 }
 
 }  // namespace
+
+void adoptLoginItem() {
+    if (UserDefaults::standard().objectForKey(defaults_keys::applyAtLogin) == nullptr &&
+        std::filesystem::exists(LoginItems::entryPath(bundle::launcherIdentifier)))
+        MappingStore::saveApplyAtLogin(true);
+}
 
 void updateLoginItem() {
     const bool enabled = MappingStore::loadApplyAtLogin();

@@ -9,4 +9,8 @@ inline constexpr const char* loginItemAlertText = "Error setting apply at login 
 // the user when that fails.
 void updateLoginItem();
 
+// A login item with no "applyatlogin" stored (the settings file was lost, or unreadable) still
+// says what the user chose: the setting follows it, so that the checkbox and the item agree.
+void adoptLoginItem();
+
 }  // namespace keyvane

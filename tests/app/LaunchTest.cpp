@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QMainWindow>
@@ -12,6 +13,8 @@
 
 #include "app/Launch.h"
 #include "engine/MappingStore.h"
+#include "platform/Bundle.h"
+#include "platform/LoginItems.h"
 #include "platform/UserDefaults.h"
 #include "remote/SCL.h"
 #include "tests/support/AlertAnswerer.h"
@@ -162,7 +165,12 @@ TEST_F(LaunchTest, UnreadableOrUnsavableSettingsAreShownInAnAlert) {
     const std::filesystem::path file = UserDefaults::standardPath();
     const QString path = QString::fromStdString(file.string());
     std::ofstream(file) << "{not json";
+    // The login item made before the file was lost keeps its checkbox ticked.
+    const auto loginItem = LoginItems::entryPath(bundle::launcherIdentifier);
+    std::filesystem::create_directories(loginItem.parent_path());
+    std::ofstream(loginItem) << "[Desktop Entry]\n";
     auto app = launch();
+    EXPECT_TRUE(app->mainVC().MainWin()->findChild<QCheckBox*>("applyCheckbox")->isChecked());
     std::vector<testing::AlertAnswerer::Seen> seen = alerts.drain();
     ASSERT_EQ(seen.size(), 1u);
     EXPECT_EQ(seen[0].text, "Your settings could not be read");
@@ -171,6 +179,7 @@ TEST_F(LaunchTest, UnreadableOrUnsavableSettingsAreShownInAnAlert) {
     app.reset();
 
     std::filesystem::remove_all(file.parent_path());
+    std::filesystem::remove(loginItem);
     std::ofstream(file.parent_path()) << "a file where the settings folder belongs";
     app = launch();  // the launch count is not saved, which is no change of the user's
     EXPECT_TRUE(alerts.drain().empty());
