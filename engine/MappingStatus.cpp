@@ -329,6 +329,10 @@ std::string MappingStatus::describe(const std::optional<MappingState>& state) {
     return notInstalledText;
 }
 
+std::vector<StatusKeyboard> MappingStatus::keyboards() {
+    return lastRead ? lastRead->keyboards : std::vector<StatusKeyboard>{};
+}
+
 std::optional<std::string> MappingStatus::obstacle() {
     return obstacleFound;
 }

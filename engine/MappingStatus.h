@@ -106,6 +106,8 @@ class MappingStatus {
     static std::optional<MappingState> stateOf(const KeyMapping& mapping);
     // The same for row `row` of `keyMappings`, which a later row may replace.
     static std::optional<MappingState> stateOfRow(std::size_t row);
+    // The keyboards of the last reading.
+    static std::vector<StatusKeyboard> keyboards();
     // The status column's words for it.
     static std::string describe(const std::optional<MappingState>& state);
     // Why no installation can work now, as the last reading tells, with what to do: no access to

@@ -90,5 +90,19 @@ TEST(KeyboardList, StoredKeyboardIsSelectedLastMatchWins) {
     }
 }
 
+// An item stands for every connected keyboard of its product id, "All keyboards" for all of them.
+TEST(KeyboardList, EachItemNamesTheKeyboardsBehindIt) {
+    testing::FakeHidutil hidutil;
+    hidutil.setOutput("list", "0x5ac 0x27e 0x1 1 6 0x2 USB\n0x4c 0x999 0x1 1 6 0x5 Virtual\n");
+    QComboBox popup;
+    fillKeyboardPopup(&popup, ShellRunner::start(listKeyboardsCommand));
+    nameKeyboardsBehindItems(&popup, {{1, 0x27e, "Desk Keyboard", {}}, {2, 0x27e, "Travel", {}}});
+    QStringList tips;
+    for (int i = 0; i < popup.count(); ++i)
+        tips << popup.itemData(i, Qt::ToolTipRole).toString();
+    EXPECT_EQ(tips, (QStringList{"Desk Keyboard\nTravel", "Desk Keyboard\nTravel",
+                                 noKeyboardBehindText}));
+}
+
 }  // namespace
 }  // namespace keyvane

@@ -1,7 +1,9 @@
 #include "ui/main/KeyboardList.h"
 
 #include <QComboBox>
+#include <QStringList>
 
+#include "common/Hex.h"
 #include "common/Text.h"
 #include "engine/MappingStore.h"
 
@@ -56,6 +58,23 @@ void selectKeyboard(QComboBox* keyboardPopup, const std::string& keyboardId) {
         index = keyboardPopup->count() - 1;
     }
     keyboardPopup->setCurrentIndex(index);
+}
+
+void nameKeyboardsBehindItems(QComboBox* keyboardPopup,
+                              const std::vector<StatusKeyboard>& keyboards) {
+    for (int item = 0; item < keyboardPopup->count(); ++item) {
+        const std::string id = keyboardPopup->itemData(item).toString().toStdString();
+        const std::optional<std::uint64_t> productId =
+            id.starts_with("0x") ? parseHex(id.substr(2)) : std::nullopt;
+        QStringList names;
+        for (const StatusKeyboard& keyboard : keyboards) {
+            if (id == allKeyboardsId || keyboard.productId == productId)
+                names << QString::fromStdString(keyboard.product);
+        }
+        keyboardPopup->setItemData(
+            item, names.isEmpty() ? QString(noKeyboardBehindText) : names.join('\n'),
+            Qt::ToolTipRole);
+    }
 }
 
 }  // namespace keyvane

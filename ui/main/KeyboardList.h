@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/MappingStatus.h"
 #include "engine/ShellRunner.h"
 #include "keys/HidutilContract.h"
 
@@ -15,6 +16,8 @@ inline constexpr const char* listKeyboardsCommand = contract::listKeyboardsComma
 inline constexpr const char* allKeyboardsTitle = "All keyboards";
 // %1: the product id of a keyboard that the pop-up has no item for.
 inline constexpr const char* unlistedKeyboardTitle = "Keyboard %1";
+// The tool tip of an item that stands for no connected keyboard.
+inline constexpr const char* noKeyboardBehindText = "No such keyboard is connected";
 
 // The fields of one line of the keyboard listing, or nothing for a line that names no keyboard
 // (headings, blank lines, lines with a " 0x0 " column). Runs of spaces are collapsed in passes of
@@ -29,5 +32,9 @@ void fillKeyboardPopup(QComboBox* keyboardPopup, ShellRunner::Pending listing);
 // keyboard without one (not connected when the pop-up was filled, or listed under an earlier
 // keyboard's title) gets one named by its id: the pop-up shows the choice in force, whatever it is.
 void selectKeyboard(QComboBox* keyboardPopup, const std::string& keyboardId);
+// Names in each item's tool tip the keyboards it installs on, as the last read-back found them:
+// an item's title is only the first keyboard's transport, and several keyboards share a product id.
+void nameKeyboardsBehindItems(QComboBox* keyboardPopup,
+                              const std::vector<StatusKeyboard>& keyboards);
 
 }  // namespace keyvane

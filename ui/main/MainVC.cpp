@@ -287,6 +287,8 @@ void MainVC::importMappings() {
 
 void MainVC::statusChanged() {
     summary_->update();
+    if (!MappingStatus::nothingInstalled())  // a clearing read nothing back
+        nameKeyboardsBehindItems(ui_->keyboardPopup, MappingStatus::keyboards());
     if (rowCount() > 0)
         emit dataChanged(index(0, statusColumn), index(rowCount() - 1, statusColumn));
 }
