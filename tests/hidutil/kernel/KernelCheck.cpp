@@ -207,34 +207,34 @@ int main(int argc, char** argv) {
           "a blank entry is skipped and the valid one installed");
     check(b.pressesOf(0x39) == std::vector<int>{KEY_ESC}, "keyboard B: Caps Lock gives Escape");
 
-    // A keyboard whose descriptor stops at usage 0x65 has no F13.
+    // A keyboard whose descriptor stops at usage 0x65 has no Mute key.
     UhidKeyboard c;
     check(c.create(0x3333, BUS_USB, "Keyvane Test Keyboard C", 0x65), "uhid keyboard C created");
-    const Result partly = set(mapping({{"39", "29"}, {"68", "29"}}));
-    check(partly.installed() && partly.says("(Keyvane Test Keyboard C) has no key for usage 0x68"),
-          "F13 is skipped on the keyboard without it");
+    const Result partly = set(mapping({{"39", "29"}, {"7f", "29"}}));
+    check(partly.installed() && partly.says("(Keyvane Test Keyboard C) has no key for usage 0x7f"),
+          "Mute is skipped on the keyboard without it");
     check(c.pressesOf(0x39) == std::vector<int>{KEY_ESC}, "keyboard C: Caps Lock gives Escape");
-    check(a.pressesOf(0x68) == std::vector<int>{KEY_ESC}, "keyboard A: F13 gives Escape");
+    check(a.pressesOf(0x7f) == std::vector<int>{KEY_ESC}, "keyboard A: Mute gives Escape");
 
     // Status reads back from the kernel what became of each entry: installed, skipped on the
-    // keyboard without F13, and overridden once a key is changed by ioctl, until installed again.
+    // keyboard without Mute, and overridden once a key is changed by ioctl, until installed again.
     // Under each keyboard's line come its entries, then the keys hidutil set; B follows A, and C,
     // made last, comes last.
     const std::string onA = a.name + "\nmapping 0x700000039 0x700000029 ";
     const std::string bothOnA = onA +
-                                "installed\nmapping 0x700000068 0x700000029 installed\n"
-                                "key 0x70039 esc keyvane\nkey 0x70068 esc keyvane\nkeyboard ";
+                                "installed\nmapping 0x70000007f 0x700000029 installed\n"
+                                "key 0x70039 esc keyvane\nkey 0x7007f esc keyvane\nkeyboard ";
     const Result status = run({"status"});
     check(status.status == 0 && status.says(bothOnA) &&
               status.out.ends_with(c.name + "\nmapping 0x700000039 0x700000029 installed\n"
-                                            "mapping 0x700000068 0x700000029 skipped\n"
+                                            "mapping 0x70000007f 0x700000029 skipped\n"
                                             "key 0x70039 esc keyvane\n"),
-          "status: both entries installed on keyboard A, F13 skipped on keyboard C");
+          "status: both entries installed on keyboard A, Mute skipped on keyboard C");
     remap(nodeA, 0x70039, KEY_LEFTALT);
     const Result overridden = run({"status"});
     check(overridden.status == 3 && overridden.says(onA + "overridden\n"),
           "status: an entry changed by ioctl after the install is overridden");
-    check(set(mapping({{"39", "29"}, {"68", "29"}})).installed() && run({"status"}).says(bothOnA),
+    check(set(mapping({{"39", "29"}, {"7f", "29"}})).installed() && run({"status"}).says(bothOnA),
           "status: installed again after a new install");
     ::close(c.event);
     ::close(c.fd);  // unplugged: its record is of no use any more
