@@ -1,12 +1,68 @@
 #include "ui/KeyPicker.h"
 
+#include <QApplication>
 #include <QComboBox>
+#include <QElapsedTimer>
+#include <QKeyEvent>
 #include <QListView>
 
 #include "engine/KeyTable.h"
 #include "ui/KeyNames.h"
 
 namespace keyvane {
+namespace {
+
+// Typing finds a key by any part of its shown name, one that begins with the typed text first, so
+// that "Super" finds "Command (Super)"; a hidden row ("Disable key" before the original key is
+// set) is never found. Typing into the closed, focused list opens it. Qt's own search finds only
+// names that begin with the text, and hidden rows too.
+class TypeToFind : public QObject {
+  public:
+    explicit TypeToFind(QComboBox* picker) : QObject(picker), picker_(picker) {
+        picker->installEventFilter(this);
+        picker->view()->installEventFilter(this);
+    }
+
+  private:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() == QEvent::Show)
+            typed_.clear();  // each opened list is searched afresh
+        if (event->type() != QEvent::KeyPress)
+            return false;
+        const auto* key = static_cast<QKeyEvent*>(event);
+        if (key->text().isEmpty() || !key->text()[0].isPrint() ||
+            key->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier))
+            return false;
+        if (!sinceTyped_.isValid() || sinceTyped_.hasExpired(QApplication::keyboardInputInterval()))
+            typed_.clear();
+        if ((typed_ + key->text()).trimmed().isEmpty())
+            return false;  // Space opens the list or picks, as ever
+        typed_ += key->text();
+        sinceTyped_.start();
+        if (watched == picker_)
+            picker_->showPopup();
+        find();
+        return true;
+    }
+
+    void find() {
+        const auto* view = qobject_cast<QListView*>(picker_->view());
+        const QModelIndex top = picker_->model()->index(0, 0);
+        for (Qt::MatchFlag how : {Qt::MatchStartsWith, Qt::MatchContains})
+            for (const QModelIndex& row :
+                 picker_->model()->match(top, Qt::DisplayRole, typed_, -1, how))
+                if (!view->isRowHidden(row.row())) {
+                    picker_->view()->setCurrentIndex(row);
+                    return;
+                }
+    }
+
+    QComboBox* picker_;
+    QString typed_;
+    QElapsedTimer sinceTyped_;
+};
+
+}  // namespace
 
 int fillKeyPicker(QComboBox* picker) {
     // Some styles open a pop-up's list as a menu as tall as the screen, ignoring its number of
@@ -19,16 +75,14 @@ int fillKeyPicker(QComboBox* picker) {
             picker->insertSeparator(picker->count());
             continue;
         }
-        picker->addItem(QString::fromStdString(entry.name), QString::fromStdString(entry.keyId));
-        const int row = picker->count() - 1;
-        if (!pcKeyName(entry.name).empty())
-            picker->setItemData(row, QString::fromUtf8(pcKeyName(entry.name)), Qt::ToolTipRole);
+        picker->addItem(shownKeyName(entry.name), QString::fromStdString(entry.keyId));
         if (entry.name == KeyTable::disableKeyName)
-            disableRow = row;
+            disableRow = picker->count() - 1;
     }
     offerDisableKey(picker, disableRow, false);
     picker->setPlaceholderText(QObject::tr("Pick a key…"));
     picker->setCurrentIndex(-1);
+    new TypeToFind(picker);
     return disableRow;
 }
 

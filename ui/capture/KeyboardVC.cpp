@@ -12,6 +12,7 @@
 #include "engine/MappingStatus.h"
 #include "engine/ShellRunner.h"
 #include "platform/KeyboardShortcutsInhibitor.h"
+#include "ui/KeyNames.h"
 #include "ui/KeyPicker.h"
 #include "ui/capture/KeyboardWView.h"
 #include "ui/main/AddMapping.h"
@@ -111,7 +112,7 @@ void KeyboardVC::keyPopupChanged(QComboBox* sender) {
     auto [end, error] = std::from_chars(keyId.data(), keyId.data() + keyId.size(), keyCode);
     if (error != std::errc() || end != keyId.data() + keyId.size())
         return;
-    handleKeyEvent({keyCode, "picked key " + keyId});
+    handleKeyEvent({keyCode, "picked key " + keyId, {}});
 }
 
 void KeyboardVC::handleKeyEvent(const KeyEvent& event) {
@@ -120,18 +121,20 @@ void KeyboardVC::handleKeyEvent(const KeyEvent& event) {
     if (!entry)
         return;
 
-    const QString name = QString::fromStdString(entry->name);
+    const QString shown = shownKeyName(entry->name, QString::fromStdString(event.character));
     if (step_ == 0) {
-        showKey(ui_->srcKeyLbl, name);
+        showKey(ui_->srcKeyLbl, shown);
         originalId_ = entry->usage;
+        originalName_ = entry->name;
         step_ = 1;
         ui_->instructionLbl->setText(newKeyInstruction);
         offerDisableKey(ui_->keyPopup, disableMenuItem_, true);
     } else {
         if (entry->usage == originalId_)
             return;  // the original's release, repeats or second press
-        showKey(ui_->destKeyLbl, name);
+        showKey(ui_->destKeyLbl, shown);
         remappedId_ = entry->usage;
+        remappedName_ = entry->name;
         ui_->applyBtn->setEnabled(true);
         ui_->instructionLbl->hide();
     }
@@ -147,9 +150,9 @@ void KeyboardVC::announceKeys() {
 }
 
 void KeyboardVC::applyClick() {
-    addMapping({{"original", ui_->srcKeyLbl->text().toStdString()},
+    addMapping({{"original", originalName_},
                 {"originalId", originalId_},
-                {"remapped", ui_->destKeyLbl->text().toStdString()},
+                {"remapped", remappedName_},
                 {"remappedId", remappedId_}});
     closeWindow();
 }
