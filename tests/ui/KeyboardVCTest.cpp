@@ -26,7 +26,7 @@ using Calls = std::vector<std::vector<std::string>>;
 
 // Linux key codes, as X11 delivers them (plus 8) in the native scan code.
 constexpr int keyEscape = 1, keyTab = 15, keyCapsLock = 58, keyLeftShift = 42, keyLeftCtrl = 29,
-              keyF13 = 183, keyA = 30, keyZ = 44, keyRightAlt = 100;
+              keyF13 = 183, key1 = 2, keyA = 30, keyZ = 44, keyRightAlt = 100;
 
 class KeyboardVCTest : public ::testing::Test {
   protected:
@@ -50,9 +50,9 @@ class KeyboardVCTest : public ::testing::Test {
         return widget;
     }
 
-    void send(QEvent::Type type, int linuxKeyCode, const char* text = "") {
-        QKeyEvent event(type, Qt::Key_unknown, Qt::NoModifier, quint32(linuxKeyCode + 8), 0, 0,
-                        text);
+    void send(QEvent::Type type, int linuxKeyCode, const char* text = "",
+              Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+        QKeyEvent event(type, Qt::Key_unknown, modifiers, quint32(linuxKeyCode + 8), 0, 0, text);
         QApplication::sendEvent(QApplication::focusWidget(), &event);
     }
     void press(int linuxKeyCode) { send(QEvent::KeyPress, linuxKeyCode); }
@@ -107,6 +107,7 @@ TEST_F(KeyboardVCTest, KeysFollowTheStepsAndOnlyAModifiersReleaseIsAKey) {
         const char* original;
         const char* newKey;
         const char* text = "";
+        Qt::KeyboardModifiers modifiers = Qt::NoModifier;
     } steps[] = {
         {QEvent::KeyRelease, keyLeftCtrl, "Original key", "New key"},  // held since Ctrl+N
         {QEvent::KeyPress, keyF13, "Original key", "New key"},         // no entry in the key table
@@ -115,13 +116,14 @@ TEST_F(KeyboardVCTest, KeysFollowTheStepsAndOnlyAModifiersReleaseIsAKey) {
         {QEvent::KeyPress, keyEscape, "Shift", "Escape"},
         {QEvent::KeyPress, keyZ, "Shift", "z — Y on your keyboard", "y"},
         {QEvent::KeyPress, keyA, "Shift", "a", "a"},
+        {QEvent::KeyPress, key1, "Shift", "1", "!", Qt::ShiftModifier},  // not what its cap says
         {QEvent::KeyPress, keyRightAlt, "Shift", "Right Option (AltGr)"},
         {QEvent::KeyPress, keyTab, "Shift", "Tab", "\t"},  // Tab does not move the focus
         {QEvent::KeyRelease, keyEscape, "Shift", "Tab"},
         {QEvent::KeyPress, keyLeftShift, "Shift", "Tab"},
     };
     for (const auto& step : steps) {
-        send(step.type, step.key, step.text);
+        send(step.type, step.key, step.text, step.modifiers);
         EXPECT_EQ(text("srcKeyLbl"), step.original) << step.key;
         EXPECT_EQ(text("destKeyLbl"), step.newKey) << step.key;
         EXPECT_EQ(applyEnabled(), std::string(step.newKey) != "New key") << step.key;

@@ -201,6 +201,7 @@ TEST_F(MainVCTest,
         auto* popup = qobject_cast<QComboBox*>(QApplication::focusWidget());
         ASSERT_NE(popup, nullptr) << name;
         QTest::keyClicks(popup, name);
+        ASSERT_TRUE(popup->view()->isVisible()) << name;
         QTest::keyClick(popup->view(), Qt::Key_Return);
         EXPECT_FALSE(qobject_cast<QListView*>(popup->view())->isRowHidden(popup->currentIndex()));
     };
