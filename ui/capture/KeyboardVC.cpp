@@ -70,8 +70,12 @@ KeyboardVC::KeyboardVC(QWidget* presenter)
     QSizePolicy instructionPolicy = ui_->instructionLbl->sizePolicy();
     instructionPolicy.setRetainSizeWhenHidden(true);
     ui_->instructionLbl->setSizePolicy(instructionPolicy);
-    showPlaceholder(ui_->srcKeyLbl);
-    showPlaceholder(ui_->destKeyLbl);
+    for (QLabel* key : {ui_->srcKeyLbl, ui_->destKeyLbl}) {
+        showPlaceholder(key);
+        key->setWordWrap(true);  // a PC name and a layout's character make a name long
+    }
+    ui_->keysLayout->setColumnStretch(0, 1);
+    ui_->keysLayout->setColumnStretch(2, 1);
     new AppearanceWatcher(window_.get(), this);
     // Every key is one to map, also those the desktop keeps for its shortcuts.
     new KeyboardShortcutsInhibitor(window_.get());
