@@ -12,6 +12,14 @@
 namespace keyvane {
 namespace {
 
+// What a key press types, unless it types nothing or is a shortcut.
+QString typedText(const QKeyEvent* key) {
+    if (key->text().isEmpty() || !key->text()[0].isPrint() ||
+        key->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier))
+        return {};
+    return key->text();
+}
+
 // Typing finds a key by any part of its shown name, one that begins with the typed text first, so
 // that "Super" finds "Command (Super)"; a hidden row ("Disable key" before the original key is
 // set) is never found. Typing into the closed, focused list opens it. Qt's own search finds only
@@ -29,18 +37,17 @@ class TypeToFind : public QObject {
             typed_.clear();  // each opened list is searched afresh
         if (event->type() != QEvent::KeyPress)
             return false;
-        const auto* key = static_cast<QKeyEvent*>(event);
-        if (key->text().isEmpty() || !key->text()[0].isPrint() ||
-            key->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier))
+        const QString text = typedText(static_cast<QKeyEvent*>(event));
+        if (text.isEmpty())
             return false;
         if (!sinceTyped_.isValid() || sinceTyped_.hasExpired(QApplication::keyboardInputInterval()))
             typed_.clear();
-        if ((typed_ + key->text()).trimmed().isEmpty())
+        if ((typed_ + text).trimmed().isEmpty())
             return false;  // Space opens the list or picks, as ever
-        typed_ += key->text();
-        sinceTyped_.start();
         if (watched == picker_)
-            picker_->showPopup();
+            picker_->showPopup();  // before the text is taken, since opening starts afresh
+        typed_ += text;
+        sinceTyped_.start();
         find();
         return true;
     }

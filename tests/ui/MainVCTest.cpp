@@ -193,8 +193,8 @@ TEST_F(MainVCTest,
     // Add Mapping from Lists… with the keyboard alone: typing opens a list and finds a key by any
     // part of its shown name, Tab goes on, Escape cancels and Enter applies, as the capture
     // window's Apply does, with the key table's names.
-    const KeyMapping commandDisabled = {{"original", "Command"},
-                                        {"originalId", "e3"},
+    const KeyMapping sectionDisabled = {{"original", "§ Section"},
+                                        {"originalId", "64"},
                                         {"remapped", "Disable key"},
                                         {"remappedId", "00"}};
     const auto pickByTyping = [](const char* name) {
@@ -207,12 +207,12 @@ TEST_F(MainVCTest,
     };
     // A key mapped to itself would change nothing: Apply is not offered.
     for (const auto& [newKey, close] :
-         {std::pair{"super", Qt::Key_Escape}, {"Disable", Qt::Key_Return}}) {
+         {std::pair{"sec", Qt::Key_Escape}, {"Disable", Qt::Key_Return}}) {
         QTest::keyClick(vc->MainWin(), Qt::Key_N, Qt::ControlModifier | Qt::ShiftModifier);
         auto* dialog = vc->MainWin()->findChild<QDialog*>("AddFromListsW");
         ASSERT_NE(dialog, nullptr);
         ASSERT_TRUE(QTest::qWaitFor([&] { return QApplication::activeWindow() == dialog; }));
-        pickByTyping("super");
+        pickByTyping("sec");
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
         pickByTyping(newKey);
         EXPECT_EQ(dialog->findChild<QPushButton*>("applyBtn")->isEnabled(),
@@ -221,15 +221,15 @@ TEST_F(MainVCTest,
         EXPECT_FALSE(dialog->isVisible());
         activateMainWindow();
     }
-    EXPECT_EQ(storedList(), MappingStore::describe({commandDisabled}));
+    EXPECT_EQ(storedList(), MappingStore::describe({sectionDisabled}));
     EXPECT_EQ(table()->selectionModel()->selectedRows().value(0).row(), 0);
     takeStep(false, {});
-    takeStep(true, {commandDisabled});
+    takeStep(true, {sectionDisabled});
     // An import from outside is a step too, the keyboard it chose with it.
     MappingFile::adopt(MappingFile::parse(MappingFile::compose(threeRecords, "0x27e")),
                        MappingFile::Adoption::Replace);
     vc->showStoredChoices();
-    takeStep(false, {commandDisabled});
+    takeStep(false, {sectionDisabled});
     EXPECT_EQ(MappingFile::storedKeyboardId(), allKeyboardsId);
 
     // As many as one installation carries: the capture window, which would clear the keys, does
