@@ -5,6 +5,7 @@
 #include <QElapsedTimer>
 #include <QKeyEvent>
 #include <QListView>
+#include <QStandardItemModel>
 
 #include "engine/KeyTable.h"
 #include "ui/KeyNames.h"
@@ -21,9 +22,9 @@ QString typedText(const QKeyEvent* key) {
 }
 
 // Typing finds a key by any part of its shown name, one that begins with the typed text first, so
-// that "Super" finds "Command (Super)"; a hidden row ("Disable key" before the original key is
-// set) is never found. Typing into the closed, focused list opens it. Qt's own search finds only
-// names that begin with the text, and hidden rows too.
+// that "Super" finds "Command (Super)"; a row that cannot be picked ("Disable key" before the
+// original key is set) is passed over. Typing into the closed, focused list opens it. Qt's own
+// search finds only names that begin with the text, and hidden rows too.
 class TypeToFind : public QObject {
   public:
     explicit TypeToFind(QComboBox* picker) : QObject(picker), picker_(picker) {
@@ -53,12 +54,11 @@ class TypeToFind : public QObject {
     }
 
     void find() {
-        const auto* view = qobject_cast<QListView*>(picker_->view());
         const QModelIndex top = picker_->model()->index(0, 0);
         for (Qt::MatchFlag how : {Qt::MatchStartsWith, Qt::MatchContains})
             for (const QModelIndex& row :
                  picker_->model()->match(top, Qt::DisplayRole, typed_, -1, how))
-                if (!view->isRowHidden(row.row())) {
+                if (row.flags() & Qt::ItemIsEnabled) {
                     picker_->view()->setCurrentIndex(row);
                     return;
                 }
@@ -95,6 +95,8 @@ int fillKeyPicker(QComboBox* picker) {
 
 void offerDisableKey(QComboBox* picker, int row, bool offered) {
     qobject_cast<QListView*>(picker->view())->setRowHidden(row, !offered);
+    // A hidden row can still be reached with Home or Page Up; a disabled one cannot be picked.
+    qobject_cast<QStandardItemModel*>(picker->model())->item(row)->setEnabled(offered);
 }
 
 }  // namespace keyvane
