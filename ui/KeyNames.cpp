@@ -6,8 +6,10 @@
 namespace keyvane {
 namespace {
 
-constexpr const char* pcNameFormat = "%1 (%2)";
-constexpr const char* layoutCharacterFormat = "%1 — %2 on your keyboard";
+constexpr const char* context = "keyvane::KeyNames";
+constexpr const char* pcNameFormat = QT_TRANSLATE_NOOP("keyvane::KeyNames", "%1 (%2)");
+constexpr const char* layoutCharacterFormat =
+    QT_TRANSLATE_NOOP("keyvane::KeyNames", "%1 — %2 on your keyboard");
 
 // The character a typing key's name begins with ("z", "§ Section"); empty for the other keys,
 // whose names say what they do.
@@ -30,12 +32,12 @@ QString shownKeyName(std::string_view name, const QString& layoutCharacter) {
     QString shown = QString::fromUtf8(name);
     const QString character = nameCharacter(shown);
     if (!pcKeyName(name).empty())
-        shown = QCoreApplication::translate("keyvane::KeyNames", pcNameFormat)
+        shown = QCoreApplication::translate(context, pcNameFormat)
                     .arg(shown, QString::fromUtf8(pcKeyName(name)));
     if (!character.isEmpty() && !layoutCharacter.isEmpty() &&
         character.compare(layoutCharacter, Qt::CaseInsensitive) != 0)
-        shown = QCoreApplication::translate("keyvane::KeyNames", layoutCharacterFormat)
-                    .arg(shown, layoutCharacter);
+        shown =
+            QCoreApplication::translate(context, layoutCharacterFormat).arg(shown, layoutCharacter);
     return shown;
 }
 

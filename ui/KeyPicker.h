@@ -10,7 +10,7 @@ namespace keyvane {
 // key" starts hidden, since only a new key can be one; the result is its row.
 int fillKeyPicker(QComboBox* picker);
 
-// Shows or hides the picker's row of "Disable key".
+// Offers the picker's row of "Disable key" (shown, and pickable) or withdraws it.
 void offerDisableKey(QComboBox* picker, int row, bool offered);
 
 }  // namespace keyvane
