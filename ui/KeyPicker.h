@@ -5,12 +5,12 @@ class QComboBox;
 namespace keyvane {
 
 // Fills the list that both windows adding a mapping pick keys from: every key of the key table in
-// picker order, its groups parted by lines (which cannot be picked), the PC name of a Mac key as
-// its tool tip, and nothing picked at first. "Disable key" starts hidden, since only a new key can
-// be one; the result is its row.
+// picker order, under its shown name ("Command (Super)"), its groups parted by lines (which cannot
+// be picked), and nothing picked at first; typing finds a key by any part of that name. "Disable
+// key" starts hidden, since only a new key can be one; the result is its row.
 int fillKeyPicker(QComboBox* picker);
 
-// Shows or hides the picker's row of "Disable key".
+// Offers the picker's row of "Disable key" (shown, and pickable) or withdraws it.
 void offerDisableKey(QComboBox* picker, int row, bool offered);
 
 }  // namespace keyvane

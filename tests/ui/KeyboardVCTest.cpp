@@ -26,7 +26,7 @@ using Calls = std::vector<std::vector<std::string>>;
 
 // Linux key codes, as X11 delivers them (plus 8) in the native scan code.
 constexpr int keyEscape = 1, keyTab = 15, keyCapsLock = 58, keyLeftShift = 42, keyLeftCtrl = 29,
-              keyF13 = 183;
+              keyF13 = 183, key1 = 2, keyA = 30, keyZ = 44, keyRightAlt = 100;
 
 class KeyboardVCTest : public ::testing::Test {
   protected:
@@ -50,20 +50,24 @@ class KeyboardVCTest : public ::testing::Test {
         return widget;
     }
 
-    void send(QEvent::Type type, int linuxKeyCode) {
-        QKeyEvent event(type, Qt::Key_unknown, Qt::NoModifier, quint32(linuxKeyCode + 8), 0, 0);
+    void send(QEvent::Type type, int linuxKeyCode, const char* text = "",
+              Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+        QKeyEvent event(type, Qt::Key_unknown, modifiers, quint32(linuxKeyCode + 8), 0, 0, text);
         QApplication::sendEvent(QApplication::focusWidget(), &event);
     }
     void press(int linuxKeyCode) { send(QEvent::KeyPress, linuxKeyCode); }
     void release(int linuxKeyCode) { send(QEvent::KeyRelease, linuxKeyCode); }
 
-    // A choice from the opened list, the only way to pick.
-    void pick(const char* name) {
+    // A choice from the opened list, the only way to pick: by its row, or by typing.
+    void pick(const char* name, const char* typed = nullptr) {
         auto* popup = outlet<QComboBox>("keyPopup");
         const int row = popup->findText(name);
         ASSERT_GE(row, 0) << name;
         popup->showPopup();
-        popup->view()->setCurrentIndex(popup->model()->index(row, 0));
+        if (typed)
+            QTest::keyClicks(popup->view(), typed);
+        else
+            popup->view()->setCurrentIndex(popup->model()->index(row, 0));
         QTest::keyClick(popup->view(), Qt::Key_Return);
     }
     // A mouse passing over the closed list.
@@ -94,25 +98,32 @@ class KeyboardVCTest : public ::testing::Test {
 };
 
 // The first key captured is the original, later ones replace the new key; a release counts only for
-// a modifier pressed here.
+// a modifier pressed here. A key shows its PC name and what the user's layout types with it where
+// those differ from the key table's name (here a German layout's Y).
 TEST_F(KeyboardVCTest, KeysFollowTheStepsAndOnlyAModifiersReleaseIsAKey) {
     const struct {
         QEvent::Type type;
         int key;
         const char* original;
         const char* newKey;
+        const char* text = "";
+        Qt::KeyboardModifiers modifiers = Qt::NoModifier;
     } steps[] = {
         {QEvent::KeyRelease, keyLeftCtrl, "Original key", "New key"},  // held since Ctrl+N
         {QEvent::KeyPress, keyF13, "Original key", "New key"},         // no entry in the key table
         {QEvent::KeyPress, keyLeftShift, "Shift", "New key"},
         {QEvent::KeyRelease, keyLeftShift, "Shift", "New key"},
         {QEvent::KeyPress, keyEscape, "Shift", "Escape"},
-        {QEvent::KeyPress, keyTab, "Shift", "Tab"},  // Tab does not move the focus
+        {QEvent::KeyPress, keyZ, "Shift", "z — Y on your keyboard", "y"},
+        {QEvent::KeyPress, keyA, "Shift", "a", "a"},
+        {QEvent::KeyPress, key1, "Shift", "1", "!", Qt::ShiftModifier},  // not what its cap says
+        {QEvent::KeyPress, keyRightAlt, "Shift", "Right Option (AltGr)"},
+        {QEvent::KeyPress, keyTab, "Shift", "Tab", "\t"},  // Tab does not move the focus
         {QEvent::KeyRelease, keyEscape, "Shift", "Tab"},
         {QEvent::KeyPress, keyLeftShift, "Shift", "Tab"},
     };
     for (const auto& step : steps) {
-        send(step.type, step.key);
+        send(step.type, step.key, step.text, step.modifiers);
         EXPECT_EQ(text("srcKeyLbl"), step.original) << step.key;
         EXPECT_EQ(text("destKeyLbl"), step.newKey) << step.key;
         EXPECT_EQ(applyEnabled(), std::string(step.newKey) != "New key") << step.key;
@@ -132,17 +143,25 @@ TEST_F(KeyboardVCTest, PickerOffersKeysWithoutCodesAndDisableKeyOnlyForTheNewKey
     // Groups are parted by lines, not by a row of dashes that reads like a key.
     EXPECT_EQ(outlet<QComboBox>("keyPopup")->findText(KeyTable::separatorName.data()), -1);
     wheel();
+    auto* popup = outlet<QComboBox>("keyPopup");
+    popup->showPopup();
+    QTest::keyClicks(popup->view(), "di");  // neither typing nor Home reaches the hidden row
+    EXPECT_EQ(popup->view()->currentIndex().data().toString(), "Keypad Divide");
+    QTest::keyClick(popup->view(), Qt::Key_Home);
+    EXPECT_NE(popup->view()->currentIndex().row(), popup->findText("Disable key"));
+    popup->hidePopup();
     EXPECT_EQ(text("srcKeyLbl"), "Original key");
-    pick("Paste");
+    pick("Mail Compose (Menu)", "menu");  // any part of the name finds a key
+    EXPECT_EQ(text("srcKeyLbl"), "Mail Compose (Menu)");
     EXPECT_TRUE(pickable("Disable key"));
-    pick("Paste");
+    pick("Mail Compose (Menu)");
     wheel();
     EXPECT_EQ(text("destKeyLbl"), "New key");
     EXPECT_FALSE(applyEnabled());
     pick("Disable key");
-    vc->applyClick();  // the record is made of what the labels say
-    EXPECT_EQ(keyMappings, (std::vector<KeyMapping>{{{"original", "Paste"},
-                                                     {"originalId", "7d"},
+    vc->applyClick();  // the record keeps the key table's names
+    EXPECT_EQ(keyMappings, (std::vector<KeyMapping>{{{"original", "Mail Compose"},
+                                                     {"originalId", "65"},
                                                      {"remapped", "Disable key"},
                                                      {"remappedId", "00"}}}));
 }

@@ -11,6 +11,7 @@ namespace keyvane {
 struct KeyEvent {
     std::uint16_t keyCode = 0;
     std::string description;
+    std::string character;  // what the user's layout types with it (UTF-8), if anything
 };
 
 }  // namespace keyvane

@@ -12,6 +12,7 @@
 #include "engine/MappingStatus.h"
 #include "engine/ShellRunner.h"
 #include "platform/KeyboardShortcutsInhibitor.h"
+#include "ui/KeyNames.h"
 #include "ui/KeyPicker.h"
 #include "ui/capture/KeyboardWView.h"
 #include "ui/main/AddMapping.h"
@@ -69,8 +70,12 @@ KeyboardVC::KeyboardVC(QWidget* presenter)
     QSizePolicy instructionPolicy = ui_->instructionLbl->sizePolicy();
     instructionPolicy.setRetainSizeWhenHidden(true);
     ui_->instructionLbl->setSizePolicy(instructionPolicy);
-    showPlaceholder(ui_->srcKeyLbl);
-    showPlaceholder(ui_->destKeyLbl);
+    for (QLabel* key : {ui_->srcKeyLbl, ui_->destKeyLbl}) {
+        showPlaceholder(key);
+        key->setWordWrap(true);  // a PC name and a layout's character make a name long
+    }
+    ui_->keysLayout->setColumnStretch(0, 1);
+    ui_->keysLayout->setColumnStretch(2, 1);
     new AppearanceWatcher(window_.get(), this);
     // Every key is one to map, also those the desktop keeps for its shortcuts.
     new KeyboardShortcutsInhibitor(window_.get());
@@ -111,7 +116,7 @@ void KeyboardVC::keyPopupChanged(QComboBox* sender) {
     auto [end, error] = std::from_chars(keyId.data(), keyId.data() + keyId.size(), keyCode);
     if (error != std::errc() || end != keyId.data() + keyId.size())
         return;
-    handleKeyEvent({keyCode, "picked key " + keyId});
+    handleKeyEvent({keyCode, "picked key " + keyId, {}});
 }
 
 void KeyboardVC::handleKeyEvent(const KeyEvent& event) {
@@ -120,18 +125,20 @@ void KeyboardVC::handleKeyEvent(const KeyEvent& event) {
     if (!entry)
         return;
 
-    const QString name = QString::fromStdString(entry->name);
+    const QString shown = shownKeyName(entry->name, QString::fromStdString(event.character));
     if (step_ == 0) {
-        showKey(ui_->srcKeyLbl, name);
+        showKey(ui_->srcKeyLbl, shown);
         originalId_ = entry->usage;
+        originalName_ = entry->name;
         step_ = 1;
         ui_->instructionLbl->setText(newKeyInstruction);
         offerDisableKey(ui_->keyPopup, disableMenuItem_, true);
     } else {
         if (entry->usage == originalId_)
             return;  // the original's release, repeats or second press
-        showKey(ui_->destKeyLbl, name);
+        showKey(ui_->destKeyLbl, shown);
         remappedId_ = entry->usage;
+        remappedName_ = entry->name;
         ui_->applyBtn->setEnabled(true);
         ui_->instructionLbl->hide();
     }
@@ -147,9 +154,9 @@ void KeyboardVC::announceKeys() {
 }
 
 void KeyboardVC::applyClick() {
-    addMapping({{"original", ui_->srcKeyLbl->text().toStdString()},
+    addMapping({{"original", originalName_},
                 {"originalId", originalId_},
-                {"remapped", ui_->destKeyLbl->text().toStdString()},
+                {"remapped", remappedName_},
                 {"remappedId", remappedId_}});
     closeWindow();
 }

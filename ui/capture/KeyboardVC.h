@@ -52,6 +52,9 @@ class KeyboardVC : public QObject {
     int step_ = 0;
     std::string originalId_;
     std::string remappedId_;
+    // The key table's names, which the record keeps; the labels show more.
+    std::string originalName_;
+    std::string remappedName_;
     int disableMenuItem_ = -1;  // the picker's row of "Disable key"
 };
 

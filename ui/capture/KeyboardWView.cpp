@@ -5,6 +5,7 @@
 
 #include "common/Log.h"
 #include "engine/LinuxKeyCodes.h"
+#include "ui/KeyNames.h"
 #include "ui/capture/KeyboardVC.h"
 
 namespace keyvane {
@@ -62,7 +63,8 @@ void KeyboardWView::forward(QKeyEvent* event) {
     // The controller traces what it is handed; the rest is traced here, once.
     std::optional<std::uint16_t> keyCode = virtualKeyCodeForLinuxKeyCode(linuxKeyCode);
     if (currentKeyboardVC && keyCode)
-        currentKeyboardVC->handleKeyEvent({*keyCode, description});
+        currentKeyboardVC->handleKeyEvent(
+            {*keyCode, description, layoutCharacter(*event).toStdString()});
     else if (event->type() == QEvent::KeyPress)
         trace(description);
 }
