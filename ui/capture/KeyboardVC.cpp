@@ -131,7 +131,9 @@ void KeyboardVC::handleKeyEvent(const KeyEvent& event) {
         originalId_ = entry->usage;
         originalName_ = entry->name;
         step_ = 1;
-        ui_->instructionLbl->setText(newKeyInstruction);
+        const QString note = alreadyMappedNote();
+        ui_->instructionLbl->setText(note.isEmpty() ? QString(newKeyInstruction)
+                                                    : newKeyInstruction + QString('\n') + note);
         offerDisableKey(ui_->keyPopup, disableMenuItem_, true);
     } else {
         if (entry->usage == originalId_)
@@ -140,9 +142,22 @@ void KeyboardVC::handleKeyEvent(const KeyEvent& event) {
         remappedId_ = entry->usage;
         remappedName_ = entry->name;
         ui_->applyBtn->setEnabled(true);
-        ui_->instructionLbl->hide();
+        // What is left to say is only that the mapping replaces another one.
+        const QString note = alreadyMappedNote();
+        ui_->instructionLbl->setText(note);
+        ui_->instructionLbl->setVisible(!note.isEmpty());
     }
     announceKeys();
+}
+
+// The last row of the original key is the one in effect, so that is the one a new row replaces.
+QString KeyboardVC::alreadyMappedNote() const {
+    for (std::size_t row = keyMappings.size(); row > 0; --row) {
+        const auto original = keyMappings[row - 1].find("originalId");
+        if (original != keyMappings[row - 1].end() && original->second == originalId_)
+            return tr(alreadyMappedText).arg(row).arg(QString::fromStdString(originalName_));
+    }
+    return {};
 }
 
 // The capture area keeps the focus, so a screen reader learns what was captured from its name.

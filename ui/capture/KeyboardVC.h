@@ -25,6 +25,10 @@ class KeyboardVC : public QObject {
     static constexpr const char* windowTitle = "Remap a key";
     static constexpr const char* newKeyInstruction =
         "Press the new key to remap the original key into (or pick from the below list)";
+    // %1: the row (from 1) that maps the captured original key already, %2: that key.
+    static constexpr const char* alreadyMappedText =
+        "Row %1 already maps %2: a key gives one code, so this mapping, added after it, replaces "
+        "it.";
     static constexpr int preferredWidth = 511;
     static constexpr int preferredHeight = 138;
 
@@ -45,6 +49,7 @@ class KeyboardVC : public QObject {
   private:
     void fillKeyPopup();
     void announceKeys();
+    QString alreadyMappedNote() const;
     void closeWindow();
 
     std::unique_ptr<QDialog> window_;
