@@ -3,7 +3,6 @@
 // report. Each check prints a marker line on the console, which the host reads.
 #include <fcntl.h>
 #include <linux/input.h>
-#include <signal.h>
 #include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -33,9 +32,9 @@ const char* stateFolder = "/home/user/.local/state/keyvane";
 
 using guest::Result;
 
-Result run(std::vector<std::string> args, const std::vector<std::string>& environment = {}) {
+Result run(std::vector<std::string> args) {
     args.insert(args.begin(), hidutil);
-    return guest::run(args, 0, environment);
+    return guest::run(args);
 }
 
 // Whether the listing has a line for the keyboard named name with its product id and transport,
@@ -171,8 +170,7 @@ int main(int argc, char** argv) {
     check(keymapOf(nodeA) == hidDefault && keymapOf(nodeAt) == atDefault,
           "keyboard A and the AT keyboard: whole keymaps back to the default");
 
-    // A remap made beforehand (as hwdb does) is no default to go back to: clearing keeps it, and an
-    // install over it and a clear give it back.
+    // A remap made beforehand (as hwdb does) is no default to go back to: clearing keeps it.
     remap(nodeA, 0x70039, KEY_LEFTCTRL);
     remap(nodeAt, 0x3a, KEY_LEFTCTRL);
     const auto hidBefore = keymapOf(nodeA), atBefore = keymapOf(nodeAt);
@@ -181,31 +179,13 @@ int main(int argc, char** argv) {
     };
     set(clear);
     check(restored(), "a remap made beforehand survives clearing");
-    check(set(mapping({{"39", "29"}, {"04", "05"}})).installed(),
-          "an install over the remapped key");
-    check(a.pressesOf(0x39) == std::vector<int>{KEY_ESC}, "keyboard A: Caps Lock gives Escape");
-    set(clear);
-    check(restored(), "clearing puts the remap made beforehand back, not the default");
 
-    // A logout empties XDG_RUNTIME_DIR; the next launch clears and installs, the user clears.
-    check(set(swap).installed() && a.pressesOf(0x04) == std::vector<int>{KEY_B},
-          "keyboard A: a gives b");
-    for (const auto& file : std::filesystem::directory_iterator("/run/user/0"))
-        std::filesystem::remove_all(file.path());
-    for (const auto& list : {clear, swap, clear})
-        set(list);
-    check(restored(), "after a logout, AT and HID keyboards are restored exactly");
-
-    // A node whose device is gone, and a blank entry beside a valid one: notes, not failures.
+    // A node whose device is gone: a note, not a failure.
     ::mknod("/dev/input/event99", S_IFCHR | 0600, makedev(13, 95));
     const Result stale = set(mapping({{"39", "29"}}));
     check(stale.installed() && stale.says("/dev/input/event99: its device is gone"),
           "a stale node does not fail the install");
     ::unlink("/dev/input/event99");
-    const Result blank = set(mapping({{"", "29"}, {"39", "29"}}));
-    check(blank.installed() && blank.says("skipping the mapping 0x7000000 -> 0x700000029"),
-          "a blank entry is skipped and the valid one installed");
-    check(b.pressesOf(0x39) == std::vector<int>{KEY_ESC}, "keyboard B: Caps Lock gives Escape");
 
     // A keyboard whose descriptor stops at usage 0x65 has no Mute key.
     UhidKeyboard c;
@@ -244,13 +224,6 @@ int main(int argc, char** argv) {
           "no record is left, not even of the keyboard unplugged, and the clear left Caps Lock "
           "as the other program set it after the install");
     remap(nodeA, 0x70039, KEY_LEFTCTRL);
-
-    // Killed right after its first key change, an install is undone by the next clear.
-    const Result killed = run({"property", "--set", swap}, {"KEYVANE_TEST_KILL_AFTER_CHANGES=1"});
-    check(killed.status == -SIGKILL && keymapOf(nodeAt) != atBefore,
-          "install killed after one change");
-    set(clear);
-    check(restored(), "the next clear undoes the killed install");
 
     checkKeysChangedByOthers(a, b);
     checkFullDisk(a);
