@@ -371,11 +371,14 @@ TEST_F(CommandLineTest, PermanentKeymapCommandsAskTheHelperAndOnlyEnterKeepsTheK
         return calls;
     };
     const std::vector<std::string> make = {"pkexec", helper, "make", capsLockProperty};
-    const std::string countdown = fillIn(PermanentKeymap::countdownText, {"20"}) + "\n";
-    const std::string asked =
-        fillIn(PermanentKeymap::makeText, {"1 mapping", "all keyboards", permanent::hwdbFile}) +
-        "\n\n" + PermanentKeymap::laterKeyboardsText + "\n\n" + countdown;
-    const std::string explained = asked + fillIn(PermanentKeymap::keepPrompt, {"20"}) + "\n";
+    // The question for 1 mapping, what it says of the keyboards' keys, the countdown's start.
+    const auto asking = [](const std::string& keyboards, const std::string& caution) {
+        return fillIn(PermanentKeymap::makeText, {"1 mapping", keyboards, permanent::hwdbFile}) +
+               "\n\n" + caution + "\n\n" + fillIn(PermanentKeymap::countdownText, {"20"}) + "\n";
+    };
+    const std::string keep = fillIn(PermanentKeymap::keepPrompt, {"20"}) + "\n";
+    const std::string asked = asking("all keyboards", PermanentKeymap::laterKeyboardsText);
+    const std::string explained = asked + keep;
     const std::string kept = std::string(PermanentKeymap::keptTitle) + ". " +
                              fillIn(PermanentKeymap::keptText, {permanent::hwdbFile}) + "\n";
     struct Row {
@@ -414,10 +417,8 @@ TEST_F(CommandLineTest, PermanentKeymapCommandsAskTheHelperAndOnlyEnterKeepsTheK
         makes("\n", explained + kept, "", 0),
         {CommandLine::Action::MakePermanent,
          "\n",
-         fillIn(PermanentKeymap::makeText,
-                {"1 mapping", "the keyboard 0x27e", permanent::hwdbFile}) +
-             "\n\n" + fillIn(PermanentKeymap::passwordKeysText, {"a"}) + "\n\n" + countdown +
-             fillIn(PermanentKeymap::keepPrompt, {"20"}) + "\n" + kept,
+         asking("the keyboard 0x27e", fillIn(PermanentKeymap::passwordKeysText, {"a"})) + keep +
+             kept,
          "",
          around({"pkexec", helper, "make", aProperty, "--matching", matching}, aProperty, true,
                 true),
