@@ -32,6 +32,7 @@
 #include "tests/support/FakeHidutil.h"
 #include "tests/support/FakeInputDeviceMonitor.h"
 #include "tests/support/HttpsTestServer.h"
+#include "tests/support/KeyMappingProperty.h"
 #include "tests/support/PrivateSessionBus.h"
 #include "tests/support/ReadFile.h"
 #include "ui/main/MainVC.h"
@@ -47,8 +48,7 @@ const KeyMapping capsLockToEscape = {
     {"original", "Caps Lock"}, {"originalId", "39"}, {"remapped", "Escape"}, {"remappedId", "29"}};
 const KeyMapping commandToControl = {
     {"original", "Command"}, {"originalId", "e3"}, {"remapped", "Control"}, {"remappedId", "e0"}};
-const std::string capsLockProperty =
-    R"({"UserKeyMapping" : [{"HIDKeyboardModifierMappingSrc" : 0x700000039, "HIDKeyboardModifierMappingDst" : 0x700000029}]})";
+const std::string capsLockProperty = testing::keyMappingProperty({{"39", "29"}});
 
 // What `hidutil status --json`, in its own words, says of Caps Lock -> Escape and Command ->
 // Control on Desk Keyboard (0x27e), and on Travel Keyboard where given; no keyboard at all without
@@ -109,15 +109,10 @@ class CommandLineTest : public ::testing::Test {
 
 TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
     const std::string failed = std::string("keyvane: ") + MappingApplier::failedAlertText + "\n";
-    const std::string caps =
-        R"({"HIDKeyboardModifierMappingSrc" : 0x700000039, "HIDKeyboardModifierMappingDst" : 0x700000029})";
     const std::vector<std::string> statusCall = {"status", "--json"};
     const auto installsCaps = [&](std::size_t count) {
-        std::string entries = caps;
-        for (std::size_t i = 1; i < count; ++i)
-            entries += "," + caps;
         return Calls{FakeHidutil::clearingCall(),
-                     FakeHidutil::installCall(R"({"UserKeyMapping" : [)" + entries + "]}"),
+                     FakeHidutil::installCall(testing::keyMappingProperty({count, {"39", "29"}})),
                      statusCall};
     };
     const Calls installs = installsCaps(1);
@@ -355,8 +350,7 @@ TEST_F(CommandLineTest, PermanentKeymapCommandsAskTheHelperAndOnlyEnterKeepsTheK
     std::ofstream(helper) << "stands in for the installed helper";
     const KeyMapping aToEscape = {
         {"original", "a"}, {"originalId", "04"}, {"remapped", "Escape"}, {"remappedId", "29"}};
-    const std::string aProperty =
-        R"({"UserKeyMapping" : [{"HIDKeyboardModifierMappingSrc" : 0x700000004, "HIDKeyboardModifierMappingDst" : 0x700000029}]})";
+    const std::string aProperty = testing::keyMappingProperty({{"04", "29"}});
     const std::string matching = R"({"ProductID": 0x27e})";
     const auto around = [](const std::vector<std::string>& pkexec, const std::string& property,
                            bool cleared, bool oneKeyboard = false) {
