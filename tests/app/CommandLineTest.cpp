@@ -32,6 +32,7 @@
 #include "tests/support/FakeHidutil.h"
 #include "tests/support/FakeInputDeviceMonitor.h"
 #include "tests/support/HttpsTestServer.h"
+#include "tests/support/KeyMappingProperty.h"
 #include "tests/support/PrivateSessionBus.h"
 #include "tests/support/ReadFile.h"
 #include "ui/main/MainVC.h"
@@ -47,8 +48,7 @@ const KeyMapping capsLockToEscape = {
     {"original", "Caps Lock"}, {"originalId", "39"}, {"remapped", "Escape"}, {"remappedId", "29"}};
 const KeyMapping commandToControl = {
     {"original", "Command"}, {"originalId", "e3"}, {"remapped", "Control"}, {"remappedId", "e0"}};
-const std::string capsLockProperty =
-    R"({"UserKeyMapping" : [{"HIDKeyboardModifierMappingSrc" : 0x700000039, "HIDKeyboardModifierMappingDst" : 0x700000029}]})";
+const std::string capsLockProperty = testing::keyMappingProperty({{"39", "29"}});
 
 // What `hidutil status --json`, in its own words, says of Caps Lock -> Escape and Command ->
 // Control on Desk Keyboard (0x27e), and on Travel Keyboard where given; no keyboard at all without
@@ -109,19 +109,15 @@ class CommandLineTest : public ::testing::Test {
 
 TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
     const std::string failed = std::string("keyvane: ") + MappingApplier::failedAlertText + "\n";
-    const std::string caps =
-        R"({"HIDKeyboardModifierMappingSrc" : 0x700000039, "HIDKeyboardModifierMappingDst" : 0x700000029})";
     const std::vector<std::string> statusCall = {"status", "--json"};
-    const Calls installs = {FakeHidutil::clearingCall(), FakeHidutil::installCall(capsLockProperty),
-                            statusCall};
     const auto installsCaps = [&](std::size_t count) {
-        std::string entries = caps;
-        for (std::size_t i = 1; i < count; ++i)
-            entries += "," + caps;
         return Calls{FakeHidutil::clearingCall(),
-                     FakeHidutil::installCall(R"({"UserKeyMapping" : [)" + entries + "]}"),
+                     FakeHidutil::installCall(testing::keyMappingProperty({count, {"39", "29"}})),
                      statusCall};
     };
+    const Calls installs = installsCaps(1);
+    Calls twice = installs;
+    twice.insert(twice.end(), installs.begin(), installs.end());
     // --apply says what the status column says of each mapping, read back from the keyboards.
     const auto installed = [](std::size_t count) {
         std::string lines;
@@ -130,9 +126,6 @@ TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
         return lines;
     };
     using State = hidutil::EntryState;
-    const auto usageError = [](const std::string& reason) {
-        return "keyvane: " + reason + "\n\n" + CommandLine::usage;
-    };
     const QString file = QString::fromStdString(exportFile);
     // As many mappings as one command carries for all keyboards, but the keyboard it names
     // lengthens the command.
@@ -150,78 +143,67 @@ TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
     // And what it read back where it could not open a keyboard.
     const std::size_t json = leftOut.rfind("{\"Keyboards", leftOut.find("\"Unopened\""));
     const std::string noAccess = leftOut.substr(json, leftOut.find("]}\nhidutil", json) + 3 - json);
-    const std::string imported = "Imported 1 mapping from " + exportFile;
     enum class Copy { None, LockedElsewhere, Silent };  // a copy of Keyvane that runs meanwhile
-    const struct {
+    struct Row {
         QStringList arguments;
         int status;
         std::string out{};  // the whole standard output
         std::string err{};  // the whole standard error, or its start where the row says so
         Calls calls{};
-        std::size_t listSize = 1;  // the stored list afterwards
+        std::string json = {};  // hidutil status --json; Caps Lock installed if empty
         bool installFails = false;
-        std::size_t stored = 1;  // Caps Lock -> Escape, so many times before the run
+        std::size_t listSize = 1;  // the stored list afterwards
+        std::size_t stored = 1;    // Caps Lock -> Escape, so many times before the run
         Copy copy = Copy::None;
         bool errStartsSo = false;  // the rest of `err` is the bus's own wording
-        std::string json = {};     // hidutil status --json; Caps Lock installed if empty
-    } rows[] = {
-        {{"--help"}, 0, CommandLine::usage, "", {}},
-        {{"--version"}, 0, "Keyvane " + bundle::shortVersion() + "\n", "", {}},
-        {{"--list"}, 0, "Keyboard: all keyboards\nCaps Lock -> Escape\n", "", {}},
+    };
+    const auto apply = [&](std::string out, std::string json, std::string err = "",
+                           Calls calls = {}, bool installFails = false) {
+        return Row{{"--apply"}, 1, out, err, calls.empty() ? installs : calls, json, installFails};
+    };
+    const auto fails = [](QStringList arguments, std::string err, std::size_t stored = 1) {
+        return Row{
+            std::move(arguments), 1, "", "keyvane: " + err + "\n", {}, "", false, stored, stored};
+    };
+    const auto tooMany = [](const std::string& path, const char* would, const char* most) {
+        return "cannot import " + path + ": your list would then have " + would +
+               " mappings, but one installation can carry at most " + most +
+               ". Your list is unchanged.";
+    };
+    const auto usage = [](QStringList arguments, const std::string& reason) {
+        return Row{std::move(arguments), 2, "", "keyvane: " + reason + "\n\n" + CommandLine::usage};
+    };
+    const std::string now1 = "; the list now has 1 mapping.\n" + installed(1);
+    const Row rows[] = {
+        {{"--help"}, 0, CommandLine::usage},
+        {{"--version"}, 0, "Keyvane " + bundle::shortVersion() + "\n"},
+        {{"--list"}, 0, "Keyboard: all keyboards\nCaps Lock -> Escape\n"},
         {{"--apply"}, 0, installed(1), "", installs},
         // Only what took effect on a keyboard counts, and the cause is named where it is known.
-        {.arguments = {"--apply"},
-         .status = 1,
-         .out = "Caps Lock -> Escape: Installed on 2 keyboards\n",
-         .err = failed + "keyvane: " +
-                fillIn(MappingStatus::noAccessText, {"/dev/input/event9", "Permission denied"}) +
-                "\n",
-         .calls = installs,
-         .installFails = true,
-         .json = noAccess},
-        {.arguments = {"--apply"},
-         .status = 1,
-         .out = "Caps Lock -> Escape: Not installed\n",
-         .err = "keyvane: " + std::string(MappingStatus::noKeyboardText) + "\n",
-         .calls = installs,
-         .json = deskStatus(std::nullopt)},
-        {.arguments = {"--apply"},
-         .status = 1,
-         .out = "Caps Lock -> Escape: No keyboard has this key\n",
-         .calls = installs,
-         .json = deskStatus(State::Skipped)},
+        apply("Caps Lock -> Escape: Installed on 2 keyboards\n", noAccess,
+              failed + "keyvane: " +
+                  fillIn(MappingStatus::noAccessText, {"/dev/input/event9", "Permission denied"}) +
+                  "\n",
+              installs, true),
+        apply("Caps Lock -> Escape: Not installed\n", deskStatus(std::nullopt),
+              "keyvane: " + std::string(MappingStatus::noKeyboardText) + "\n"),
+        apply("Caps Lock -> Escape: No keyboard has this key\n", deskStatus(State::Skipped)),
         // Installed once more, and read again: still overridden on one of the keyboards.
-        {.arguments = {"--apply"},
-         .status = 1,
-         .out = "Caps Lock -> Escape: Overridden on Travel Keyboard, even after installing again\n",
-         .calls = {installs[0], installs[1], statusCall, installs[0], installs[1], statusCall},
-         .json = deskStatus(State::Installed, State::Overridden)},
+        apply("Caps Lock -> Escape: Overridden on Travel Keyboard, even after installing again\n",
+              deskStatus(State::Installed, State::Overridden), "", twice),
         {{"--restore"}, 0, "Every key Keyvane changed is as it was.\n", "", {installs[0]}},
         {{"--status"}, 3, statusOutput, "", {{"status"}}},
-        {{"--export", file},
-         0,
-         "Exported 1 mapping for all keyboards to " + exportFile + ".\n",
-         "",
-         {}},
-        {{"--export", "/none/m.json"},
-         1,
-         "",
-         "keyvane: cannot export to /none/m.json: there is no folder /none\n",
-         {}},
+        {{"--export", file}, 0, "Exported 1 mapping for all keyboards to " + exportFile + ".\n"},
+        fails({"--export", "/none/m.json"},
+              "cannot export to /none/m.json: there is no folder /none"),
         // Appending never doubles a mapping.
         {{"--import", file, "--append"},
          0,
          "Imported 0 mappings from " + exportFile +
-             ", after the ones you had, leaving out 1 mapping your list had already; the list now "
-             "has 1 mapping.\n" +
-             installed(1),
+             ", after the ones you had, leaving out 1 mapping your list had already" + now1,
          "",
          installs},
-        {{"--import", file},
-         0,
-         imported + "; the list now has 1 mapping.\n" + installed(1),
-         "",
-         installs},
+        {{"--import", file}, 0, "Imported 1 mapping from " + exportFile + now1, "", installs},
         // The most one command can carry, and not one more: nothing is even cleared.
         {{"--import", QString::fromStdString(fullForAll)},
          0,
@@ -229,24 +211,13 @@ TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
              installed(1379),
          "",
          installsCaps(1379),
-         1379},
-        {{"--import", QString::fromStdString(other), "--append"},
-         1,
          "",
-         "keyvane: cannot import " + other +
-             ": your list would then have 1,380 mappings, but one installation can carry at most "
-             "1,379. Your list is unchanged.\n",
-         {},
-         1379,
          false,
          1379},
-        {{"--import", QString::fromStdString(fullForOne)},
-         1,
-         "",
-         "keyvane: cannot import " + fullForOne +
-             ": your list would then have 1,379 mappings, but one installation can carry at most "
-             "1,378. Your list is unchanged.\n",
-         {}},
+        fails({"--import", QString::fromStdString(other), "--append"},
+              tooMany(other, "1,380", "1,379"), 1379),
+        fails({"--import", QString::fromStdString(fullForOne)},
+              tooMany(fullForOne, "1,379", "1,378")),
         // A copy that cannot be asked would save its own list over the import: nothing is done.
         {.arguments = {"--import", file},
          .status = 1,
@@ -257,35 +228,19 @@ TEST_F(CommandLineTest, EachOptionWorksWithoutADisplayAndBadOnesGetTheUsage) {
          .err = std::string("keyvane: ") + CommandLine::noAnswerText,
          .copy = Copy::Silent,
          .errStartsSo = true},
-        {{"--apply"},
-         1,
-         "",
-         "keyvane: Your list has 1,380 mappings, but one installation can carry at most 1,379. "
-         "Remove 1 mapping; until then the keys stay as they were installed before.\n",
-         {},
-         1380,
-         false,
-         1380},
+        fails({"--apply"},
+              "Your list has 1,380 mappings, but one installation can carry at most 1,379. Remove "
+              "1 mapping; until then the keys stay as they were installed before.",
+              1380),
         // This build's helper is not installed: said so, and nothing cleared or asked.
-        {{"--make-permanent"},
-         1,
-         "",
-         std::string("keyvane: ") + PermanentKeymap::notInstalledTitle + ". " +
-             fillIn(PermanentKeymap::notInstalledText, {bundle::permanentHelperPath()}) + "\n",
-         {}},
-        {{"--frobnicate"}, 2, "", usageError("unknown option \"--frobnicate\""), {}},
-        {{"--list", "--apply"},
-         2,
-         "",
-         usageError("give one option at a time, not both --list and --apply"),
-         {}},
-        {{"--export"}, 2, "", usageError("--export needs a file name"), {}},
-        {{"--import", "--append"}, 2, "", usageError("--import needs a file name"), {}},
-        {{"--apply", "--append"},
-         2,
-         "",
-         usageError("--append goes with --import FILE, not with --apply"),
-         {}},
+        fails({"--make-permanent"},
+              std::string(PermanentKeymap::notInstalledTitle) + ". " +
+                  fillIn(PermanentKeymap::notInstalledText, {bundle::permanentHelperPath()})),
+        usage({"--frobnicate"}, "unknown option \"--frobnicate\""),
+        usage({"--list", "--apply"}, "give one option at a time, not both --list and --apply"),
+        usage({"--export"}, "--export needs a file name"),
+        usage({"--import", "--append"}, "--import needs a file name"),
+        usage({"--apply", "--append"}, "--append goes with --import FILE, not with --apply"),
     };
     hidutil.setExitStatus("status", 3);
     for (const auto& row : rows) {
@@ -395,8 +350,7 @@ TEST_F(CommandLineTest, PermanentKeymapCommandsAskTheHelperAndOnlyEnterKeepsTheK
     std::ofstream(helper) << "stands in for the installed helper";
     const KeyMapping aToEscape = {
         {"original", "a"}, {"originalId", "04"}, {"remapped", "Escape"}, {"remappedId", "29"}};
-    const std::string aProperty =
-        R"({"UserKeyMapping" : [{"HIDKeyboardModifierMappingSrc" : 0x700000004, "HIDKeyboardModifierMappingDst" : 0x700000029}]})";
+    const std::string aProperty = testing::keyMappingProperty({{"04", "29"}});
     const std::string matching = R"({"ProductID": 0x27e})";
     const auto around = [](const std::vector<std::string>& pkexec, const std::string& property,
                            bool cleared, bool oneKeyboard = false) {
@@ -411,16 +365,17 @@ TEST_F(CommandLineTest, PermanentKeymapCommandsAskTheHelperAndOnlyEnterKeepsTheK
         return calls;
     };
     const std::vector<std::string> make = {"pkexec", helper, "make", capsLockProperty};
-    const std::string countdown = fillIn(PermanentKeymap::countdownText, {"20"}) + "\n";
-    const std::string asked =
-        fillIn(PermanentKeymap::makeText, {"1 mapping", "all keyboards", permanent::hwdbFile}) +
-        "\n\n" + PermanentKeymap::laterKeyboardsText + "\n\n" + countdown;
-    const std::string explained = asked + fillIn(PermanentKeymap::keepPrompt, {"20"}) + "\n";
+    // The question for 1 mapping, what it says of the keyboards' keys, the countdown's start.
+    const auto asking = [](const std::string& keyboards, const std::string& caution) {
+        return fillIn(PermanentKeymap::makeText, {"1 mapping", keyboards, permanent::hwdbFile}) +
+               "\n\n" + caution + "\n\n" + fillIn(PermanentKeymap::countdownText, {"20"}) + "\n";
+    };
+    const std::string keep = fillIn(PermanentKeymap::keepPrompt, {"20"}) + "\n";
+    const std::string asked = asking("all keyboards", PermanentKeymap::laterKeyboardsText);
+    const std::string explained = asked + keep;
     const std::string kept = std::string(PermanentKeymap::keptTitle) + ". " +
                              fillIn(PermanentKeymap::keptText, {permanent::hwdbFile}) + "\n";
-    const std::string reverted = std::string("keyvane: ") + PermanentKeymap::revertedTitle + ". " +
-                                 PermanentKeymap::revertedToNoneText + "\n";
-    const struct {
+    struct Row {
         CommandLine::Action action;
         std::string input;  // standard input, then its end; /dev/null when empty
         std::string out;    // the whole standard output
@@ -432,19 +387,32 @@ TEST_F(CommandLineTest, PermanentKeymapCommandsAskTheHelperAndOnlyEnterKeepsTheK
         const char* keyboard = allKeyboardsId;
         bool installed = true;
         bool throughPkexec = true;  // false: run directly, as by root
-    } rows[] = {
-        {CommandLine::Action::MakePermanent, "", explained, reverted,
-         around(make, capsLockProperty, true)},
-        {CommandLine::Action::MakePermanent, "no\n", explained, reverted,
-         around(make, capsLockProperty, true)},
-        {CommandLine::Action::MakePermanent, "\n", explained + kept, "",
-         around(make, capsLockProperty, true), 0},
+    };
+    const auto makes = [&](std::string input, std::string out, std::string err, int status = 1,
+                           const char* mode = "") {
+        return Row{CommandLine::Action::MakePermanent,   input,  out, err,
+                   around(make, capsLockProperty, true), status, mode};
+    };
+    const auto said = [](const std::string& title, const std::string& text = "") {
+        return "keyvane: " + title + (text.empty() ? "" : ". " + text) + "\n";
+    };
+    const auto refuses = [](std::string err, std::vector<KeyMapping> list, bool installed) {
+        Row row{CommandLine::Action::MakePermanent, "\n", "", err, {}};
+        row.list = list;
+        row.installed = installed;
+        return row;
+    };
+    const std::string makeFailed = said(std::string(PermanentKeymap::makeFailedTitle) + ".");
+    const std::string reverted =
+        said(PermanentKeymap::revertedTitle, PermanentKeymap::revertedToNoneText);
+    const Row rows[] = {
+        makes("", explained, reverted),
+        makes("no\n", explained, reverted),
+        makes("\n", explained + kept, "", 0),
         {CommandLine::Action::MakePermanent,
          "\n",
-         fillIn(PermanentKeymap::makeText,
-                {"1 mapping", "the keyboard 0x27e", permanent::hwdbFile}) +
-             "\n\n" + fillIn(PermanentKeymap::passwordKeysText, {"a"}) + "\n\n" + countdown +
-             fillIn(PermanentKeymap::keepPrompt, {"20"}) + "\n" + kept,
+         asking("the keyboard 0x27e", fillIn(PermanentKeymap::passwordKeysText, {"a"})) + keep +
+             kept,
          "",
          around({"pkexec", helper, "make", aProperty, "--matching", matching}, aProperty, true,
                 true),
@@ -452,39 +420,19 @@ TEST_F(CommandLineTest, PermanentKeymapCommandsAskTheHelperAndOnlyEnterKeepsTheK
          "",
          {aToEscape},
          "0x27e"},
-        {CommandLine::Action::MakePermanent, "\n", asked,
-         "keyvane-permanent: /etc/udev/hwdb.d is read-only\nkeyvane: " +
-             std::string(PermanentKeymap::makeFailedTitle) + ".\n",
-         around(make, capsLockProperty, true), 1, "fail"},
-        {CommandLine::Action::MakePermanent, "\n", asked,
-         std::string("keyvane: ") + PermanentKeymap::dismissedTitle + ". " +
-             PermanentKeymap::dismissedText + "\n",
-         around(make, capsLockProperty, true), 1, "dismiss"},
-        {CommandLine::Action::MakePermanent,
-         "\n",
-         "",
-         std::string("keyvane: ") + PermanentKeymap::nothingToMakeText + "\n",
-         {},
-         1,
-         "",
-         {}},
-        {CommandLine::Action::MakePermanent,
-         "\n",
-         "",
-         std::string("keyvane: ") + PermanentKeymap::notInstalledTitle + ". " +
-             fillIn(PermanentKeymap::notInstalledText, {helper + ".missing"}) + "\n",
-         {},
-         1,
-         "",
-         {capsLockToEscape},
-         allKeyboardsId,
-         false},
+        makes("\n", asked, "keyvane-permanent: /etc/udev/hwdb.d is read-only\n" + makeFailed, 1,
+              "fail"),
+        makes("\n", asked, said(PermanentKeymap::dismissedTitle, PermanentKeymap::dismissedText), 1,
+              "dismiss"),
+        refuses(said(PermanentKeymap::nothingToMakeText), {}, true),
+        refuses(said(PermanentKeymap::notInstalledTitle,
+                     fillIn(PermanentKeymap::notInstalledText, {helper + ".missing"})),
+                {capsLockToEscape}, false),
         // Run directly, the stand-in is no program: the reason, then what it means.
         {CommandLine::Action::MakePermanent,
          "\n",
          asked,
-         helper + ": execvp: Permission denied\nkeyvane: " +
-             std::string(PermanentKeymap::makeFailedTitle) + ".\n",
+         helper + ": execvp: Permission denied\n" + makeFailed,
          {FakeHidutil::clearingCall(), FakeHidutil::clearingCall(),
           FakeHidutil::installCall(capsLockProperty)},
          1,

@@ -21,6 +21,7 @@
 #include "tests/support/FakeHidutil.h"
 #include "tests/support/FakeInputDeviceMonitor.h"
 #include "tests/support/HttpsTestServer.h"
+#include "tests/support/KeyMappingProperty.h"
 #include "tests/support/PrivateSessionBus.h"
 #include "ui/main/MainVC.h"
 
@@ -31,8 +32,7 @@ using testing::FakeHidutil;
 using Calls = std::vector<std::vector<std::string>>;
 using namespace std::chrono_literals;
 
-const std::string capsLockToEscape =
-    R"({"UserKeyMapping" : [{"HIDKeyboardModifierMappingSrc" : 0x700000039, "HIDKeyboardModifierMappingDst" : 0x700000029}]})";
+const std::string capsLockToEscape = testing::keyMappingProperty({{"39", "29"}});
 const std::vector<std::string> listCall = {"list", "-m", "keyboard"};
 const std::vector<std::string> statusCall = {"status", "--json"};
 

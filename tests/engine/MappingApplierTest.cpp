@@ -9,6 +9,7 @@
 #include "engine/MappingStore.h"
 #include "engine/ShellRunner.h"
 #include "tests/support/FakeHidutil.h"
+#include "tests/support/KeyMappingProperty.h"
 
 namespace keyvane {
 namespace {
@@ -20,22 +21,12 @@ KeyMapping record(const std::string& from, const std::string& to) {
     return {{"original", "from"}, {"originalId", from}, {"remapped", "to"}, {"remappedId", to}};
 }
 
-std::string entry(const std::string& from, const std::string& to) {
-    return R"({"HIDKeyboardModifierMappingSrc" : 0x7000000)" + from +
-           R"(, "HIDKeyboardModifierMappingDst" : 0x7000000)" + to + "}";
-}
-std::string property(const std::string& entries) {
-    return R"({"UserKeyMapping" : [)" + entries + "]}";
-}
 // Caps Lock -> Escape, `count` times.
 std::vector<KeyMapping> capsLocks(std::size_t count) {
     return std::vector<KeyMapping>(count, record("39", "29"));
 }
-std::string capsLockEntries(std::size_t count) {
-    std::string entries = entry("39", "29");
-    for (std::size_t i = 1; i < count; ++i)
-        entries += "," + entry("39", "29");
-    return entries;
+std::string capsLockProperty(std::size_t count) {
+    return testing::keyMappingProperty({count, {"39", "29"}});
 }
 
 // An alert as (title, text).
@@ -70,16 +61,15 @@ class MappingApplierTest : public ::testing::Test {
 // are shown in an alert, and the command still runs. A list longer than one command can carry is
 // refused before the clearing, so that the keys keep what they had.
 TEST_F(MappingApplierTest, EachListInstallsWithOneExactCommandAfterClearing) {
-    const std::string two = property(entry("39", "29") + "," + entry("e3", "e7"));
+    const std::string two = testing::keyMappingProperty({{"39", "29"}, {"e3", "e7"}});
     const std::vector<std::string> twoOnOne = {
-        "property", "--set", property(entry("39", "29") + "," + entry("39", "00")), "--matching",
-        R"({"ProductID": 0x27e})"};
+        "property", "--set", testing::keyMappingProperty({{"39", "29"}, {"39", "00"}}),
+        "--matching", R"({"ProductID": 0x27e})"};
     // A product id lengthens the command, so that it carries one mapping less.
     EXPECT_EQ(MappingApplier::maximumMappings(std::nullopt), 1379u);
     EXPECT_EQ(MappingApplier::maximumMappings("0x27e"), 1378u);
-    const std::vector<std::string> fullOnOne = {"property", "--set",
-                                                property(capsLockEntries(1378)), "--matching",
-                                                R"({"ProductID": 0x27e})"};
+    const std::vector<std::string> fullOnOne = {"property", "--set", capsLockProperty(1378),
+                                                "--matching", R"({"ProductID": 0x27e})"};
     const auto install = FakeHidutil::installCall;
     const auto tooMany = [](const std::string& has, const std::string& most) {
         return Alert{"Too many mappings to install",
@@ -98,9 +88,15 @@ TEST_F(MappingApplierTest, EachListInstallsWithOneExactCommandAfterClearing) {
         {{{{"original", "a"}, {"originalId", "04"}}}, nullptr, {}, {}},
         {{{}}, nullptr, {}, {}},
         {{record("39", "29"), record("e3", "e7")}, nullptr, {install(two)}, {}},
-        {{record("", "29")}, nullptr, {install(property(entry("", "29")))}, {blankIdAlert}},
-        {{record("39", "")}, nullptr, {install(property(entry("39", "")))}, {blankIdAlert}},
-        {capsLocks(1379), nullptr, {install(property(capsLockEntries(1379)))}, {}},
+        {{record("", "29")},
+         nullptr,
+         {install(testing::keyMappingProperty({{"", "29"}}))},
+         {blankIdAlert}},
+        {{record("39", "")},
+         nullptr,
+         {install(testing::keyMappingProperty({{"39", ""}}))},
+         {blankIdAlert}},
+        {capsLocks(1379), nullptr, {install(capsLockProperty(1379))}, {}},
         {capsLocks(1380), nullptr, {}, {tooMany("1,380", "1,379")}, true},
         {{record("39", "29"), record("e3", "e7")}, allKeyboardsId, {install(two)}, {}},
         {{record("39", "29"), record("39", "00")}, "0x27e", {twoOnOne}, {}},

@@ -39,29 +39,21 @@ TEST(PermanentFile, MatchesTheGoldenFiles) {
         std::vector<Entry> list;
         bool allKeyboards;
     };
+    const auto desk = [] { return named(hidKeyboard(0x4444, 1), "Desk Keyboard"); };
+    const auto at = [](int n) { return named(atKeyboard(n), "AT Translated Set 2 keyboard"); };
     const std::vector<Case> cases = {
-        {"one-keyboard.hwdb",
-         {named(hidKeyboard(0x4444, 1), "Desk Keyboard")},
-         {{"39", "29"}, {"04", "05"}},
-         false},
+        {"one-keyboard.hwdb", {desk()}, {{"39", "29"}, {"04", "05"}}, false},
         {"all-keyboards.hwdb",
-         {named(hidKeyboard(0x4444, 1), "Desk Keyboard"), named(hidKeyboard(0x0c31, 2), "Travel"),
-          named(hidKeyboard(0x4444, 3), "Desk Keyboard, the second"),
-          named(atKeyboard(4), "AT Translated Set 2 keyboard")},
+         {desk(), named(hidKeyboard(0x0c31, 2), "Travel"),
+          named(hidKeyboard(0x4444, 3), "Desk Keyboard, the second"), at(4)},
          {{"39", "29"}},
          true},
-        {"at-keyboard.hwdb",
-         {named(atKeyboard(1), "AT Translated Set 2 keyboard")},
-         {{"39", "e0"}, {"e3", "e2"}, {"4c", "2a"}},
-         false},
-        {"disable-key.hwdb",
-         {named(hidKeyboard(0x4444, 1), "Desk Keyboard")},
-         {{"39", "00"}, {"46", "00"}},
-         false},
+        {"at-keyboard.hwdb", {at(1)}, {{"39", "e0"}, {"e3", "e2"}, {"4c", "2a"}}, false},
+        {"disable-key.hwdb", {desk()}, {{"39", "00"}, {"46", "00"}}, false},
         // Return is "enter", Delete "backspace", ` "grave", the ISO key "102nd", Right Option
         // "rightalt", and a usage without a key of its own "unknown".
         {"kernel-names.hwdb",
-         {named(hidKeyboard(0x4444, 1), "Desk Keyboard")},
+         {desk()},
          {{"28", "2a"}, {"35", "64"}, {"e6", "28"}, {"39", "82"}, {"2a", "e6"}},
          false},
     };

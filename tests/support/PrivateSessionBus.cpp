@@ -5,6 +5,7 @@
 #include <stdlib.h>
 
 #include <stdexcept>
+#include <tuple>
 
 namespace keyvane::testing {
 namespace {
@@ -21,15 +22,21 @@ std::string readLine(FILE* in) {
 
 }  // namespace
 
+std::pair<std::string, pid_t> startDbusDaemon(const std::string& options) {
+    FILE* daemon = ::popen(
+        ("dbus-daemon " + options + " --fork --print-address=1 --print-pid=1").c_str(), "r");
+    if (!daemon)
+        throw std::runtime_error("cannot run dbus-daemon");
+    std::string address = readLine(daemon);
+    const auto pid = static_cast<pid_t>(std::stol(readLine(daemon)));
+    ::pclose(daemon);
+    return {address, pid};
+}
+
 PrivateSessionBus::PrivateSessionBus() {
     if (const char* saved = ::getenv("DBUS_SESSION_BUS_ADDRESS"))
         savedAddress_ = saved;
-    FILE* daemon = ::popen("dbus-daemon --session --fork --print-address=1 --print-pid=1", "r");
-    if (!daemon)
-        throw std::runtime_error("cannot run dbus-daemon");
-    address_ = readLine(daemon);
-    daemon_ = static_cast<pid_t>(std::stol(readLine(daemon)));
-    ::pclose(daemon);
+    std::tie(address_, daemon_) = startDbusDaemon("--session");
     ::setenv("DBUS_SESSION_BUS_ADDRESS", address_.c_str(), 1);
 }
 

@@ -3,8 +3,12 @@
 #include <sys/types.h>
 
 #include <string>
+#include <utility>
 
 namespace keyvane::testing {
+
+// Starts a dbus-daemon with these options; it answers once it listens, with its address and pid.
+std::pair<std::string, pid_t> startDbusDaemon(const std::string& options);
 
 // A session bus of its own (a dbus-daemon started for the object's life) that this process and
 // the programs it starts use, so that names claimed in one test never meet another test or the

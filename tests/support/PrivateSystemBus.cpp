@@ -1,19 +1,18 @@
 #include "tests/support/PrivateSystemBus.h"
 
+#include <poll.h>
 #include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
-#include <chrono>
 #include <fstream>
-#include <stdexcept>
+#include <tuple>
 
-extern char** environ;
+#include "tests/support/PrivateSessionBus.h"
 
 namespace keyvane::testing {
 namespace {
 
-constexpr auto startDeadline = std::chrono::seconds(30);
 constexpr std::uint64_t waitUs = 50'000;
 
 int checkAuthorization(sd_bus_message* call, void* self, sd_bus_error*) {
@@ -36,30 +35,22 @@ int checkAuthorization(sd_bus_message* call, void* self, sd_bus_error*) {
 }  // namespace
 
 PrivateSystemBus::PrivateSystemBus(const std::filesystem::path& folder) {
-    const std::filesystem::path config = folder / "bus.conf", socket = folder / "system_bus_socket";
-    address_ = "unix:path=" + socket.string();
-    std::ofstream(config) << "<busconfig><type>system</type><listen>" << address_
+    const std::filesystem::path config = folder / "bus.conf";
+    std::ofstream(config) << "<busconfig><type>system</type><listen>unix:path="
+                          << (folder / "system_bus_socket").string()
                           << "</listen><auth>EXTERNAL</auth><policy context=\"default\">"
                              "<allow user=\"*\"/><allow own=\"*\"/>"
                              "<allow send_destination=\"*\"/><allow receive_sender=\"*\"/>"
                              "</policy></busconfig>";
-    std::string configArg = "--config-file=" + config.string();
-    char* argv[] = {const_cast<char*>("dbus-daemon"), configArg.data(),
-                    const_cast<char*>("--nofork"), nullptr};
-    if (posix_spawnp(&daemon_, "dbus-daemon", nullptr, nullptr, argv, environ) != 0)
-        throw std::runtime_error("cannot start dbus-daemon");
-    // The daemon listens once its socket exists.
-    const auto deadline = std::chrono::steady_clock::now() + startDeadline;
-    while (!std::filesystem::exists(socket)) {
-        if (std::chrono::steady_clock::now() > deadline)
-            throw std::runtime_error("dbus-daemon made no socket");
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
+    std::tie(address_, daemon_) = startDbusDaemon("--config-file=" + config.string());
 }
 
+// The daemon removes its socket as it ends, which must be over before its folder goes.
 PrivateSystemBus::~PrivateSystemBus() {
+    pollfd exited{static_cast<int>(::syscall(SYS_pidfd_open, daemon_, 0)), POLLIN, 0};
     ::kill(daemon_, SIGTERM);
-    ::waitpid(daemon_, nullptr, 0);
+    ::poll(&exited, 1, -1);
+    ::close(exited.fd);
 }
 
 BusThread::BusThread(const std::string& address, const std::function<void(sd_bus*)>& setUp) {

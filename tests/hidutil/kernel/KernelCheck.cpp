@@ -3,7 +3,6 @@
 // report. Each check prints a marker line on the console, which the host reads.
 #include <fcntl.h>
 #include <linux/input.h>
-#include <signal.h>
 #include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -33,9 +32,9 @@ const char* stateFolder = "/home/user/.local/state/keyvane";
 
 using guest::Result;
 
-Result run(std::vector<std::string> args, const std::vector<std::string>& environment = {}) {
+Result run(std::vector<std::string> args) {
     args.insert(args.begin(), hidutil);
-    return guest::run(args, 0, environment);
+    return guest::run(args);
 }
 
 // Whether the listing has a line for the keyboard named name with its product id and transport,
@@ -171,8 +170,7 @@ int main(int argc, char** argv) {
     check(keymapOf(nodeA) == hidDefault && keymapOf(nodeAt) == atDefault,
           "keyboard A and the AT keyboard: whole keymaps back to the default");
 
-    // A remap made beforehand (as hwdb does) is no default to go back to: clearing keeps it, and an
-    // install over it and a clear give it back.
+    // A remap made beforehand (as hwdb does) is no default to go back to: clearing keeps it.
     remap(nodeA, 0x70039, KEY_LEFTCTRL);
     remap(nodeAt, 0x3a, KEY_LEFTCTRL);
     const auto hidBefore = keymapOf(nodeA), atBefore = keymapOf(nodeAt);
@@ -181,31 +179,13 @@ int main(int argc, char** argv) {
     };
     set(clear);
     check(restored(), "a remap made beforehand survives clearing");
-    check(set(mapping({{"39", "29"}, {"04", "05"}})).installed(),
-          "an install over the remapped key");
-    check(a.pressesOf(0x39) == std::vector<int>{KEY_ESC}, "keyboard A: Caps Lock gives Escape");
-    set(clear);
-    check(restored(), "clearing puts the remap made beforehand back, not the default");
 
-    // A logout empties XDG_RUNTIME_DIR; the next launch clears and installs, the user clears.
-    check(set(swap).installed() && a.pressesOf(0x04) == std::vector<int>{KEY_B},
-          "keyboard A: a gives b");
-    for (const auto& file : std::filesystem::directory_iterator("/run/user/0"))
-        std::filesystem::remove_all(file.path());
-    for (const auto& list : {clear, swap, clear})
-        set(list);
-    check(restored(), "after a logout, AT and HID keyboards are restored exactly");
-
-    // A node whose device is gone, and a blank entry beside a valid one: notes, not failures.
+    // A node whose device is gone: a note, not a failure.
     ::mknod("/dev/input/event99", S_IFCHR | 0600, makedev(13, 95));
     const Result stale = set(mapping({{"39", "29"}}));
     check(stale.installed() && stale.says("/dev/input/event99: its device is gone"),
           "a stale node does not fail the install");
     ::unlink("/dev/input/event99");
-    const Result blank = set(mapping({{"", "29"}, {"39", "29"}}));
-    check(blank.installed() && blank.says("skipping the mapping 0x7000000 -> 0x700000029"),
-          "a blank entry is skipped and the valid one installed");
-    check(b.pressesOf(0x39) == std::vector<int>{KEY_ESC}, "keyboard B: Caps Lock gives Escape");
 
     // A keyboard whose descriptor stops at usage 0x65 has no Mute key.
     UhidKeyboard c;
@@ -216,41 +196,25 @@ int main(int argc, char** argv) {
     check(c.pressesOf(0x39) == std::vector<int>{KEY_ESC}, "keyboard C: Caps Lock gives Escape");
     check(a.pressesOf(0x7f) == std::vector<int>{KEY_ESC}, "keyboard A: Mute gives Escape");
 
-    // Status reads back from the kernel what became of each entry: installed, skipped on the
-    // keyboard without Mute, and overridden once a key is changed by ioctl, until installed again.
-    // Under each keyboard's line come its entries, then the keys hidutil set; B follows A, and C,
-    // made last, comes last.
-    const std::string onA = a.name + "\nmapping 0x700000039 0x700000029 ";
-    const std::string bothOnA = onA +
-                                "installed\nmapping 0x70000007f 0x700000029 installed\n"
-                                "key 0x70039 esc keyvane\nkey 0x7007f esc keyvane\nkeyboard ";
+    // Status reads back from the kernel what became of each entry: installed, or skipped on the
+    // keyboard without Mute (overridden: checkKeysChangedByOthers). Under each keyboard's line come
+    // its entries, then the keys hidutil set; B follows A, and C, made last, comes last.
     const Result status = run({"status"});
-    check(status.status == 0 && status.says(bothOnA) &&
-              status.out.ends_with(c.name + "\nmapping 0x700000039 0x700000029 installed\n"
-                                            "mapping 0x70000007f 0x700000029 skipped\n"
-                                            "key 0x70039 esc keyvane\n"),
-          "status: both entries installed on keyboard A, Mute skipped on keyboard C");
-    remap(nodeA, 0x70039, KEY_LEFTALT);
-    const Result overridden = run({"status"});
-    check(overridden.status == 3 && overridden.says(onA + "overridden\n"),
-          "status: an entry changed by ioctl after the install is overridden");
-    check(set(mapping({{"39", "29"}, {"7f", "29"}})).installed() && run({"status"}).says(bothOnA),
-          "status: installed again after a new install");
+    check(
+        status.status == 0 &&
+            status.says(a.name + "\nmapping 0x700000039 0x700000029 installed\nmapping 0x70000007f "
+                                 "0x700000029 installed\nkey 0x70039 esc keyvane\nkey 0x7007f esc "
+                                 "keyvane\nkeyboard ") &&
+            status.out.ends_with(c.name + "\nmapping 0x700000039 0x700000029 installed\n"
+                                          "mapping 0x70000007f 0x700000029 skipped\n"
+                                          "key 0x70039 esc keyvane\n"),
+        "status: both entries installed on keyboard A, Mute skipped on keyboard C");
     ::close(c.event);
     ::close(c.fd);  // unplugged: its record is of no use any more
     guest::waitFor([&] { return !std::filesystem::exists(c.node); });
     set(clear);
-    check(keymapRecords() == 0 && keymapOf(nodeA).at(0x70039) == KEY_LEFTALT,
-          "no record is left, not even of the keyboard unplugged, and the clear left Caps Lock "
-          "as the other program set it after the install");
-    remap(nodeA, 0x70039, KEY_LEFTCTRL);
-
-    // Killed right after its first key change, an install is undone by the next clear.
-    const Result killed = run({"property", "--set", swap}, {"KEYVANE_TEST_KILL_AFTER_CHANGES=1"});
-    check(killed.status == -SIGKILL && keymapOf(nodeAt) != atBefore,
-          "install killed after one change");
-    set(clear);
-    check(restored(), "the next clear undoes the killed install");
+    check(keymapRecords() == 0 && restored(),
+          "no record is left, not even of the keyboard unplugged, and the clear restored A and AT");
 
     checkKeysChangedByOthers(a, b);
     checkFullDisk(a);

@@ -1,5 +1,5 @@
-// Linked into the kernel test's hidutil only (ld --wrap=ioctl), never into the shipped one: with
-// KEYVANE_TEST_KILL_AFTER_CHANGES=N the process is killed (SIGKILL, as by a crash or the
+// Linked into the kernel test's keymap service only (ld --wrap=ioctl), never into the shipped one:
+// with KEYVANE_TEST_KILL_AFTER_CHANGES=N the process is killed (SIGKILL, as by a crash or the
 // out-of-memory killer) right after its Nth key change.
 #include <linux/input.h>
 #include <signal.h>

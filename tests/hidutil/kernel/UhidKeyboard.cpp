@@ -183,12 +183,3 @@ std::vector<int> UhidKeyboard::pressesOf(unsigned usage) const {
         presses.push_back(-1);
     return presses;
 }
-
-std::string mapping(std::initializer_list<std::pair<const char*, const char*>> entries) {
-    std::string text;
-    for (const auto& [src, dst] : entries)
-        text += std::string(text.empty() ? "" : ",") +
-                R"({"HIDKeyboardModifierMappingSrc" : 0x7000000)" + src +
-                R"(, "HIDKeyboardModifierMappingDst" : 0x7000000)" + dst + "}";
-    return R"({"UserKeyMapping" : [)" + text + "]}";
-}

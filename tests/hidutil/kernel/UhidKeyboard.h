@@ -1,9 +1,10 @@
 #pragma once
 
-#include <initializer_list>
 #include <map>
 #include <string>
 #include <vector>
+
+#include "tests/support/KeyMappingProperty.h"
 
 // Virtual HID devices made through /dev/uhid in the test guest, as the kernel sees a USB or
 // Bluetooth keyboard or mouse, with their event devices.
@@ -23,7 +24,7 @@ bool setKeycode(const std::string& node, unsigned scancode, unsigned keycode);
 
 // The property text the application composes, for (source, destination) keyboard usages as two hex
 // digits each.
-std::string mapping(std::initializer_list<std::pair<const char*, const char*>> entries);
+inline constexpr auto& mapping = keyvane::testing::keyMappingProperty;
 
 // A device made through /dev/uhid, which goes away with its descriptor of /dev/uhid, and its event
 // node.
