@@ -5,6 +5,7 @@
 
 #include <QCoreApplication>
 #include <QEventLoop>
+#include <QLocale>
 #include <QProcess>
 #include <cerrno>
 #include <chrono>
@@ -13,6 +14,7 @@
 #include <map>
 
 #include "app/CommandService.h"
+#include "app/Translation.h"
 #include "common/Log.h"
 #include "common/Text.h"
 #include "engine/MappingApplier.h"
@@ -378,6 +380,7 @@ int CommandLine::executePermanent(const Command& command, const Session& session
 
 int CommandLine::main(int argc, char** argv) {
     QCoreApplication application(argc, argv);
+    installTranslators(QLocale::system());
     bundle::appendProgramFolderToPath();
     std::string error;
     std::optional<Command> command = parse(std::vector<std::string>(argv + 1, argv + argc), error);

@@ -7,6 +7,7 @@
 #include "platform/Alert.h"
 #include "platform/Bundle.h"
 #include "platform/LoginItems.h"
+#include "platform/Translation.h"
 
 namespace keyvane {
 namespace {
@@ -27,7 +28,7 @@ void updateLoginItem() {
     if (LoginItems::setEnabled(bundle::launcherIdentifier, launcherExecutable(), enabled, error))
         return;
     warn(error);
-    showAlert(loginItemAlertText, loginItemAlertTitle, [] {});
+    showAlert(translated("LoginItem", loginItemAlertText), loginItemAlertTitle, [] {});
 }
 
 }  // namespace keyvane

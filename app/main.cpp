@@ -1,4 +1,5 @@
 #include <QApplication>
+#include <QLocale>
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
@@ -7,6 +8,7 @@
 
 #include "app/CommandLine.h"
 #include "app/Launch.h"
+#include "app/Translation.h"
 #include "common/Log.h"
 #include "common/Text.h"
 #include "platform/Bundle.h"
@@ -124,6 +126,7 @@ int main(int argc, char** argv) {
     qInstallMessageHandler(previousHandler);
     showDisplayMessages();
     QApplication::setApplicationName("Keyvane");
+    keyvane::installTranslators(QLocale::system());
     QApplication::setDesktopFileName(keyvane::bundle::appIdentifier);
     keyvane::bundle::appendProgramFolderToPath();
 

@@ -11,6 +11,7 @@
 #include "engine/MappingApplier.h"
 #include "engine/MappingStore.h"
 #include "platform/JsonText.h"
+#include "platform/Translation.h"
 
 namespace keyvane {
 namespace {
@@ -236,7 +237,8 @@ std::string MappingFile::adoptionProblem(const Reading& reading, Adoption how) {
     const std::size_t maximum = MappingApplier::maximumMappings(keyboardId);
     if (count <= maximum)
         return {};
-    return fillIn(tooManyProblem, {groupedDigits(count), groupedDigits(maximum)});
+    return fillIn(translated("MappingFile", tooManyProblem),
+                  {groupedDigits(count), groupedDigits(maximum)});
 }
 
 void MappingFile::adopt(const Reading& reading, Adoption how) {
@@ -259,7 +261,9 @@ std::string MappingFile::storedKeyboardId() {
 }
 
 std::string mappingsCount(std::size_t count) {
-    return groupedDigits(count) + (count == 1 ? " mapping" : " mappings");
+    const char* pattern = count == 1 ? QT_TRANSLATE_NOOP("MappingFile", "%1 mapping")
+                                     : QT_TRANSLATE_NOOP("MappingFile", "%1 mappings");
+    return fillIn(translated("MappingFile", pattern), {groupedDigits(count)});
 }
 
 }  // namespace keyvane

@@ -93,7 +93,7 @@ void KeyboardVC::viewDidLoad() {
 }
 
 void KeyboardVC::viewDidAppear() {
-    window_->setWindowTitle(windowTitle);
+    window_->setWindowTitle(tr(windowTitle));
     ui_->keyboardWView->setFocus();
 }
 
@@ -125,7 +125,7 @@ void KeyboardVC::handleKeyEvent(const KeyEvent& event) {
         showKey(ui_->srcKeyLbl, name);
         originalId_ = entry->usage;
         step_ = 1;
-        ui_->instructionLbl->setText(newKeyInstruction);
+        ui_->instructionLbl->setText(tr(newKeyInstruction));
         offerDisableKey(ui_->keyPopup, disableMenuItem_, true);
     } else {
         if (entry->usage == originalId_)

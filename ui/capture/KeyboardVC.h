@@ -22,9 +22,9 @@ namespace keyvane {
 class KeyboardVC : public QObject {
     Q_OBJECT
   public:
-    static constexpr const char* windowTitle = "Remap a key";
-    static constexpr const char* newKeyInstruction =
-        "Press the new key to remap the original key into (or pick from the below list)";
+    static constexpr const char* windowTitle = QT_TR_NOOP("Remap a key");
+    static constexpr const char* newKeyInstruction = QT_TR_NOOP(
+        "Press the new key to remap the original key into (or pick from the below list)");
     static constexpr int preferredWidth = 511;
     static constexpr int preferredHeight = 138;
 
