@@ -5,820 +5,827 @@
     <name>AddFromListsW</name>
     <message>
         <source>Add Mapping from Lists</source>
-        <translation type="unfinished"></translation>
+        <translation>Zuordnung aus Listen hinzufügen</translation>
     </message>
     <message>
         <source>&amp;Original key:</source>
-        <translation type="unfinished"></translation>
+        <translation>&amp;Originaltaste:</translation>
     </message>
     <message>
         <source>The key to remap</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Taste, die umbelegt wird</translation>
     </message>
     <message>
         <source>Original key</source>
-        <translation type="unfinished"></translation>
+        <translation>Originaltaste</translation>
     </message>
     <message>
         <source>The key to remap; the arrow keys open the list, and typing a name finds it there</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Taste, die umbelegt wird; die Pfeiltasten öffnen die Liste, und wer einen Namen tippt, findet ihn dort</translation>
     </message>
     <message>
         <source>&amp;New key:</source>
-        <translation type="unfinished"></translation>
+        <translation>&amp;Neue Taste:</translation>
     </message>
     <message>
         <source>The key it should produce, or Disable key</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Taste, die sie erzeugen soll, oder „Disable key“ (Taste abschalten)</translation>
     </message>
     <message>
         <source>New key</source>
-        <translation type="unfinished"></translation>
+        <translation>Neue Taste</translation>
     </message>
     <message>
         <source>The key it should produce, or Disable key; the arrow keys open the list, and typing a name finds it there</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Taste, die sie erzeugen soll, oder „Disable key“ (Taste abschalten); die Pfeiltasten öffnen die Liste, und wer einen Namen tippt, findet ihn dort</translation>
     </message>
     <message>
         <source>Close without adding a mapping (Escape)</source>
-        <translation type="unfinished"></translation>
+        <translation>Schließen, ohne eine Zuordnung hinzuzufügen (Esc)</translation>
     </message>
     <message>
         <source>Cancel</source>
-        <translation type="unfinished"></translation>
+        <translation>Abbrechen</translation>
     </message>
     <message>
         <source>Add this mapping and install it (Enter); both keys must be picked, and differ</source>
-        <translation type="unfinished"></translation>
+        <translation>Diese Zuordnung hinzufügen und installieren (Eingabe); beide Tasten müssen gewählt sein und sich unterscheiden</translation>
     </message>
     <message>
         <source>Add this mapping and install it; both keys must be picked, and differ</source>
-        <translation type="unfinished"></translation>
+        <translation>Diese Zuordnung hinzufügen und installieren; beide Tasten müssen gewählt sein und sich unterscheiden</translation>
     </message>
     <message>
         <source>Apply</source>
-        <translation type="unfinished"></translation>
+        <translation>Übernehmen</translation>
     </message>
 </context>
 <context>
     <name>KeyboardList</name>
     <message>
         <source>All keyboards</source>
-        <translation type="unfinished"></translation>
+        <translation>Alle Tastaturen</translation>
     </message>
     <message>
         <source>Keyboard %1</source>
-        <translation type="unfinished"></translation>
+        <translation>Tastatur %1</translation>
     </message>
 </context>
 <context>
     <name>KeyboardW</name>
     <message>
         <source>Remap a key</source>
-        <translation type="unfinished"></translation>
+        <translation>Eine Taste umbelegen</translation>
     </message>
     <message>
         <source>Press a key on your keyboard while this window is open</source>
-        <translation type="unfinished"></translation>
+        <translation>Drücken Sie eine Taste, solange dieses Fenster offen ist</translation>
     </message>
     <message>
         <source>Key capture area: press a key</source>
-        <translation type="unfinished"></translation>
+        <translation>Tastenerfassung: Drücken Sie eine Taste</translation>
     </message>
     <message>
         <source>Press the original key, then the key it should produce</source>
-        <translation type="unfinished"></translation>
+        <translation>Drücken Sie die Originaltaste, dann die Taste, die sie erzeugen soll</translation>
     </message>
     <message>
         <source>Original key</source>
-        <translation type="unfinished"></translation>
+        <translation>Originaltaste</translation>
     </message>
     <message>
         <source>→</source>
-        <translation type="unfinished"></translation>
+        <translation>→</translation>
     </message>
     <message>
         <source>New key</source>
-        <translation type="unfinished"></translation>
+        <translation>Neue Taste</translation>
     </message>
     <message>
         <source>Press the key to remap (or pick it from the list below)</source>
-        <translation type="unfinished"></translation>
+        <translation>Drücken Sie die Taste, die umbelegt werden soll (oder wählen Sie sie aus der Liste unten)</translation>
     </message>
     <message>
         <source>Pick a key that your keyboard does not have, or Disable key</source>
-        <translation type="unfinished"></translation>
+        <translation>Wählen Sie eine Taste, die Ihre Tastatur nicht hat, oder „Disable key“ (Taste abschalten)</translation>
     </message>
     <message>
         <source>Pick a key</source>
-        <translation type="unfinished"></translation>
+        <translation>Taste wählen</translation>
     </message>
     <message>
         <source>Close without adding a mapping</source>
-        <translation type="unfinished"></translation>
+        <translation>Schließen, ohne eine Zuordnung hinzuzufügen</translation>
     </message>
     <message>
         <source>Cancel</source>
-        <translation type="unfinished"></translation>
+        <translation>Abbrechen</translation>
     </message>
     <message>
         <source>Add this mapping and install it</source>
-        <translation type="unfinished"></translation>
+        <translation>Diese Zuordnung hinzufügen und installieren</translation>
     </message>
     <message>
         <source>Apply</source>
-        <translation type="unfinished"></translation>
+        <translation>Übernehmen</translation>
     </message>
 </context>
 <context>
     <name>LoginItem</name>
     <message>
         <source>Error setting apply at login value</source>
-        <translation type="unfinished"></translation>
+        <translation>Fehler beim Festlegen, ob die Zuordnungen bei der Anmeldung angewendet werden</translation>
     </message>
 </context>
 <context>
     <name>MainWindow</name>
     <message>
         <source>Keyvane</source>
-        <translation type="unfinished"></translation>
+        <translation>Keyvane</translation>
     </message>
     <message>
         <source>&lt;b&gt;Key mappings&lt;/b&gt;</source>
-        <translation type="unfinished"></translation>
+        <translation>&lt;b&gt;Tastenzuordnungen&lt;/b&gt;</translation>
     </message>
     <message>
         <source>Each row makes the original key produce the new key</source>
-        <translation type="unfinished"></translation>
+        <translation>Jede Zeile lässt die Originaltaste die neue Taste erzeugen</translation>
     </message>
     <message>
         <source>Key mappings</source>
-        <translation type="unfinished"></translation>
+        <translation>Tastenzuordnungen</translation>
     </message>
     <message>
         <source>No key is remapped yet.
 Click + to choose a key and the key it should produce.</source>
-        <translation type="unfinished"></translation>
+        <translation>Noch ist keine Taste umbelegt.
+Klicken Sie auf +, um eine Taste und die Taste zu wählen, die sie erzeugen soll.</translation>
     </message>
     <message>
         <source>Add a mapping, or remove the selected one</source>
-        <translation type="unfinished"></translation>
+        <translation>Eine Zuordnung hinzufügen oder die ausgewählte entfernen</translation>
     </message>
     <message>
         <source>Add or remove a mapping</source>
-        <translation type="unfinished"></translation>
+        <translation>Zuordnung hinzufügen oder entfernen</translation>
     </message>
     <message>
         <source>Apply &amp;to:</source>
-        <translation type="unfinished"></translation>
+        <translation>Anwenden &amp;auf:</translation>
     </message>
     <message>
         <source>The keyboard whose keys are remapped</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Tastatur, deren Tasten umbelegt werden</translation>
     </message>
     <message>
         <source>Install the mappings whenever you log in, without opening this window</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Zuordnungen bei jeder Anmeldung installieren, ohne dieses Fenster zu öffnen</translation>
     </message>
     <message>
         <source>Apply mappings at &amp;login</source>
-        <translation type="unfinished"></translation>
+        <translation>Zuordnungen bei der An&amp;meldung anwenden</translation>
     </message>
     <message>
         <source>Remove every mapping from the system and quit; your list is kept for next time</source>
-        <translation type="unfinished"></translation>
+        <translation>Alle Zuordnungen aus dem System entfernen und beenden; Ihre Liste bleibt für das nächste Mal erhalten</translation>
     </message>
     <message>
         <source>&amp;Quit and restore keys</source>
-        <translation type="unfinished"></translation>
+        <translation>&amp;Beenden und zurücksetzen</translation>
     </message>
     <message>
         <source>&amp;File</source>
-        <translation type="unfinished"></translation>
+        <translation>&amp;Datei</translation>
     </message>
     <message>
         <source>&amp;Edit</source>
-        <translation type="unfinished"></translation>
+        <translation>&amp;Bearbeiten</translation>
     </message>
     <message>
         <source>&amp;Import Mappings…</source>
-        <translation type="unfinished"></translation>
+        <translation>Zuordnungen &amp;importieren …</translation>
     </message>
     <message>
         <source>Add the mappings of a file to your list, or replace your list with them</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Zuordnungen einer Datei zu Ihrer Liste hinzufügen oder Ihre Liste durch sie ersetzen</translation>
     </message>
     <message>
         <source>Ctrl+I</source>
-        <translation type="unfinished"></translation>
+        <translation>Ctrl+I</translation>
     </message>
     <message>
         <source>&amp;Export Mappings…</source>
-        <translation type="unfinished"></translation>
+        <translation>Zuordnungen &amp;exportieren …</translation>
     </message>
     <message>
         <source>Save your mappings and the chosen keyboard in a file</source>
-        <translation type="unfinished"></translation>
+        <translation>Ihre Zuordnungen und die gewählte Tastatur in einer Datei speichern</translation>
     </message>
     <message>
         <source>Ctrl+E</source>
-        <translation type="unfinished"></translation>
+        <translation>Ctrl+E</translation>
     </message>
     <message>
         <source>Make &amp;Permanent…</source>
-        <translation type="unfinished"></translation>
+        <translation>&amp;Dauerhaft machen …</translation>
     </message>
     <message>
         <source>Write your list to udev&apos;s hwdb, so that it holds at the login screen, on the console and for every user</source>
-        <translation type="unfinished"></translation>
+        <translation>Ihre Liste in die hwdb von udev schreiben, damit sie auf dem Anmeldebildschirm, auf der Konsole und für alle Benutzer gilt</translation>
     </message>
     <message>
         <source>Remove Permanent &amp;Keymap</source>
-        <translation type="unfinished"></translation>
+        <translation>Dauerhafte &amp;Tastenbelegung entfernen</translation>
     </message>
     <message>
         <source>Give the login screen, the console and every user the keyboards&apos; own keys again</source>
-        <translation type="unfinished"></translation>
+        <translation>Dem Anmeldebildschirm, der Konsole und allen Benutzern wieder die eigenen Tasten der Tastaturen geben</translation>
     </message>
     <message>
         <source>&amp;Close Window</source>
-        <translation type="unfinished"></translation>
+        <translation>Fenster &amp;schließen</translation>
     </message>
     <message>
         <source>Close this window; Keyvane keeps your mappings installed in the background</source>
-        <translation type="unfinished"></translation>
+        <translation>Dieses Fenster schließen; Keyvane hält Ihre Zuordnungen im Hintergrund installiert</translation>
     </message>
     <message>
         <source>Ctrl+W</source>
-        <translation type="unfinished"></translation>
+        <translation>Ctrl+W</translation>
     </message>
     <message>
         <source>&amp;Quit</source>
-        <translation type="unfinished"></translation>
+        <translation>B&amp;eenden</translation>
     </message>
     <message>
         <source>Quit Keyvane and leave your mappings installed (the Quit and restore keys button removes them)</source>
-        <translation type="unfinished"></translation>
+        <translation>Keyvane beenden und Ihre Zuordnungen installiert lassen (der Knopf „Beenden und zurücksetzen“ entfernt sie)</translation>
     </message>
     <message>
         <source>Ctrl+Q</source>
-        <translation type="unfinished"></translation>
+        <translation>Ctrl+Q</translation>
     </message>
     <message>
         <source>&amp;Undo</source>
-        <translation type="unfinished"></translation>
+        <translation>&amp;Rückgängig</translation>
     </message>
     <message>
         <source>Take back the last change to your list or to Apply to, and install the list as it was</source>
-        <translation type="unfinished"></translation>
+        <translation>Die letzte Änderung an Ihrer Liste oder an „Anwenden auf“ zurücknehmen und die Liste installieren, wie sie war</translation>
     </message>
     <message>
         <source>Ctrl+Z</source>
-        <translation type="unfinished"></translation>
+        <translation>Ctrl+Z</translation>
     </message>
     <message>
         <source>Re&amp;do</source>
-        <translation type="unfinished"></translation>
+        <translation>&amp;Wiederholen</translation>
     </message>
     <message>
         <source>Make the change you took back again, and install the list</source>
-        <translation type="unfinished"></translation>
+        <translation>Die zurückgenommene Änderung wieder vornehmen und die Liste installieren</translation>
     </message>
     <message>
         <source>Ctrl+Shift+Z</source>
-        <translation type="unfinished"></translation>
+        <translation>Ctrl+Shift+Z</translation>
     </message>
     <message>
         <source>&amp;Add Mapping…</source>
-        <translation type="unfinished"></translation>
+        <translation>Zuordnung &amp;hinzufügen …</translation>
     </message>
     <message>
         <source>Choose a key and the key it should produce</source>
-        <translation type="unfinished"></translation>
+        <translation>Eine Taste und die Taste wählen, die sie erzeugen soll</translation>
     </message>
     <message>
         <source>Ctrl+N</source>
-        <translation type="unfinished"></translation>
+        <translation>Ctrl+N</translation>
     </message>
     <message>
         <source>Add Mapping from &amp;Lists…</source>
-        <translation type="unfinished"></translation>
+        <translation>Zuordnung aus &amp;Listen hinzufügen …</translation>
     </message>
     <message>
         <source>Pick both keys from lists, with the keyboard alone</source>
-        <translation type="unfinished"></translation>
+        <translation>Beide Tasten aus Listen wählen, allein mit der Tastatur</translation>
     </message>
     <message>
         <source>Ctrl+Shift+N</source>
-        <translation type="unfinished"></translation>
+        <translation>Ctrl+Shift+N</translation>
     </message>
     <message>
         <source>&amp;Remove Mapping</source>
-        <translation type="unfinished"></translation>
+        <translation>Zuordnung ent&amp;fernen</translation>
     </message>
     <message>
         <source>Remove the selected mapping</source>
-        <translation type="unfinished"></translation>
+        <translation>Die ausgewählte Zuordnung entfernen</translation>
     </message>
     <message>
         <source>Del</source>
-        <translation type="unfinished"></translation>
+        <translation>Del</translation>
     </message>
 </context>
 <context>
     <name>MappingApplier</name>
     <message>
         <source>Error applying mapping</source>
-        <translation type="unfinished"></translation>
+        <translation>Fehler beim Anwenden der Zuordnung</translation>
     </message>
     <message>
         <source>OriginalId or remappedId was blank, please remove all mappings and re-add them.</source>
-        <translation type="unfinished"></translation>
+        <translation>originalId oder remappedId war leer. Bitte entfernen Sie alle Zuordnungen und fügen Sie sie neu hinzu.</translation>
     </message>
     <message>
         <source>Too many mappings to install</source>
-        <translation type="unfinished"></translation>
+        <translation>Zu viele Zuordnungen zum Installieren</translation>
     </message>
     <message>
         <source>Your list has %1 mappings, but one installation can carry at most %2. Remove %3; until then the keys stay as they were installed before.</source>
-        <translation type="unfinished"></translation>
+        <translation>Ihre Liste hat %1 Zuordnungen, aber eine Installation kann höchstens %2 aufnehmen. Entfernen Sie %3; bis dahin bleiben die Tasten, wie sie zuvor installiert waren.</translation>
     </message>
     <message>
         <source>Unable to apply keyboard mappings</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Tastenzuordnungen können nicht angewendet werden</translation>
     </message>
     <message>
         <source>Unable to apply keyboard mappings. Most often this is because you are trying to apply mappings to an external USB keyboard which is no longer connected. Try applying the mappings to all keyboards instead.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Tastenzuordnungen können nicht angewendet werden. Meist liegt das daran, dass Sie Zuordnungen auf eine externe USB-Tastatur anwenden wollen, die nicht mehr angeschlossen ist. Wenden Sie die Zuordnungen stattdessen auf alle Tastaturen an.</translation>
     </message>
 </context>
 <context>
     <name>MappingFile</name>
     <message>
         <source>%1 mapping</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 Zuordnung</translation>
     </message>
     <message>
         <source>%1 mappings</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 Zuordnungen</translation>
     </message>
     <message>
         <source>your list would then have %1 mappings, but one installation can carry at most %2</source>
-        <translation type="unfinished"></translation>
+        <translation>Ihre Liste hätte dann %1 Zuordnungen, aber eine Installation kann höchstens %2 aufnehmen</translation>
     </message>
 </context>
 <context>
     <name>MappingFileDialogs</name>
     <message>
         <source>The mappings could not be exported</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Zuordnungen konnten nicht exportiert werden</translation>
     </message>
     <message>
         <source>This file cannot be imported</source>
-        <translation type="unfinished"></translation>
+        <translation>Diese Datei kann nicht importiert werden</translation>
     </message>
     <message>
         <source>Your list is unchanged.</source>
-        <translation type="unfinished"></translation>
+        <translation>Ihre Liste ist unverändert.</translation>
     </message>
     <message>
         <source>These mappings cannot be used and are left out:</source>
-        <translation type="unfinished"></translation>
+        <translation>Diese Zuordnungen sind nicht verwendbar und werden ausgelassen:</translation>
     </message>
     <message>
         <source>Already in your list, so not added again: %1.</source>
-        <translation type="unfinished"></translation>
+        <translation>Schon in Ihrer Liste und daher nicht noch einmal hinzugefügt: %1.</translation>
     </message>
     <message>
         <source>Add the %1 after the %2 you have, or replace your list with it?</source>
-        <translation type="unfinished"></translation>
+        <translation>Die %1 nach Ihren %2 anfügen oder Ihre Liste durch sie ersetzen?</translation>
     </message>
     <message>
         <source>Add the %1 after the %2 you have, or replace your list with them?</source>
-        <translation type="unfinished"></translation>
+        <translation>Die %1 nach Ihren %2 anfügen oder Ihre Liste durch sie ersetzen?</translation>
     </message>
     <message>
         <source>Add the %1 after the %2 you have, or replace your list and the chosen keyboard with it?</source>
-        <translation type="unfinished"></translation>
+        <translation>Die %1 nach Ihren %2 anfügen oder Ihre Liste und die gewählte Tastatur durch sie ersetzen?</translation>
     </message>
     <message>
         <source>Add the %1 after the %2 you have, or replace your list and the chosen keyboard with them?</source>
-        <translation type="unfinished"></translation>
+        <translation>Die %1 nach Ihren %2 anfügen oder Ihre Liste und die gewählte Tastatur durch sie ersetzen?</translation>
     </message>
     <message>
         <source>Import %1?</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 importieren?</translation>
     </message>
     <message>
         <source>Add to My List</source>
-        <translation type="unfinished"></translation>
+        <translation>Zu meiner Liste hinzufügen</translation>
     </message>
     <message>
         <source>Replace My List</source>
-        <translation type="unfinished"></translation>
+        <translation>Meine Liste ersetzen</translation>
     </message>
     <message>
         <source>Cancel</source>
-        <translation type="unfinished"></translation>
+        <translation>Abbrechen</translation>
     </message>
     <message>
         <source>Keyvane mappings (*.json);;All files (*)</source>
-        <translation type="unfinished"></translation>
+        <translation>Keyvane-Zuordnungen (*.json);;Alle Dateien (*)</translation>
     </message>
 </context>
 <context>
     <name>MappingStatus</name>
     <message>
         <source>Cannot be installed</source>
-        <translation type="unfinished"></translation>
+        <translation>Nicht installierbar</translation>
     </message>
     <message>
         <source>Overridden on %1, even after installing again</source>
-        <translation type="unfinished"></translation>
+        <translation>Überschrieben auf %1, auch nach erneutem Installieren</translation>
     </message>
     <message>
         <source>Overridden on %1, installed again</source>
-        <translation type="unfinished"></translation>
+        <translation>Überschrieben auf %1, erneut installiert</translation>
     </message>
     <message>
         <source>Installed on %1 of %2 keyboards</source>
-        <translation type="unfinished"></translation>
+        <translation>Installiert auf %1 von %2 Tastaturen</translation>
     </message>
     <message>
         <source>Installed on 1 keyboard</source>
-        <translation type="unfinished"></translation>
+        <translation>Installiert auf 1 Tastatur</translation>
     </message>
     <message>
         <source>Installed on %1 keyboards</source>
-        <translation type="unfinished"></translation>
+        <translation>Installiert auf %1 Tastaturen</translation>
     </message>
     <message>
         <source>Permanent</source>
-        <translation type="unfinished"></translation>
+        <translation>Dauerhaft</translation>
     </message>
     <message>
         <source>No keyboard has this key</source>
-        <translation type="unfinished"></translation>
+        <translation>Keine Tastatur hat diese Taste</translation>
     </message>
     <message>
         <source>Not installed</source>
-        <translation type="unfinished"></translation>
+        <translation>Nicht installiert</translation>
     </message>
     <message>
         <source>Replaced by row %1</source>
-        <translation type="unfinished"></translation>
+        <translation>Ersetzt durch Zeile %1</translation>
     </message>
     <message>
         <source>Keyvane has no access to your keyboards (%1: %2), so it cannot install your mappings. Add yourself to the group input (sudo usermod -aG input $USER), then log out and in again.</source>
-        <translation type="unfinished"></translation>
+        <translation>Keyvane hat keinen Zugriff auf Ihre Tastaturen (%1: %2) und kann Ihre Zuordnungen daher nicht installieren. Fügen Sie sich der Gruppe input hinzu (sudo usermod -aG input $USER), melden Sie sich dann ab und wieder an.</translation>
     </message>
     <message>
         <source>Keyvane cannot open %1 (%2), which may be a keyboard, so it cannot install your mappings. Unplug that device and plug it in again, or restart.</source>
-        <translation type="unfinished"></translation>
+        <translation>Keyvane kann %1 (%2) nicht öffnen, womöglich eine Tastatur, und Ihre Zuordnungen daher nicht installieren. Ziehen Sie dieses Gerät ab und stecken Sie es wieder ein, oder starten Sie neu.</translation>
     </message>
     <message>
         <source>No keyboard is connected, so no mapping is installed. Plug one in: Keyvane installs your mappings on it at once.</source>
-        <translation type="unfinished"></translation>
+        <translation>Keine Tastatur ist angeschlossen, daher ist keine Zuordnung installiert. Schließen Sie eine an: Keyvane installiert Ihre Zuordnungen sofort darauf.</translation>
     </message>
     <message>
         <source>The keyboard chosen in Apply to (product id %1) is not connected, so no mapping is installed. Plug it in, or choose All keyboards.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die unter „Anwenden auf“ gewählte Tastatur (Produkt-ID %1) ist nicht angeschlossen, daher ist keine Zuordnung installiert. Schließen Sie sie an, oder wählen Sie „Alle Tastaturen“.</translation>
     </message>
 </context>
 <context>
     <name>PermanentKeymap</name>
     <message>
         <source>Nothing to make permanent</source>
-        <translation type="unfinished"></translation>
+        <translation>Nichts dauerhaft zu machen</translation>
     </message>
     <message>
         <source>Your list has no mappings. To remove a permanent keymap, choose File &gt; Remove Permanent Keymap (or run keyvane --remove-permanent).</source>
-        <translation type="unfinished"></translation>
+        <translation>Ihre Liste hat keine Zuordnungen. Um eine dauerhafte Tastenbelegung zu entfernen, wählen Sie Datei &gt; Dauerhafte Tastenbelegung entfernen (oder rufen Sie keyvane --remove-permanent auf).</translation>
     </message>
     <message>
         <source>The permanent keymap needs Keyvane installed</source>
-        <translation type="unfinished"></translation>
+        <translation>Die dauerhafte Tastenbelegung braucht ein installiertes Keyvane</translation>
     </message>
     <message>
         <source>The helper that writes the permanent keymap, %1, is not there, as when Keyvane runs from its build folder. Install Keyvane (its Debian package, or cmake --install) and try again. Nothing was changed.</source>
-        <translation type="unfinished"></translation>
+        <translation>Das Hilfsprogramm, das die dauerhafte Tastenbelegung schreibt, %1, ist nicht vorhanden, wie wenn Keyvane aus seinem Build-Ordner läuft. Installieren Sie Keyvane (sein Debian-Paket oder cmake --install) und versuchen Sie es erneut. Nichts wurde geändert.</translation>
     </message>
     <message>
         <source>Make your keys permanent?</source>
-        <translation type="unfinished"></translation>
+        <translation>Ihre Tasten dauerhaft machen?</translation>
     </message>
     <message>
         <source>Your list of %1, for %2, is written to udev&apos;s hwdb and applies before anyone logs in: at the login screen, on the text console and for every user of this computer.
 File: %3</source>
-        <translation type="unfinished"></translation>
+        <translation>Ihre Liste mit %1, für %2, wird in die hwdb von udev geschrieben und gilt, bevor sich jemand anmeldet: auf dem Anmeldebildschirm, auf der Textkonsole und für alle Benutzer dieses Computers.
+Datei: %3</translation>
     </message>
     <message>
         <source>all keyboards</source>
-        <translation type="unfinished"></translation>
+        <translation>alle Tastaturen</translation>
     </message>
     <message>
         <source>the keyboard %1</source>
-        <translation type="unfinished"></translation>
+        <translation>die Tastatur %1</translation>
     </message>
     <message>
         <source>A keyboard first plugged in later is not covered until you make the list permanent again.</source>
-        <translation type="unfinished"></translation>
+        <translation>Eine Tastatur, die erst später angeschlossen wird, ist nicht erfasst, bis Sie die Liste erneut dauerhaft machen.</translation>
     </message>
     <message>
         <source>Careful: your list moves or disables keys you may type your password with: %1. The login screen and the text console will see those keys changed too, and so will the disk-encryption prompt where the initramfs carries udev&apos;s hwdb (Debian 12&apos;s does not).</source>
-        <translation type="unfinished"></translation>
+        <translation>Vorsicht: Ihre Liste verschiebt oder deaktiviert Tasten, mit denen Sie vielleicht Ihr Passwort eingeben: %1. Auch der Anmeldebildschirm und die Textkonsole sehen diese Tasten geändert, ebenso die Abfrage der Festplattenverschlüsselung, wo das initramfs die hwdb von udev enthält (das von Debian 12 enthält sie nicht).</translation>
     </message>
     <message>
         <source>Once the keys have changed, you have %1 seconds to keep them; otherwise they change back.</source>
-        <translation type="unfinished"></translation>
+        <translation>Sobald sich die Tasten geändert haben, haben Sie %1 Sekunden, um sie zu behalten; sonst werden sie zurückgeändert.</translation>
     </message>
     <message>
         <source>Make Permanent</source>
-        <translation type="unfinished"></translation>
+        <translation>Dauerhaft machen</translation>
     </message>
     <message>
         <source>Cancel</source>
-        <translation type="unfinished"></translation>
+        <translation>Abbrechen</translation>
     </message>
     <message>
         <source>Remove the permanent keymap?</source>
-        <translation type="unfinished"></translation>
+        <translation>Die dauerhafte Tastenbelegung entfernen?</translation>
     </message>
     <message>
         <source>The login screen, the console and every user get the keyboards&apos; own keys again. Your list stays, and Keyvane installs it for you as before.
 File to remove: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>Der Anmeldebildschirm, die Konsole und alle Benutzer bekommen wieder die eigenen Tasten der Tastaturen. Ihre Liste bleibt, und Keyvane installiert sie für Sie wie bisher.
+Zu entfernende Datei: %1</translation>
     </message>
     <message>
         <source>Remove</source>
-        <translation type="unfinished"></translation>
+        <translation>Entfernen</translation>
     </message>
     <message>
         <source>Keep these keys?</source>
-        <translation type="unfinished"></translation>
+        <translation>Diese Tasten behalten?</translation>
     </message>
     <message>
         <source>The keys change back in %1 seconds unless you keep them.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Tasten werden in %1 Sekunden zurückgeändert, wenn Sie sie nicht behalten.</translation>
     </message>
     <message>
         <source>Keep</source>
-        <translation type="unfinished"></translation>
+        <translation>Behalten</translation>
     </message>
     <message>
         <source>Change Back</source>
-        <translation type="unfinished"></translation>
+        <translation>Zurückändern</translation>
     </message>
     <message>
         <source>Keep these keys? Press Enter within %1 seconds to keep them; otherwise they change back.</source>
-        <translation type="unfinished"></translation>
+        <translation>Diese Tasten behalten? Drücken Sie innerhalb von %1 Sekunden die Eingabetaste, um sie zu behalten; sonst werden sie zurückgeändert.</translation>
     </message>
     <message>
         <source>Your keys are permanent</source>
-        <translation type="unfinished"></translation>
+        <translation>Ihre Tasten sind dauerhaft</translation>
     </message>
     <message>
         <source>Your list applies from the login screen on, for every user.
 File: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>Ihre Liste gilt ab dem Anmeldebildschirm, für alle Benutzer.
+Datei: %1</translation>
     </message>
     <message>
         <source>The keys changed back</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Tasten wurden zurückgeändert</translation>
     </message>
     <message>
         <source>The previous permanent keymap is back.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die vorige dauerhafte Tastenbelegung gilt wieder.</translation>
     </message>
     <message>
         <source>No permanent keymap is in place, as before.</source>
-        <translation type="unfinished"></translation>
+        <translation>Wie zuvor gilt keine dauerhafte Tastenbelegung.</translation>
     </message>
     <message>
         <source>The permanent keymap is removed</source>
-        <translation type="unfinished"></translation>
+        <translation>Die dauerhafte Tastenbelegung ist entfernt</translation>
     </message>
     <message>
         <source>Before anyone logs in, the keyboards have their own keys again.</source>
-        <translation type="unfinished"></translation>
+        <translation>Bevor sich jemand anmeldet, haben die Tastaturen wieder ihre eigenen Tasten.</translation>
     </message>
     <message>
         <source>Your keys could not be made permanent</source>
-        <translation type="unfinished"></translation>
+        <translation>Ihre Tasten konnten nicht dauerhaft gemacht werden</translation>
     </message>
     <message>
         <source>The permanent keymap could not be removed</source>
-        <translation type="unfinished"></translation>
+        <translation>Die dauerhafte Tastenbelegung konnte nicht entfernt werden</translation>
     </message>
     <message>
         <source>The helper ended with status %1.</source>
-        <translation type="unfinished"></translation>
+        <translation>Das Hilfsprogramm endete mit Status %1.</translation>
     </message>
     <message>
         <source>Nothing was changed</source>
-        <translation type="unfinished"></translation>
+        <translation>Nichts wurde geändert</translation>
     </message>
     <message>
         <source>The password was not given, so the helper did not run.</source>
-        <translation type="unfinished"></translation>
+        <translation>Das Passwort wurde nicht eingegeben, daher lief das Hilfsprogramm nicht.</translation>
     </message>
     <message>
         <source>You are not allowed to change the permanent keymap: it takes an administrator&apos;s password.</source>
-        <translation type="unfinished"></translation>
+        <translation>Sie dürfen die dauerhafte Tastenbelegung nicht ändern: Dafür ist das Passwort eines Administrators nötig.</translation>
     </message>
 </context>
 <context>
     <name>QObject</name>
     <message>
         <source>Pick a key…</source>
-        <translation type="unfinished"></translation>
+        <translation>Taste wählen …</translation>
     </message>
     <message>
         <source>Export Mappings</source>
-        <translation type="unfinished"></translation>
+        <translation>Zuordnungen exportieren</translation>
     </message>
     <message>
         <source>Import Mappings</source>
-        <translation type="unfinished"></translation>
+        <translation>Zuordnungen importieren</translation>
     </message>
 </context>
 <context>
     <name>SettingsAlerts</name>
     <message>
         <source>Your settings could not be read</source>
-        <translation type="unfinished"></translation>
+        <translation>Ihre Einstellungen konnten nicht gelesen werden</translation>
     </message>
     <message>
         <source>Keyvane could not read %1 (%2), so it started without your mappings and settings. The unreadable file was kept as %3.</source>
-        <translation type="unfinished"></translation>
+        <translation>Keyvane konnte %1 nicht lesen (%2) und ist daher ohne Ihre Zuordnungen und Einstellungen gestartet. Die unlesbare Datei wurde als %3 aufbewahrt.</translation>
     </message>
     <message>
         <source>Keyvane could not read %1 (%2), so it started without your mappings and settings. The file could not be moved aside either, so nothing will be saved until you move it away.</source>
-        <translation type="unfinished"></translation>
+        <translation>Keyvane konnte %1 nicht lesen (%2) und ist daher ohne Ihre Zuordnungen und Einstellungen gestartet. Die Datei ließ sich auch nicht beiseiteschieben, daher wird nichts gespeichert, bis Sie sie wegbewegen.</translation>
     </message>
     <message>
         <source>Keyvane could not read %1 (%2), so it started without your mappings and settings. It left that as it is and will not save over it while it runs, so what you change now lasts until Keyvane ends. Make sure it is a file you can read, then start Keyvane again.</source>
-        <translation type="unfinished"></translation>
+        <translation>Keyvane konnte %1 nicht lesen (%2) und ist daher ohne Ihre Zuordnungen und Einstellungen gestartet. Es hat sie so gelassen, wie sie ist, und speichert nicht darüber, solange es läuft; was Sie jetzt ändern, gilt also nur, bis Keyvane endet. Sorgen Sie dafür, dass es eine Datei ist, die Sie lesen können, und starten Sie Keyvane dann erneut.</translation>
     </message>
     <message>
         <source>Your settings could not be saved</source>
-        <translation type="unfinished"></translation>
+        <translation>Ihre Einstellungen konnten nicht gespeichert werden</translation>
     </message>
     <message>
         <source>Keyvane could not save your settings to %1 (%2). Your change is in effect now but will be gone the next time Keyvane starts. Make sure the folder can be written, then make the change again.</source>
-        <translation type="unfinished"></translation>
+        <translation>Keyvane konnte Ihre Einstellungen nicht in %1 speichern (%2). Ihre Änderung gilt jetzt, ist aber beim nächsten Start von Keyvane verloren. Sorgen Sie dafür, dass der Ordner beschreibbar ist, und nehmen Sie die Änderung dann erneut vor.</translation>
     </message>
 </context>
 <context>
     <name>StatusColumn</name>
     <message>
         <source>%1: installed</source>
-        <translation type="unfinished"></translation>
+        <translation>%1: installiert</translation>
     </message>
     <message>
         <source>%1: permanent (udev&apos;s hwdb)</source>
-        <translation type="unfinished"></translation>
+        <translation>%1: dauerhaft (hwdb von udev)</translation>
     </message>
     <message>
         <source>%1: changed by another program, installed again</source>
-        <translation type="unfinished"></translation>
+        <translation>%1: von einem anderen Programm geändert, erneut installiert</translation>
     </message>
     <message>
         <source>%1: changed by another program, also after installing again</source>
-        <translation type="unfinished"></translation>
+        <translation>%1: von einem anderen Programm geändert, auch nach erneutem Installieren</translation>
     </message>
     <message>
         <source>%1: has no such key</source>
-        <translation type="unfinished"></translation>
+        <translation>%1: hat diese Taste nicht</translation>
     </message>
     <message>
         <source>%1: a key of this mapping is unknown</source>
-        <translation type="unfinished"></translation>
+        <translation>%1: eine Taste dieser Zuordnung ist unbekannt</translation>
     </message>
     <message>
         <source>Row %1 maps the same key: a key gives one code, and the last mapping of it wins</source>
-        <translation type="unfinished"></translation>
+        <translation>Zeile %1 belegt dieselbe Taste um: Eine Taste erzeugt einen Code, und ihre letzte Zuordnung gilt</translation>
     </message>
     <message>
         <source>No keyboard has this mapping installed</source>
-        <translation type="unfinished"></translation>
+        <translation>Keine Tastatur hat diese Zuordnung installiert</translation>
     </message>
 </context>
 <context>
     <name>UpdateCheck</name>
     <message>
         <source>App update required</source>
-        <translation type="unfinished"></translation>
+        <translation>Aktualisierung erforderlich</translation>
     </message>
     <message>
         <source>This version is significantly outdated and will no longer work. Please relaunch the app after downloading the latest version.</source>
-        <translation type="unfinished"></translation>
+        <translation>Diese Version ist stark veraltet und funktioniert nicht mehr. Bitte starten Sie die App neu, nachdem Sie die neueste Version heruntergeladen haben.</translation>
     </message>
     <message>
         <source>Visit download page</source>
-        <translation type="unfinished"></translation>
+        <translation>Downloadseite öffnen</translation>
     </message>
     <message>
         <source>App update available</source>
-        <translation type="unfinished"></translation>
+        <translation>Aktualisierung verfügbar</translation>
     </message>
     <message>
         <source>Currently installed: </source>
-        <translation type="unfinished"></translation>
+        <translation>Derzeit installiert: </translation>
     </message>
     <message>
         <source>
 Latest version:</source>
-        <translation type="unfinished"></translation>
+        <translation>
+Neueste Version: </translation>
     </message>
     <message>
         <source>
 
 It is recommended that you update the app for stability and performance.</source>
-        <translation type="unfinished"></translation>
+        <translation>
+
+Für Stabilität und Leistung empfiehlt es sich, die App zu aktualisieren.</translation>
     </message>
     <message>
         <source>Download now</source>
-        <translation type="unfinished"></translation>
+        <translation>Jetzt herunterladen</translation>
     </message>
     <message>
         <source>Don&apos;t show again for this version</source>
-        <translation type="unfinished"></translation>
+        <translation>Für diese Version nicht mehr anzeigen</translation>
     </message>
 </context>
 <context>
     <name>keyvane::InstallationSummary</name>
     <message>
         <source>Closing this window keeps your mappings installed.</source>
-        <translation type="unfinished"></translation>
+        <translation>Beim Schließen bleiben Ihre Zuordnungen installiert.</translation>
     </message>
     <message>
         <source>None of your mappings is installed.</source>
-        <translation type="unfinished"></translation>
+        <translation>Keine Zuordnung ist installiert.</translation>
     </message>
     <message>
         <source>Install Now</source>
-        <translation type="unfinished"></translation>
+        <translation>Jetzt installieren</translation>
     </message>
 </context>
 <context>
     <name>keyvane::KeyboardVC</name>
     <message>
         <source>Original key: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>Originaltaste: %1</translation>
     </message>
     <message>
         <source>, new key: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>, neue Taste: %1</translation>
     </message>
     <message>
         <source>Remap a key</source>
-        <translation type="unfinished"></translation>
+        <translation>Eine Taste umbelegen</translation>
     </message>
     <message>
         <source>Press the new key to remap the original key into (or pick from the below list)</source>
-        <translation type="unfinished"></translation>
+        <translation>Drücken Sie die neue Taste, die die Originaltaste erzeugen soll (oder wählen Sie sie aus der Liste unten)</translation>
     </message>
 </context>
 <context>
     <name>keyvane::MainVC</name>
     <message>
         <source>Original key</source>
-        <translation type="unfinished"></translation>
+        <translation>Originaltaste</translation>
     </message>
     <message>
         <source>New key</source>
-        <translation type="unfinished"></translation>
+        <translation>Neue Taste</translation>
     </message>
     <message>
         <source>Status</source>
-        <translation type="unfinished"></translation>
+        <translation>Status</translation>
     </message>
     <message>
         <source>No room for another mapping</source>
-        <translation type="unfinished"></translation>
+        <translation>Kein Platz für eine weitere Zuordnung</translation>
     </message>
     <message>
         <source>One installation can carry at most %1 mappings, and your list has %2. Remove %3 before you add another.</source>
-        <translation type="unfinished"></translation>
+        <translation>Eine Installation kann höchstens %1 Zuordnungen aufnehmen, und Ihre Liste hat %2. Entfernen Sie %3, bevor Sie eine weitere hinzufügen.</translation>
     </message>
 </context>
 <context>
     <name>keyvane::PermanentKeymapDialogs</name>
     <message>
         <source>OK</source>
-        <translation type="unfinished"></translation>
+        <translation>OK</translation>
     </message>
 </context>
 <context>
     <name>keyvane::SegmentedControl</name>
     <message>
         <source>Add a mapping (Ctrl+N)</source>
-        <translation type="unfinished"></translation>
+        <translation>Eine Zuordnung hinzufügen (Strg+N)</translation>
     </message>
     <message>
         <source>Remove the selected mapping (Delete)</source>
-        <translation type="unfinished"></translation>
+        <translation>Die ausgewählte Zuordnung entfernen (Entf)</translation>
     </message>
 </context>
 </TS>
