@@ -61,6 +61,151 @@
     </message>
 </context>
 <context>
+    <name>CommandLine</name>
+    <message>
+        <source>keyvane: hidutil did not confirm that the mappings were removed</source>
+        <translation>keyvane: hidutil hat nicht bestätigt, dass die Zuordnungen entfernt wurden</translation>
+    </message>
+    <message>
+        <source>keyvane: nothing was imported, so that no mapping goes missing unnoticed. Correct the mappings above, or import the file in the Keyvane window, which can leave them out. Your list is unchanged.</source>
+        <translation>keyvane: Nichts wurde importiert, damit keine Zuordnung unbemerkt fehlt. Berichtigen Sie die Zuordnungen oben, oder importieren Sie die Datei im Fenster von Keyvane, das sie auslassen kann. Ihre Liste ist unverändert.</translation>
+    </message>
+    <message>
+        <source>all keyboards</source>
+        <translation>alle Tastaturen</translation>
+    </message>
+    <message>
+        <source>the keyboard %1</source>
+        <translation>die Tastatur %1</translation>
+    </message>
+    <message>
+        <source>No mappings are stored; every key Keyvane changed is as it was.</source>
+        <translation>Keine Zuordnungen gespeichert; jede Taste, die Keyvane geändert hatte, ist wieder wie zuvor.</translation>
+    </message>
+    <message>
+        <source>Every key Keyvane changed is as it was.</source>
+        <translation>Jede Taste, die Keyvane geändert hatte, ist wieder wie zuvor.</translation>
+    </message>
+    <message>
+        <source>Keyboard: %1</source>
+        <translation>Tastatur: %1</translation>
+    </message>
+    <message>
+        <source>cannot export to %1: %2</source>
+        <translation>Export nach %1 nicht möglich: %2</translation>
+    </message>
+    <message>
+        <source>Exported %1 for %2 to %3.</source>
+        <translation>%1 für %2 nach %3 exportiert.</translation>
+    </message>
+    <message>
+        <source>cannot import %1: %2. Your list is unchanged.</source>
+        <translation>%1 kann nicht importiert werden: %2. Ihre Liste ist unverändert.</translation>
+    </message>
+    <message>
+        <source>Imported %1 from %2</source>
+        <translation>%1 aus %2 importiert</translation>
+    </message>
+    <message>
+        <source>, after the ones you had</source>
+        <translation>, nach den vorhandenen</translation>
+    </message>
+    <message>
+        <source>, leaving out %1 your list had already</source>
+        <translation>, ohne %1, die Ihre Liste schon hatte</translation>
+    </message>
+    <message>
+        <source>; the list now has %1.</source>
+        <translation>; die Liste hat jetzt %1.</translation>
+    </message>
+    <message>
+        <source>Keyvane runs for this user, but not on this session&apos;s message bus, so it cannot be asked to import; its list would overwrite the import. Run the command in its desktop session, or end Keyvane first.</source>
+        <translation>Keyvane läuft für diesen Benutzer, aber nicht am Nachrichtenbus dieser Sitzung, und kann daher nicht um den Import gebeten werden; seine Liste würde den Import überschreiben. Führen Sie den Befehl in seiner Desktop-Sitzung aus, oder beenden Sie Keyvane zuerst.</translation>
+    </message>
+    <message>
+        <source>Keyvane runs but did not answer, so the command may not have been carried out: </source>
+        <translation>Keyvane läuft, hat aber nicht geantwortet; der Befehl wurde daher vielleicht nicht ausgeführt: </translation>
+    </message>
+    <message>
+        <source>Usage: keyvane [OPTION]
+Without an option, Keyvane opens its window (or shows the one of the running copy).
+
+  --apply            install the stored mappings for the chosen keyboard
+  --restore          remove every mapping from the system (a running Keyvane ends,
+                     so that it does not install them again; your list is kept)
+  --list             print the chosen keyboard and the mappings, one a line
+  --status           print what each keyboard has installed (hidutil status)
+  --export FILE      write the mappings and the chosen keyboard to FILE (JSON)
+  --import FILE      replace the mappings (and the chosen keyboard) with those in FILE,
+                     then install them
+  --import FILE --append
+                     add the mappings in FILE after yours, then install them all
+  --make-permanent   write the stored mappings for the chosen keyboard to udev&apos;s hwdb
+                     (as root, through pkexec), so that they hold at the login screen,
+                     on the console and for every user; press Enter within 20 seconds
+                     to keep the new keys, or they change back
+  --remove-permanent remove that permanent keymap
+  -h, --help         print this help
+  -v, --version      print Keyvane&apos;s version
+
+When Keyvane runs, the command is carried out by it, except the permanent ones, which
+always run here. Exit status: 0 when it worked, 1 when it did not (or the keys changed
+back), 2 for options that are not understood.
+</source>
+        <translation>Aufruf: keyvane [OPTION]
+Ohne Option öffnet Keyvane sein Fenster (oder zeigt das der laufenden Kopie).
+
+  --apply            die gespeicherten Zuordnungen für die gewählte Tastatur
+                     installieren
+  --restore          alle Zuordnungen aus dem System entfernen (ein laufendes Keyvane
+                     endet, damit es sie nicht wieder installiert; Ihre Liste bleibt)
+  --list             die gewählte Tastatur und die Zuordnungen ausgeben,
+                     eine je Zeile
+  --status           ausgeben, was jede Tastatur installiert hat (hidutil status)
+  --export DATEI     die Zuordnungen und die gewählte Tastatur in DATEI
+                     schreiben (JSON)
+  --import DATEI     die Zuordnungen (und die gewählte Tastatur) durch die aus DATEI
+                     ersetzen und dann installieren
+  --import DATEI --append
+                     die Zuordnungen aus DATEI nach Ihren anfügen, dann alle
+                     installieren
+  --make-permanent   die gespeicherten Zuordnungen für die gewählte Tastatur in die hwdb
+                     von udev schreiben (als root, über pkexec), damit sie auf dem
+                     Anmeldebildschirm, auf der Konsole und für alle Benutzer gelten;
+                     drücken Sie binnen 20 Sekunden die Eingabetaste, um die neuen
+                     Tasten zu behalten, sonst werden sie zurückgeändert
+  --remove-permanent diese dauerhafte Tastenbelegung entfernen
+  -h, --help         diese Hilfe ausgeben
+  -v, --version      die Version von Keyvane ausgeben
+
+Wenn Keyvane läuft, führt es den Befehl aus, außer den dauerhaften, die immer hier
+laufen. Rückgabewert: 0, wenn es geklappt hat, 1, wenn nicht (oder die Tasten
+zurückgeändert wurden), 2 bei nicht verstandenen Optionen.
+</translation>
+    </message>
+</context>
+<context>
+    <name>CommandService</name>
+    <message>
+        <source>keyvane: Keyvane is waiting for a key press in its &quot;Remap a key&quot; window, where your keys must arrive unmapped; finish or cancel there first.
+</source>
+        <translation>keyvane: Keyvane wartet in seinem Fenster „Eine Taste umbelegen“ auf einen Tastendruck, und dort müssen Ihre Tasten unverändert ankommen; schließen Sie dort zuerst ab oder brechen Sie ab.
+</translation>
+    </message>
+    <message>
+        <source>keyvane: Keyvane is still starting; try again.
+</source>
+        <translation>keyvane: Keyvane startet noch; versuchen Sie es erneut.
+</translation>
+    </message>
+    <message>
+        <source>The running Keyvane ended, so that it does not install them again; your list is kept for its next start.
+</source>
+        <translation>Das laufende Keyvane wurde beendet, damit es sie nicht wieder installiert; Ihre Liste bleibt für seinen nächsten Start erhalten.
+</translation>
+    </message>
+</context>
+<context>
     <name>KeyboardList</name>
     <message>
         <source>All keyboards</source>
