@@ -512,6 +512,94 @@ Klicken Sie auf +, um eine Taste und die Taste zu wählen, die sie erzeugen soll
         <source>your list would then have %1 mappings, but one installation can carry at most %2</source>
         <translation>Ihre Liste hätte dann %1 Zuordnungen, aber eine Installation kann höchstens %2 aufnehmen</translation>
     </message>
+    <message>
+        <source>it has no &quot;%1Id&quot;</source>
+        <translation>ihr fehlt „%1Id“</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not a key Keyvane knows (&quot;%2Id&quot;: &quot;%3&quot;)</source>
+        <translation>„%1“ ist keine Taste, die Keyvane kennt („%2Id“: „%3“)</translation>
+    </message>
+    <message>
+        <source>the key table has no key with id &quot;%1&quot; (&quot;%2Id&quot;)</source>
+        <translation>die Tastentabelle hat keine Taste mit der ID „%1“ („%2Id“)</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; cannot be an original key</source>
+        <translation>„%1“ kann keine Originaltaste sein</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not the name of key id &quot;%2&quot; (%3)</source>
+        <translation>„%1“ ist nicht der Name der Taste mit der ID „%2“ (%3)</translation>
+    </message>
+    <message>
+        <source>it is not an object of texts</source>
+        <translation>sie ist kein Objekt aus Texten</translation>
+    </message>
+    <message>
+        <source>it maps %1 to itself</source>
+        <translation>sie ordnet %1 sich selbst zu</translation>
+    </message>
+    <message>
+        <source>it is not a Keyvane mappings file (it has no &quot;%1&quot;: &quot;%2&quot;)</source>
+        <translation>sie ist keine Zuordnungsdatei von Keyvane (ihr fehlt „%1“: „%2“)</translation>
+    </message>
+    <message>
+        <source>it is in a format version this Keyvane does not know (it reads version %1)</source>
+        <translation>sie hat eine Formatversion, die dieses Keyvane nicht kennt (es liest Version %1)</translation>
+    </message>
+    <message>
+        <source>its &quot;%1&quot; is neither a keyboard&apos;s product id (such as 0x27e) nor %2 (all keyboards)</source>
+        <translation>ihr „%1“ ist weder die Produkt-ID einer Tastatur (etwa 0x27e) noch %2 (alle Tastaturen)</translation>
+    </message>
+    <message>
+        <source>its &quot;%1&quot; is missing or not a list</source>
+        <translation>ihr „%1“ fehlt oder ist keine Liste</translation>
+    </message>
+    <message>
+        <source>it cannot be read (%1)</source>
+        <translation>sie kann nicht gelesen werden (%1)</translation>
+    </message>
+    <message>
+        <source>it is not a file that can be read</source>
+        <translation>sie ist keine Datei, die gelesen werden kann</translation>
+    </message>
+    <message>
+        <source>it is %1 bytes long, far more than a list of mappings (at most %2 bytes)</source>
+        <translation>sie ist %1 Bytes lang, weit mehr als eine Liste von Zuordnungen (höchstens %2 Bytes)</translation>
+    </message>
+    <message>
+        <source>it cannot be read</source>
+        <translation>sie kann nicht gelesen werden</translation>
+    </message>
+    <message>
+        <source>it is larger than a list of mappings can be</source>
+        <translation>sie ist größer, als eine Liste von Zuordnungen sein kann</translation>
+    </message>
+    <message>
+        <source>it is not JSON (%1)</source>
+        <translation>sie ist kein JSON (%1)</translation>
+    </message>
+    <message>
+        <source>it is not a Keyvane mappings file (it holds no JSON object)</source>
+        <translation>sie ist keine Zuordnungsdatei von Keyvane (sie enthält kein JSON-Objekt)</translation>
+    </message>
+    <message>
+        <source>mapping %1: %2</source>
+        <translation>Zuordnung %1: %2</translation>
+    </message>
+    <message>
+        <source>it holds no mappings</source>
+        <translation>sie enthält keine Zuordnungen</translation>
+    </message>
+    <message>
+        <source>none of its %1 mappings can be used</source>
+        <translation>keine ihrer %1 Zuordnungen ist verwendbar</translation>
+    </message>
+    <message>
+        <source>there is no folder %1</source>
+        <translation>es gibt keinen Ordner %1</translation>
+    </message>
 </context>
 <context>
     <name>MappingFileDialogs</name>
