@@ -336,7 +336,7 @@ Klicken Sie auf +, um eine Taste und die Taste zu wählen, die sie erzeugen soll
     </message>
     <message>
         <source>&amp;Quit and restore keys</source>
-        <translation>&amp;Beenden und zurücksetzen</translation>
+        <translation>Beenden und &amp;zurücksetzen</translation>
     </message>
     <message>
         <source>&amp;File</source>
@@ -400,7 +400,7 @@ Klicken Sie auf +, um eine Taste und die Taste zu wählen, die sie erzeugen soll
     </message>
     <message>
         <source>&amp;Quit</source>
-        <translation>B&amp;eenden</translation>
+        <translation>&amp;Beenden</translation>
     </message>
     <message>
         <source>Quit Keyvane and leave your mappings installed (the Quit and restore keys button removes them)</source>
