@@ -276,6 +276,21 @@ zurückgeändert wurden), 2 bei nicht verstandenen Optionen.
     </message>
 </context>
 <context>
+    <name>Launch</name>
+    <message>
+        <source>Keyvane already runs but does not answer: </source>
+        <translation>Keyvane läuft bereits, antwortet aber nicht: </translation>
+    </message>
+    <message>
+        <source>Keyvane already runs for this user, outside this session&apos;s message bus, so it cannot be asked to show its window from here; this start ends. Use the window of the running copy, or end it first.</source>
+        <translation>Keyvane läuft für diesen Benutzer bereits außerhalb des Nachrichtenbusses dieser Sitzung und kann daher von hier aus nicht gebeten werden, sein Fenster zu zeigen; dieser Start endet. Nutzen Sie das Fenster der laufenden Kopie, oder beenden Sie sie zuerst.</translation>
+    </message>
+    <message>
+        <source>no session bus; starting as a normal launch (a second start cannot ask this one to show its window, and the login helper cannot be told to quit)</source>
+        <translation>kein Sitzungsbus; normaler Start (ein zweiter Start kann diesen nicht bitten, sein Fenster zu zeigen, und dem Anmeldehelfer kann nicht gesagt werden, dass er enden soll)</translation>
+    </message>
+</context>
+<context>
     <name>LoginItem</name>
     <message>
         <source>Error setting apply at login value</source>
@@ -1059,6 +1074,21 @@ Für Stabilität und Leistung empfiehlt es sich, die App zu aktualisieren.</tran
     <message>
         <source>Remove the selected mapping (Delete)</source>
         <translation>Die ausgewählte Zuordnung entfernen (Entf)</translation>
+    </message>
+</context>
+<context>
+    <name>main</name>
+    <message>
+        <source>Keyvane needs a graphical session to show its window, and this one has none: neither DISPLAY (X11) nor WAYLAND_DISPLAY (Wayland) is set. Start it from your desktop, or set one of them.</source>
+        <translation>Keyvane braucht eine grafische Sitzung, um sein Fenster zu zeigen, und diese hat keine: Weder DISPLAY (X11) noch WAYLAND_DISPLAY (Wayland) ist gesetzt. Starten Sie es von Ihrem Desktop aus, oder setzen Sie eine der beiden Variablen.</translation>
+    </message>
+    <message>
+        <source>no graphical session here; the running Keyvane was asked to show its window</source>
+        <translation>hier gibt es keine grafische Sitzung; das laufende Keyvane wurde gebeten, sein Fenster zu zeigen</translation>
+    </message>
+    <message>
+        <source>Keyvane could not reach %1, so its window opens on %2 instead.</source>
+        <translation>Keyvane konnte %1 nicht erreichen, daher öffnet sich sein Fenster stattdessen auf %2.</translation>
     </message>
 </context>
 </TS>
