@@ -58,8 +58,7 @@ constexpr const char* partlyUnusableMessage = QT_TRANSLATE_NOOP(
     "mappings above, or import the file in the Keyvane window, which can leave them out. Your "
     "list is unchanged.");
 
-// What the command line says of its own; the texts it shares with the window are translated where
-// they are kept.
+// The command line's own sentences; those it shares with the window are marked where they are kept.
 constexpr const char* allKeyboardsText = QT_TRANSLATE_NOOP("CommandLine", "all keyboards");
 constexpr const char* oneKeyboardText = QT_TRANSLATE_NOOP("CommandLine", "the keyboard %1");
 constexpr const char* nothingStoredText = QT_TRANSLATE_NOOP(

@@ -165,7 +165,7 @@ TEST_F(LaunchTest, ASecondStartReopensTheWindowOfTheRunningCopyOrSaysWhyItCannot
 
 // What cannot be read or saved, the user is told once, with the file's path; what did not parse
 // is kept aside, what could not even be read is left alone.
-TEST_F(LaunchTest, UnreadableOrUnsavableSettingsAreShownInAnAlert) {
+TEST_F(LaunchTest, UnreadableOrUnsavableSettingsAreShownInAnAlertInTheUsersLanguage) {
     const std::filesystem::path file = UserDefaults::standardPath();
     const QString path = QString::fromStdString(file.string());
     std::ofstream(file) << "{not json";
@@ -205,7 +205,7 @@ TEST_F(LaunchTest, UnreadableOrUnsavableSettingsAreShownInAnAlert) {
                    "OK"}}));
     EXPECT_TRUE(std::filesystem::is_directory(file));
 
-    // In German where the locale asks for it: the alert, and the main window around it.
+    // In German, as for a German locale: the alert, and the main window behind it.
     app.reset();
     std::filesystem::remove(file);
     std::ofstream(file) << "{not json";
