@@ -5,7 +5,7 @@
     <name>AddFromListsW</name>
     <message>
         <source>Add Mapping from Lists</source>
-        <translation>Zuordnung aus Listen hinzufügen</translation>
+        <translation>Aus Listen hinzufügen</translation>
     </message>
     <message>
         <source>&amp;Original key:</source>
