@@ -5,6 +5,7 @@
 
 #include <QCoreApplication>
 #include <QEventLoop>
+#include <QLocale>
 #include <QProcess>
 #include <cerrno>
 #include <chrono>
@@ -13,6 +14,7 @@
 #include <map>
 
 #include "app/CommandService.h"
+#include "app/Translation.h"
 #include "common/Log.h"
 #include "common/Text.h"
 #include "engine/MappingApplier.h"
@@ -25,6 +27,7 @@
 #include "platform/Bundle.h"
 #include "platform/SessionBus.h"
 #include "platform/SingleInstance.h"
+#include "platform/Translation.h"
 
 namespace keyvane {
 namespace {
@@ -47,12 +50,38 @@ const std::map<std::string, Action> options = {
 };
 constexpr const char* appendOption = "--append";
 
-constexpr const char* clearingFailedMessage =
-    "keyvane: hidutil did not confirm that the mappings were removed";
-constexpr const char* partlyUnusableMessage =
+constexpr const char* clearingFailedMessage = QT_TRANSLATE_NOOP(
+    "CommandLine", "keyvane: hidutil did not confirm that the mappings were removed");
+constexpr const char* partlyUnusableMessage = QT_TRANSLATE_NOOP(
+    "CommandLine",
     "keyvane: nothing was imported, so that no mapping goes missing unnoticed. Correct the "
     "mappings above, or import the file in the Keyvane window, which can leave them out. Your "
-    "list is unchanged.";
+    "list is unchanged.");
+
+// The command line's own sentences; those it shares with the window are marked where they are kept.
+constexpr const char* allKeyboardsText = QT_TRANSLATE_NOOP("CommandLine", "all keyboards");
+constexpr const char* oneKeyboardText = QT_TRANSLATE_NOOP("CommandLine", "the keyboard %1");
+constexpr const char* nothingStoredText = QT_TRANSLATE_NOOP(
+    "CommandLine", "No mappings are stored; every key Keyvane changed is as it was.");
+constexpr const char* restoredText =
+    QT_TRANSLATE_NOOP("CommandLine", "Every key Keyvane changed is as it was.");
+constexpr const char* keyboardLine = QT_TRANSLATE_NOOP("CommandLine", "Keyboard: %1");
+constexpr const char* cannotExportText =
+    QT_TRANSLATE_NOOP("CommandLine", "cannot export to %1: %2");
+// %1: "3 mappings", %2: the keyboard, %3: the file
+constexpr const char* exportedText = QT_TRANSLATE_NOOP("CommandLine", "Exported %1 for %2 to %3.");
+constexpr const char* cannotImportText =
+    QT_TRANSLATE_NOOP("CommandLine", "cannot import %1: %2. Your list is unchanged.");
+// %1: "3 mappings", %2: the file; then the two that may follow, and how many the list has now.
+constexpr const char* importedText = QT_TRANSLATE_NOOP("CommandLine", "Imported %1 from %2");
+constexpr const char* appendedText = QT_TRANSLATE_NOOP("CommandLine", ", after the ones you had");
+constexpr const char* leftOutText =
+    QT_TRANSLATE_NOOP("CommandLine", ", leaving out %1 your list had already");
+constexpr const char* nowHasText = QT_TRANSLATE_NOOP("CommandLine", "; the list now has %1.");
+
+std::string tr(const char* text) {
+    return translated("CommandLine", text);
+}
 
 std::string optionName(Action action) {
     for (const auto& [name, each] : options) {
@@ -63,7 +92,8 @@ std::string optionName(Action action) {
 }
 
 std::string keyboardText(const std::string& keyboardId) {
-    return keyboardId == allKeyboardsId ? "all keyboards" : "the keyboard " + keyboardId;
+    return keyboardId == allKeyboardsId ? tr(allKeyboardsText)
+                                        : fillIn(tr(oneKeyboardText), {keyboardId});
 }
 
 std::string nameOf(const KeyMapping& mapping, const std::string& side) {
@@ -83,10 +113,10 @@ int apply(const CommandLine::Session& session) {
     }
     bool worked = session.install();
     if (!worked)
-        session.err << "keyvane: " << MappingApplier::failedAlertText << std::endl;
-    else if (keyMappings.empty())
-        session.out << "No mappings are stored; every key Keyvane changed is as it was."
+        session.err << "keyvane: " << translated("MappingApplier", MappingApplier::failedAlertText)
                     << std::endl;
+    else if (keyMappings.empty())
+        session.out << tr(nothingStoredText) << std::endl;
     // What the status column says, read back from the keyboards: hidutil's answer alone would
     // claim a list that no keyboard took.
     for (std::size_t row = 0; row < keyMappings.size(); ++row) {
@@ -104,16 +134,17 @@ int apply(const CommandLine::Session& session) {
 int restore(const CommandLine::Session& session) {
     const std::string output = ShellRunner::run(MappingApplier::clearingCommand);
     if (output.find(MappingApplier::successMarker) == std::string::npos) {
-        session.err << clearingFailedMessage << std::endl;
+        session.err << tr(clearingFailedMessage) << std::endl;
         return 1;
     }
-    session.out << "Every key Keyvane changed is as it was." << std::endl;
+    session.out << tr(restoredText) << std::endl;
     session.restored();
     return 0;
 }
 
 int list(const CommandLine::Session& session) {
-    session.out << "Keyboard: " << keyboardText(MappingFile::storedKeyboardId()) << std::endl;
+    session.out << fillIn(tr(keyboardLine), {keyboardText(MappingFile::storedKeyboardId())})
+                << std::endl;
     for (const KeyMapping& mapping : keyMappings)
         session.out << nameOf(mapping, "original") << " -> " << nameOf(mapping, "remapped")
                     << std::endl;
@@ -123,19 +154,18 @@ int list(const CommandLine::Session& session) {
 int exportTo(const std::string& file, const CommandLine::Session& session) {
     std::string error;
     if (!MappingFile::write(file, error)) {
-        session.err << "keyvane: cannot export to " << file << ": " << error << std::endl;
+        session.err << "keyvane: " << fillIn(tr(cannotExportText), {file, error}) << std::endl;
         return 1;
     }
-    session.out << "Exported " << mappingsCount(keyMappings.size()) << " for "
-                << keyboardText(MappingFile::storedKeyboardId()) << " to " << file << "."
+    session.out << fillIn(tr(exportedText), {mappingsCount(keyMappings.size()),
+                                             keyboardText(MappingFile::storedKeyboardId()), file})
                 << std::endl;
     return 0;
 }
 
 int cannotImport(const std::string& file, const std::string& problem,
                  const CommandLine::Session& session) {
-    session.err << "keyvane: cannot import " << file << ": " << problem
-                << ". Your list is unchanged." << std::endl;
+    session.err << "keyvane: " << fillIn(tr(cannotImportText), {file, problem}) << std::endl;
     return 1;
 }
 
@@ -146,7 +176,7 @@ int importFrom(const CommandLine::Command& command, const CommandLine::Session& 
     if (!reading.problem.empty())
         return cannotImport(command.file, reading.problem, session);
     if (!reading.rejected.empty()) {
-        session.err << partlyUnusableMessage << std::endl;
+        session.err << tr(partlyUnusableMessage) << std::endl;
         return 1;
     }
     const auto how =
@@ -156,11 +186,12 @@ int importFrom(const CommandLine::Command& command, const CommandLine::Session& 
     const std::size_t listed = command.append ? MappingFile::alreadyListed(reading) : 0;
     MappingFile::adopt(reading, how);
     session.listChanged();
-    session.out << "Imported " << mappingsCount(reading.mappings.size() - listed) << " from "
-                << command.file << (command.append ? ", after the ones you had" : "");
+    session.out << fillIn(tr(importedText),
+                          {mappingsCount(reading.mappings.size() - listed), command.file})
+                << (command.append ? tr(appendedText) : "");
     if (listed > 0)
-        session.out << ", leaving out " << mappingsCount(listed) << " your list had already";
-    session.out << "; the list now has " << mappingsCount(keyMappings.size()) << "." << std::endl;
+        session.out << fillIn(tr(leftOutText), {mappingsCount(listed)});
+    session.out << fillIn(tr(nowHasText), {mappingsCount(keyMappings.size())}) << std::endl;
     return apply(session);
 }
 
@@ -211,7 +242,7 @@ bool waitForEnter(int input) {
 // Without a running copy: the stored settings, and hidutil run from here.
 int executeHere(const CommandLine::Command& command) {
     if (command.action == Action::Import && SingleInstance::lockHeld(bundle::appIdentifier)) {
-        warn(CommandLine::outOfReachText);
+        warn(tr(CommandLine::outOfReachText));
         return 1;
     }
     MappingStore::loadMappings();
@@ -236,7 +267,7 @@ int executeInRunningCopy(const CommandLine::Command& command) {
     const std::optional<CommandService::Answer> answer =
         CommandService::ask(CommandLine::arguments(command), error);
     if (!answer) {
-        warn(CommandLine::noAnswerText + error);
+        warn(tr(CommandLine::noAnswerText) + error);
         return 1;
     }
     std::cout << answer->output << std::flush;
@@ -325,7 +356,9 @@ int CommandLine::executePermanent(const Command& command, const Session& session
                                   const PermanentHelper& helper, int input) {
     const bool removing = command.action == Action::RemovePermanent;
     if (!removing && keyMappings.empty()) {
-        session.err << "keyvane: " << PermanentKeymap::nothingToMakeText << std::endl;
+        session.err << "keyvane: "
+                    << translated("PermanentKeymap", PermanentKeymap::nothingToMakeText)
+                    << std::endl;
         return 1;
     }
     std::optional<PermanentKeymap::Result> result;
@@ -333,7 +366,7 @@ int CommandLine::executePermanent(const Command& command, const Session& session
     PermanentKeymap* keymap = nullptr;
     PermanentKeymap::Callbacks callbacks;
     callbacks.changed = [&] {
-        session.out << fillIn(PermanentKeymap::keepPrompt,
+        session.out << fillIn(translated("PermanentKeymap", PermanentKeymap::keepPrompt),
                               {std::to_string(permanent::countdownSeconds)})
                     << std::endl;
         if (waitForEnter(input))
@@ -378,16 +411,17 @@ int CommandLine::executePermanent(const Command& command, const Session& session
 
 int CommandLine::main(int argc, char** argv) {
     QCoreApplication application(argc, argv);
+    installTranslators(QLocale::system());
     bundle::appendProgramFolderToPath();
     std::string error;
     std::optional<Command> command = parse(std::vector<std::string>(argv + 1, argv + argc), error);
     if (!command) {
-        std::cerr << "keyvane: " << error << "\n\n" << usage;
+        std::cerr << "keyvane: " << error << "\n\n" << tr(usage);
         return usageError;
     }
     switch (command->action) {
         case Action::Help:
-            std::cout << usage;
+            std::cout << tr(usage);
             return 0;
         case Action::Version:
             std::cout << "Keyvane " << bundle::shortVersion() << std::endl;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtGlobal>
 #include <functional>
 #include <optional>
 #include <ostream>
@@ -46,13 +47,16 @@ class CommandLine {
 
     static constexpr int usageError = 2;
     // Said when the command cannot reach the running copy; nothing is carried out here then.
-    static constexpr const char* outOfReachText =
+    static constexpr const char* outOfReachText = QT_TRANSLATE_NOOP(
+        "CommandLine",
         "Keyvane runs for this user, but not on this session's message bus, so it cannot be "
         "asked to import; its list would overwrite the import. Run the command in its desktop "
-        "session, or end Keyvane first.";
-    static constexpr const char* noAnswerText =
-        "Keyvane runs but did not answer, so the command may not have been carried out: ";
-    static constexpr const char* usage =
+        "session, or end Keyvane first.");
+    static constexpr const char* noAnswerText = QT_TRANSLATE_NOOP(
+        "CommandLine",
+        "Keyvane runs but did not answer, so the command may not have been carried out: ");
+    static constexpr const char* usage = QT_TRANSLATE_NOOP(
+        "CommandLine",
         "Usage: keyvane [OPTION]\n"
         "Without an option, Keyvane opens its window (or shows the one of the running copy).\n"
         "\n"
@@ -76,7 +80,7 @@ class CommandLine {
         "\n"
         "When Keyvane runs, the command is carried out by it, except the permanent ones, which\n"
         "always run here. Exit status: 0 when it worked, 1 when it did not (or the keys changed\n"
-        "back), 2 for options that are not understood.\n";
+        "back), 2 for options that are not understood.\n");
 
     // The program entry for a start with options.
     static int main(int argc, char** argv);

@@ -10,6 +10,7 @@
 #include "platform/Application.h"
 #include "platform/Bundle.h"
 #include "platform/MainQueue.h"
+#include "platform/Translation.h"
 #include "ui/capture/KeyboardVC.h"
 #include "ui/main/MainVC.h"
 
@@ -19,13 +20,16 @@ namespace {
 // An installation on many keyboards takes a while; a copy that has not answered by then hangs.
 constexpr int answerTimeoutMs = 60000;
 
-constexpr const char* capturingMessage =
+constexpr const char* capturingMessage = QT_TRANSLATE_NOOP(
+    "CommandService",
     "keyvane: Keyvane is waiting for a key press in its \"Remap a key\" window, where your keys "
-    "must arrive unmapped; finish or cancel there first.\n";
-constexpr const char* startingMessage = "keyvane: Keyvane is still starting; try again.\n";
-constexpr const char* endingMessage =
+    "must arrive unmapped; finish or cancel there first.\n");
+constexpr const char* startingMessage =
+    QT_TRANSLATE_NOOP("CommandService", "keyvane: Keyvane is still starting; try again.\n");
+constexpr const char* endingMessage = QT_TRANSLATE_NOOP(
+    "CommandService",
     "The running Keyvane ended, so that it does not install them again; your list is kept for its "
-    "next start.\n";
+    "next start.\n");
 
 bool changesInstalledKeys(CommandLine::Action action) {
     return action == CommandLine::Action::Apply || action == CommandLine::Action::Import;
@@ -77,15 +81,15 @@ int CommandService::Run(const QStringList& arguments, QString& output, QString& 
         err << "keyvane: " << error << "\n";
         status = CommandLine::usageError;
     } else if (!currentMainVC) {
-        err << startingMessage;
+        err << translated("CommandService", startingMessage);
     } else if (changesInstalledKeys(command->action) && currentKeyboardVC &&
                currentKeyboardVC->window()->isVisible()) {
-        err << capturingMessage;
+        err << translated("CommandService", capturingMessage);
     } else {
         const CommandLine::Session session{out, err, [] { return MappingApplier::applyMappings(); },
                                            [] { currentMainVC->showStoredChoices(); },
                                            [&out] {
-                                               out << endingMessage;
+                                               out << translated("CommandService", endingMessage);
                                                // After the answer has left: this call returns
                                                // first.
                                                MainQueue::async(terminateApplication);

@@ -14,6 +14,7 @@
 #include "permanent/PermanentCommand.h"
 #include "platform/Alert.h"
 #include "platform/Bundle.h"
+#include "platform/Translation.h"
 #include "remote/SCL.h"
 #include "ui/main/MainVC.h"
 
@@ -30,10 +31,10 @@ Launch::Outcome Launch::start() {
         case SingleInstance::Claim::AlreadyRunning:
             return askRunningCopyToReopen(token_);
         case SingleInstance::Claim::RunningOutOfReach:
-            warn(outOfReachMessage);
+            warn(translated("Launch", outOfReachMessage));
             return Outcome::RunningOutOfReach;
         case SingleInstance::Claim::NoBus:
-            warn(noBusMessage);
+            warn(translated("Launch", noBusMessage));
             break;
         case SingleInstance::Claim::NameRefused:  // claim said what this copy cannot do
         case SingleInstance::Claim::First:
@@ -80,7 +81,7 @@ Launch::Outcome Launch::askRunningCopyToReopen(const LaunchToken& token) {
     std::string error;
     if (SingleInstance::askToReopen(bundle::appIdentifier, token, error))
         return Outcome::HandedToRunningCopy;
-    warn(notAnsweringMessage + error);
+    warn(translated("Launch", notAnsweringMessage) + error);
     return Outcome::RunningCopyDidNotAnswer;
 }
 

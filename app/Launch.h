@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtGlobal>
 #include <memory>
 
 #include "app/AppDelegate.h"
@@ -22,14 +23,17 @@ class Launch {
         RunningOutOfReach,        // another copy runs, but not on this session bus
     };
 
-    static constexpr const char* notAnsweringMessage = "Keyvane already runs but does not answer: ";
-    static constexpr const char* outOfReachMessage =
+    static constexpr const char* notAnsweringMessage =
+        QT_TRANSLATE_NOOP("Launch", "Keyvane already runs but does not answer: ");
+    static constexpr const char* outOfReachMessage = QT_TRANSLATE_NOOP(
+        "Launch",
         "Keyvane already runs for this user, outside this session's message bus, so it "
         "cannot be asked to show its window from here; this start ends. Use the window of the "
-        "running copy, or end it first.";
-    static constexpr const char* noBusMessage =
+        "running copy, or end it first.");
+    static constexpr const char* noBusMessage = QT_TRANSLATE_NOOP(
+        "Launch",
         "no session bus; starting as a normal launch (a second start cannot ask this one "
-        "to show its window, and the login helper cannot be told to quit)";
+        "to show its window, and the login helper cannot be told to quit)");
 
     // `token` is what this start was given to bring a window to the front, read before the
     // application object took it (LaunchToken::fromEnvironment).

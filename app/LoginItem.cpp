@@ -8,6 +8,7 @@
 #include "platform/Bundle.h"
 #include "platform/DefaultsKeys.h"
 #include "platform/LoginItems.h"
+#include "platform/Translation.h"
 #include "platform/UserDefaults.h"
 
 namespace keyvane {
@@ -35,7 +36,7 @@ void updateLoginItem() {
     if (LoginItems::setEnabled(bundle::launcherIdentifier, launcherExecutable(), enabled, error))
         return;
     warn(error);
-    showAlert(loginItemAlertText, loginItemAlertTitle, [] {});
+    showAlert(translated("LoginItem", loginItemAlertText), loginItemAlertTitle, [] {});
 }
 
 }  // namespace keyvane

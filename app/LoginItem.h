@@ -1,9 +1,12 @@
 #pragma once
 
+#include <QtGlobal>
+
 namespace keyvane {
 
 inline constexpr const char* loginItemAlertTitle = "Keyvane";
-inline constexpr const char* loginItemAlertText = "Error setting apply at login value";
+inline constexpr const char* loginItemAlertText =
+    QT_TRANSLATE_NOOP("LoginItem", "Error setting apply at login value");
 
 // Enables or disables the login helper as a login item, as "applyatlogin" says; an alert tells
 // the user when that fails.

@@ -1,9 +1,11 @@
 #include "app/SettingsAlerts.h"
 
+#include <QCoreApplication>
 #include <QString>
 
 #include "platform/Alert.h"
 #include "platform/DefaultsKeys.h"
+#include "platform/Translation.h"
 #include "platform/UserDefaults.h"
 
 namespace keyvane {
@@ -21,13 +23,15 @@ void alert(const UserDefaults::Problem& problem) {
                                                           : settingsCorruptKeptAlertText;
     const QString file = QString::fromStdString(problem.file.string());
     const QString reason = QString::fromStdString(problem.reason);
-    const QString filled = problem.keptAs.empty()
-                               ? QString::fromUtf8(text).arg(file, reason)
-                               : QString::fromUtf8(text).arg(
-                                     file, reason, QString::fromStdString(problem.keptAs.string()));
+    const QString pattern = QCoreApplication::translate("SettingsAlerts", text);
+    const QString filled =
+        problem.keptAs.empty()
+            ? pattern.arg(file, reason)
+            : pattern.arg(file, reason, QString::fromStdString(problem.keptAs.string()));
     showAlert(
         filled.toStdString(),
-        problem.kind == Kind::NotSaved ? settingsNotSavedAlertTitle : settingsUnreadableAlertTitle,
+        translated("SettingsAlerts", problem.kind == Kind::NotSaved ? settingsNotSavedAlertTitle
+                                                                    : settingsUnreadableAlertTitle),
         {});
 }
 

@@ -1,4 +1,5 @@
 #include <QApplication>
+#include <QLocale>
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
@@ -7,19 +8,22 @@
 
 #include "app/CommandLine.h"
 #include "app/Launch.h"
+#include "app/Translation.h"
 #include "common/Log.h"
 #include "common/Text.h"
 #include "platform/Bundle.h"
 #include "platform/SessionBus.h"
+#include "platform/Translation.h"
 
 namespace {
 
-constexpr const char* noDisplayMessage =
+constexpr const char* noDisplayMessage = QT_TRANSLATE_NOOP(
+    "main",
     "Keyvane needs a graphical session to show its window, and this one has none: "
     "neither DISPLAY (X11) nor WAYLAND_DISPLAY (Wayland) is set. Start it from your desktop, or "
-    "set one of them.";
-constexpr const char* reopenedFromConsoleMessage =
-    "no graphical session here; the running Keyvane was asked to show its window";
+    "set one of them.");
+constexpr const char* reopenedFromConsoleMessage = QT_TRANSLATE_NOOP(
+    "main", "no graphical session here; the running Keyvane was asked to show its window");
 constexpr const char* displayUnreachableMessage =
     "Keyvane cannot open its window: the graphical session it was given does not answer "
     "(DISPLAY=";
@@ -45,18 +49,19 @@ bool hasGraphicalSession() {
 // same session bus) to show its own. Ends with 0 when that copy answered, 1 otherwise.
 int startWithoutGraphicalSession(int argc, char** argv) {
     QCoreApplication application(argc, argv);
+    keyvane::installTranslators(QLocale::system());
     if (keyvane::session_bus::isRunning(keyvane::bundle::appIdentifier) &&
         keyvane::Launch::askRunningCopyToReopen(keyvane::LaunchToken::fromEnvironment()) ==
             keyvane::Launch::Outcome::HandedToRunningCopy) {
-        keyvane::warn(reopenedFromConsoleMessage);
+        keyvane::warn(keyvane::translated("main", reopenedFromConsoleMessage));
         return 0;
     }
-    keyvane::warn(noDisplayMessage);
+    keyvane::warn(keyvane::translated("main", noDisplayMessage));
     return 1;
 }
 
 constexpr const char* platformFallbackMessage =
-    "Keyvane could not reach %1, so its window opens on %2 instead.";
+    QT_TRANSLATE_NOOP("main", "Keyvane could not reach %1, so its window opens on %2 instead.");
 constexpr const char* waylandSession = "Wayland (WAYLAND_DISPLAY=%1)";
 constexpr const char* x11Session = "X11 (DISPLAY=%1)";
 
@@ -86,8 +91,8 @@ void showDisplayMessages() {
     if (lastFailure != displayMessages.rend()) {
         const QString used = QGuiApplication::platformName();
         const QString failed = used.startsWith("wayland") ? "xcb" : "wayland";
-        keyvane::warn(
-            keyvane::fillIn(platformFallbackMessage, {sessionOf(failed), sessionOf(used)}));
+        keyvane::warn(keyvane::fillIn(keyvane::translated("main", platformFallbackMessage),
+                                      {sessionOf(failed), sessionOf(used)}));
     }
     for (auto message = lastFailure.base(); message != displayMessages.end(); ++message)
         keyvane::warn(message->text);
@@ -122,6 +127,7 @@ int main(int argc, char** argv) {
     QtMessageHandler previousHandler = qInstallMessageHandler(exitOnDisplayFailure);
     QApplication application(argc, argv);
     qInstallMessageHandler(previousHandler);
+    keyvane::installTranslators(QLocale::system());
     showDisplayMessages();
     QApplication::setApplicationName("Keyvane");
     QApplication::setDesktopFileName(keyvane::bundle::appIdentifier);

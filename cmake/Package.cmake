@@ -34,8 +34,9 @@ set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "dbus, pkexec, polkitd, systemd, udev")
 # Without Qt's Wayland plugin the window still opens, through XWayland, but then the desktop's
-# shortcuts may never reach the capture window.
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "qt6-wayland")
+# shortcuts may never reach the capture window. Without Qt's translations a translated Keyvane
+# shows Qt's own buttons (OK, the file dialog) in English.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "qt6-wayland, qt6-translations-l10n")
 
 set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA
     ${PROJECT_SOURCE_DIR}/packaging/postinst

@@ -7,9 +7,14 @@
 #include "engine/MappingFile.h"
 #include "engine/MappingStore.h"
 #include "engine/ShellRunner.h"
+#include "platform/Translation.h"
 
 namespace keyvane {
 namespace {
+
+std::string tr(const char* text) {
+    return translated("MappingApplier", text);
+}
 
 std::function<void()> beforeInstall, afterInstall;
 std::function<MappingApplier::FailureCause()> failureCause;
@@ -28,10 +33,10 @@ void alert(const std::string& text, const std::string& title) {
 // The specified text first, then what the read-back tells of the cause.
 void alertFailure() {
     const auto cause = failureCause ? failureCause() : MappingApplier::FailureCause{};
-    const std::string text = MappingApplier::failedAlertText;
+    const std::string text = tr(MappingApplier::failedAlertText);
     if (!cause.toldBefore)
         alert(cause.text.empty() ? text : text + "\n\n" + cause.text,
-              MappingApplier::failedAlertTitle);
+              tr(MappingApplier::failedAlertTitle));
 }
 
 std::string chooseTemplate(const std::optional<std::string>& keyboardId) {
@@ -103,8 +108,8 @@ std::size_t MappingApplier::maximumMappings() {
 
 std::string MappingApplier::tooManyMappingsText() {
     const std::size_t maximum = maximumMappings();
-    return fillIn(tooManyAlertText, {groupedDigits(keyMappings.size()), groupedDigits(maximum),
-                                     mappingsCount(keyMappings.size() - maximum)});
+    return fillIn(tr(tooManyAlertText), {groupedDigits(keyMappings.size()), groupedDigits(maximum),
+                                         mappingsCount(keyMappings.size() - maximum)});
 }
 
 bool MappingApplier::Installation::installed() const {
@@ -138,7 +143,7 @@ bool MappingApplier::applyMappings() {
     if (installation.tooLong) {
         trace("not installed: the command would be " + std::to_string(installation.command.size()) +
               " bytes long, more than one argument can hold");
-        alert(tooManyMappingsText(), tooManyAlertTitle);
+        alert(tooManyMappingsText(), tr(tooManyAlertTitle));
         return false;
     }
     trace(installation.clearingOutput);
@@ -149,7 +154,7 @@ bool MappingApplier::applyMappings() {
     if (installation.hasBlankId) {
         if (effects.logError)
             effects.logError(blankIdError + installation.command);
-        alert(blankIdAlertText, blankIdAlertTitle);
+        alert(tr(blankIdAlertText), tr(blankIdAlertTitle));
     }
     trace(installation.command);
     logEvent("sh", "cmd", installation.command);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtGlobal>
 #include <cstddef>
 #include <functional>
 #include <optional>
@@ -96,20 +97,26 @@ class MappingApplier {
 
     static constexpr const char* blankIdError =
         "error applying mapping - originalId or remappedId was blank\n\n";
-    static constexpr const char* blankIdAlertTitle = "Error applying mapping";
-    static constexpr const char* blankIdAlertText =
-        "OriginalId or remappedId was blank, please remove all mappings and re-add them.";
+    static constexpr const char* blankIdAlertTitle =
+        QT_TRANSLATE_NOOP("MappingApplier", "Error applying mapping");
+    static constexpr const char* blankIdAlertText = QT_TRANSLATE_NOOP(
+        "MappingApplier",
+        "OriginalId or remappedId was blank, please remove all mappings and re-add them.");
     // %1: how many mappings the list has, %2: the most one installation can carry, %3: how many
     // to remove ("21 mappings").
-    static constexpr const char* tooManyAlertTitle = "Too many mappings to install";
-    static constexpr const char* tooManyAlertText =
+    static constexpr const char* tooManyAlertTitle =
+        QT_TRANSLATE_NOOP("MappingApplier", "Too many mappings to install");
+    static constexpr const char* tooManyAlertText = QT_TRANSLATE_NOOP(
+        "MappingApplier",
         "Your list has %1 mappings, but one installation can carry at most %2. Remove %3; until "
-        "then the keys stay as they were installed before.";
-    static constexpr const char* failedAlertTitle = "Unable to apply keyboard mappings";
-    static constexpr const char* failedAlertText =
+        "then the keys stay as they were installed before.");
+    static constexpr const char* failedAlertTitle =
+        QT_TRANSLATE_NOOP("MappingApplier", "Unable to apply keyboard mappings");
+    static constexpr const char* failedAlertText = QT_TRANSLATE_NOOP(
+        "MappingApplier",
         "Unable to apply keyboard mappings. Most often this is because you are trying to apply "
         "mappings to an external USB keyboard which is no longer connected. Try applying the "
-        "mappings to all keyboards instead.";
+        "mappings to all keyboards instead.");
 };
 
 // `value` for use inside a single-quoted shell word: each ' becomes '\'' (close the quote, an

@@ -11,9 +11,15 @@
 #include "engine/MappingApplier.h"
 #include "engine/MappingStore.h"
 #include "platform/JsonText.h"
+#include "platform/Translation.h"
 
 namespace keyvane {
 namespace {
+
+// A reason, in the user's language, why a file cannot be used.
+std::string said(const char* text) {
+    return translated("MappingFile", text);
+}
 
 const char* const recordKeys[] = {"original", "originalId", "remapped", "remappedId"};
 
@@ -33,23 +39,28 @@ std::vector<const KeyTable::SortedEntry*> keysOfUsage(const std::string& usage) 
 std::string checkSide(const KeyMapping& texts, const std::string& side, KeyMapping& mapping) {
     const auto id = texts.find(side + "Id");
     if (id == texts.end())
-        return "it has no \"" + side + "Id\"";
+        return fillIn(said(QT_TRANSLATE_NOOP("MappingFile", "it has no \"%1Id\"")), {side});
     const auto keys = keysOfUsage(id->second);
     const auto name = texts.find(side);
     // The file's own name of the key is what its reader knows it by.
     if (keys.empty() && name != texts.end())
-        return "\"" + name->second + "\" is not a key Keyvane knows (\"" + side + "Id\": \"" +
-               id->second + "\")";
+        return fillIn(said(QT_TRANSLATE_NOOP(
+                          "MappingFile", "\"%1\" is not a key Keyvane knows (\"%2Id\": \"%3\")")),
+                      {name->second, side, id->second});
     if (keys.empty())
-        return "the key table has no key with id \"" + id->second + "\" (\"" + side + "Id\")";
+        return fillIn(said(QT_TRANSLATE_NOOP("MappingFile",
+                                             "the key table has no key with id \"%1\" (\"%2Id\")")),
+                      {id->second, side});
     if (side == "original" && keys.front()->name == KeyTable::disableKeyName)
-        return "\"" + std::string(KeyTable::disableKeyName) + "\" cannot be an original key";
+        return fillIn(said(QT_TRANSLATE_NOOP("MappingFile", "\"%1\" cannot be an original key")),
+                      {std::string(KeyTable::disableKeyName)});
     if (name == texts.end()) {
         mapping[side] = keys.front()->name;
     } else if (std::none_of(keys.begin(), keys.end(),
                             [&](const auto* key) { return key->name == name->second; })) {
-        return "\"" + name->second + "\" is not the name of key id \"" + id->second + "\" (" +
-               keys.front()->name + ")";
+        return fillIn(
+            said(QT_TRANSLATE_NOOP("MappingFile", "\"%1\" is not the name of key id \"%2\" (%3)")),
+            {name->second, id->second, keys.front()->name});
     } else {
         mapping[side] = name->second;
     }
@@ -61,13 +72,14 @@ std::string checkSide(const KeyMapping& texts, const std::string& side, KeyMappi
 std::string checkRecord(const DefaultsValue& value, KeyMapping& mapping) {
     const std::optional<KeyMapping> texts = MappingStore::asKeyMapping(value);
     if (!texts)
-        return "it is not an object of texts";
+        return said(QT_TRANSLATE_NOOP("MappingFile", "it is not an object of texts"));
     for (const char* side : {"original", "remapped"}) {
         if (std::string reason = checkSide(*texts, side, mapping); !reason.empty())
             return reason;
     }
     if (mapping["originalId"] == mapping["remappedId"])
-        return "it maps " + mapping["original"] + " to itself";
+        return fillIn(said(QT_TRANSLATE_NOOP("MappingFile", "it maps %1 to itself")),
+                      {mapping["original"]});
     return {};
 }
 
@@ -83,25 +95,31 @@ std::string checkFrame(const DefaultsDictionary& object) {
     const std::string* formatText =
         format == object.end() ? nullptr : format->second.get<std::string>();
     if (!formatText || *formatText != MappingFile::formatName)
-        return std::string("it is not a Keyvane mappings file (it has no \"") +
-               MappingFile::formatKey + "\": \"" + MappingFile::formatName + "\")";
+        return fillIn(
+            said(QT_TRANSLATE_NOOP("MappingFile",
+                                   "it is not a Keyvane mappings file (it has no \"%1\": \"%2\")")),
+            {MappingFile::formatKey, MappingFile::formatName});
     const auto version = object.find(MappingFile::versionKey);
     const std::int64_t* number =
         version == object.end() ? nullptr : version->second.get<std::int64_t>();
     if (!number || *number != MappingFile::version)
-        return "it is in a format version this Keyvane does not know (it reads version " +
-               std::to_string(MappingFile::version) + ")";
+        return fillIn(said(QT_TRANSLATE_NOOP("MappingFile",
+                                             "it is in a format version this Keyvane "
+                                             "does not know (it reads version %1)")),
+                      {std::to_string(MappingFile::version)});
     const auto keyboard = object.find(MappingFile::keyboardIdKey);
     if (keyboard != object.end()) {
         const std::string* id = keyboard->second.get<std::string>();
         if (!id || (*id != allKeyboardsId && !isProductId(*id)))
-            return std::string("its \"") + MappingFile::keyboardIdKey +
-                   "\" is neither a keyboard's product id (such as 0x27e) nor " + allKeyboardsId +
-                   " (all keyboards)";
+            return fillIn(said(QT_TRANSLATE_NOOP("MappingFile",
+                                                 "its \"%1\" is neither a keyboard's product id "
+                                                 "(such as 0x27e) nor %2 (all keyboards)")),
+                          {MappingFile::keyboardIdKey, allKeyboardsId});
     }
     const auto mappings = object.find(MappingFile::mappingsKey);
     if (mappings == object.end() || !mappings->second.get<DefaultsArray>())
-        return std::string("its \"") + MappingFile::mappingsKey + "\" is missing or not a list";
+        return fillIn(said(QT_TRANSLATE_NOOP("MappingFile", "its \"%1\" is missing or not a list")),
+                      {MappingFile::mappingsKey});
     return {};
 }
 
@@ -113,27 +131,31 @@ MappingFile::Reading MappingFile::read(const std::filesystem::path& file) {
     // Anything but a plain file (a folder, a pipe that nobody writes to) is refused before it is
     // opened, so that reading cannot hang.
     if (!std::filesystem::is_regular_file(file, error)) {
-        reading.problem = error ? "it cannot be read (" + error.message() + ")"
-                                : "it is not a file that can be read";
+        reading.problem =
+            error ? fillIn(said(QT_TRANSLATE_NOOP("MappingFile", "it cannot be read (%1)")),
+                           {error.message()})
+                  : said(QT_TRANSLATE_NOOP("MappingFile", "it is not a file that can be read"));
         return reading;
     }
     const std::uintmax_t size = std::filesystem::file_size(file, error);
     if (!error && size > maximumSize) {
-        reading.problem = "it is " + std::to_string(size) +
-                          " bytes long, far more than a list of mappings (at most " +
-                          std::to_string(maximumSize) + " bytes)";
+        reading.problem = fillIn(said(QT_TRANSLATE_NOOP("MappingFile",
+                                                        "it is %1 bytes long, far more than a list "
+                                                        "of mappings (at most %2 bytes)")),
+                                 {std::to_string(size), std::to_string(maximumSize)});
         return reading;
     }
     std::ifstream in(file, std::ios::binary);
     std::string text(maximumSize + 1, '\0');
     in.read(text.data(), static_cast<std::streamsize>(text.size()));
     if (in.bad() || !in.is_open()) {
-        reading.problem = "it cannot be read";
+        reading.problem = said(QT_TRANSLATE_NOOP("MappingFile", "it cannot be read"));
         return reading;
     }
     text.resize(static_cast<std::size_t>(in.gcount()));
     if (text.size() > maximumSize) {  // it grew while it was read
-        reading.problem = "it is larger than a list of mappings can be";
+        reading.problem =
+            said(QT_TRANSLATE_NOOP("MappingFile", "it is larger than a list of mappings can be"));
         return reading;
     }
     return parse(text);
@@ -144,12 +166,14 @@ MappingFile::Reading MappingFile::parse(std::string_view text) {
     std::string error;
     const std::optional<DefaultsValue> parsed = parseJson(text, error);
     if (!parsed) {
-        reading.problem = "it is not JSON (" + error + ")";
+        reading.problem =
+            fillIn(said(QT_TRANSLATE_NOOP("MappingFile", "it is not JSON (%1)")), {error});
         return reading;
     }
     const DefaultsDictionary* object = parsed->get<DefaultsDictionary>();
     if (!object) {
-        reading.problem = "it is not a Keyvane mappings file (it holds no JSON object)";
+        reading.problem = said(QT_TRANSLATE_NOOP(
+            "MappingFile", "it is not a Keyvane mappings file (it holds no JSON object)"));
         return reading;
     }
     reading.problem = checkFrame(*object);
@@ -164,13 +188,17 @@ MappingFile::Reading MappingFile::parse(std::string_view text) {
         if (reason.empty())
             reading.mappings.push_back(std::move(mapping));
         else
-            reading.rejected.push_back("mapping " + std::to_string(i + 1) + ": " + reason);
+            reading.rejected.push_back(
+                fillIn(said(QT_TRANSLATE_NOOP("MappingFile", "mapping %1: %2")),
+                       {std::to_string(i + 1), reason}));
     }
     // An empty list would only ever empty the user's own.
     if (records.empty())
-        reading.problem = "it holds no mappings";
+        reading.problem = said(QT_TRANSLATE_NOOP("MappingFile", "it holds no mappings"));
     else if (reading.mappings.empty())
-        reading.problem = "none of its " + std::to_string(records.size()) + " mappings can be used";
+        reading.problem =
+            fillIn(said(QT_TRANSLATE_NOOP("MappingFile", "none of its %1 mappings can be used")),
+                   {std::to_string(records.size())});
     return reading;
 }
 
@@ -198,7 +226,8 @@ bool MappingFile::write(const std::filesystem::path& file, std::string& error) {
     const std::filesystem::path folder = file.has_parent_path() ? file.parent_path() : ".";
     std::error_code ignored;
     if (!std::filesystem::is_directory(folder, ignored)) {
-        error = "there is no folder " + folder.string();
+        error = fillIn(said(QT_TRANSLATE_NOOP("MappingFile", "there is no folder %1")),
+                       {folder.string()});
         return false;
     }
     if (const std::error_code written =
@@ -236,7 +265,8 @@ std::string MappingFile::adoptionProblem(const Reading& reading, Adoption how) {
     const std::size_t maximum = MappingApplier::maximumMappings(keyboardId);
     if (count <= maximum)
         return {};
-    return fillIn(tooManyProblem, {groupedDigits(count), groupedDigits(maximum)});
+    return fillIn(translated("MappingFile", tooManyProblem),
+                  {groupedDigits(count), groupedDigits(maximum)});
 }
 
 void MappingFile::adopt(const Reading& reading, Adoption how) {
@@ -259,7 +289,9 @@ std::string MappingFile::storedKeyboardId() {
 }
 
 std::string mappingsCount(std::size_t count) {
-    return groupedDigits(count) + (count == 1 ? " mapping" : " mappings");
+    const char* pattern = count == 1 ? QT_TRANSLATE_NOOP("MappingFile", "%1 mapping")
+                                     : QT_TRANSLATE_NOOP("MappingFile", "%1 mappings");
+    return fillIn(translated("MappingFile", pattern), {groupedDigits(count)});
 }
 
 }  // namespace keyvane

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtGlobal>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -47,8 +48,9 @@ class MappingFile {
     static bool write(const std::filesystem::path& file, std::string& error);
 
     // %1: how many mappings the list would have, %2: the most one installation can carry.
-    static constexpr const char* tooManyProblem =
-        "your list would then have %1 mappings, but one installation can carry at most %2";
+    static constexpr const char* tooManyProblem = QT_TRANSLATE_NOOP(
+        "MappingFile",
+        "your list would then have %1 mappings, but one installation can carry at most %2");
     // Why adopting `reading` so would make a list too long to install, or "" when it would not.
     static std::string adoptionProblem(const Reading& reading, Adoption how);
 

@@ -15,9 +15,14 @@
 #include "engine/MappingApplier.h"
 #include "engine/MappingFile.h"
 #include "engine/ShellRunner.h"
+#include "platform/Translation.h"
 
 namespace keyvane {
 namespace {
+
+std::string tr(const char* text) {
+    return translated("MappingStatus", text);
+}
 
 std::function<void()> changedHandler;
 bool checking = false, clearedSince = false;
@@ -113,11 +118,12 @@ std::string text(const char* key, const QJsonObject& object) {
 std::optional<std::string> obstacleIn(const StatusReading& reading) {
     if (!reading.unopened.empty()) {
         const UnopenedDevice& device = reading.unopened.front();
-        return fillIn(device.noAccess ? MappingStatus::noAccessText : MappingStatus::cannotOpenText,
-                      {device.node, device.error});
+        return fillIn(
+            tr(device.noAccess ? MappingStatus::noAccessText : MappingStatus::cannotOpenText),
+            {device.node, device.error});
     }
     if (reading.keyboards.empty())
-        return MappingStatus::noKeyboardText;
+        return tr(MappingStatus::noKeyboardText);
     const std::string chosen = MappingFile::storedKeyboardId();
     const auto productId = chosen.starts_with("0x") ? parseHex(chosen.substr(2)) : std::nullopt;
     if (chosen == allKeyboardsId || !productId)
@@ -125,7 +131,7 @@ std::optional<std::string> obstacleIn(const StatusReading& reading) {
     for (const StatusKeyboard& keyboard : reading.keyboards)
         if (keyboard.productId == *productId)
             return std::nullopt;
-    return fillIn(MappingStatus::keyboardAbsentText, {chosen});
+    return fillIn(tr(MappingStatus::keyboardAbsentText), {chosen});
 }
 
 // Told once for as long as it lasts: the window's line says it meanwhile, and the installations
@@ -152,10 +158,11 @@ std::string names(const std::vector<std::string>& keyboards) {
 
 std::string installedText(std::size_t installed, std::size_t withoutKey) {
     if (withoutKey > 0)
-        return fillIn(MappingStatus::installedOnSomeText,
+        return fillIn(tr(MappingStatus::installedOnSomeText),
                       {std::to_string(installed), std::to_string(installed + withoutKey)});
-    return installed == 1 ? MappingStatus::installedOnOneText
-                          : fillIn(MappingStatus::installedOnManyText, {std::to_string(installed)});
+    return installed == 1
+               ? tr(MappingStatus::installedOnOneText)
+               : fillIn(tr(MappingStatus::installedOnManyText), {std::to_string(installed)});
 }
 
 }  // namespace
@@ -311,22 +318,22 @@ std::string MappingStatus::describe(const std::optional<MappingState>& state) {
     if (!state)
         return {};
     if (state->replacedBy)
-        return fillIn(replacedText, {std::to_string(*state->replacedBy)});
+        return fillIn(tr(replacedText), {std::to_string(*state->replacedBy)});
     if (!state->unusable.empty())
-        return unusableText;
+        return tr(unusableText);
     if (!state->overridden.empty())
-        return fillIn(overriddenText, {names(state->overridden)});
+        return fillIn(tr(overriddenText), {names(state->overridden)});
     if (!state->reinstalled.empty())
-        return fillIn(reinstalledText, {names(state->reinstalled)});
+        return fillIn(tr(reinstalledText), {names(state->reinstalled)});
     // A keyboard the permanent keymap gives the key counts as one it is installed on.
     if (!state->installed.empty())
         return installedText(state->installed.size() + state->permanent.size(),
                              state->skipped.size());
     if (!state->permanent.empty())
-        return permanentText;
+        return tr(permanentText);
     if (!state->skipped.empty())
-        return skippedText;
-    return notInstalledText;
+        return tr(skippedText);
+    return tr(notInstalledText);
 }
 
 std::vector<StatusKeyboard> MappingStatus::keyboards() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtGlobal>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -63,32 +64,45 @@ class MappingStatus {
     static constexpr const char* statusCommand = contract::statusJsonCommand;
 
     // What the status column says of a mapping. %1: keyboards' names, or a number; %2: a number.
-    static constexpr const char* unusableText = "Cannot be installed";
-    static constexpr const char* overriddenText = "Overridden on %1, even after installing again";
-    static constexpr const char* reinstalledText = "Overridden on %1, installed again";
-    static constexpr const char* installedOnSomeText = "Installed on %1 of %2 keyboards";
-    static constexpr const char* installedOnOneText = "Installed on 1 keyboard";
-    static constexpr const char* installedOnManyText = "Installed on %1 keyboards";
-    static constexpr const char* permanentText = "Permanent";
-    static constexpr const char* skippedText = "No keyboard has this key";
-    static constexpr const char* notInstalledText = "Not installed";
-    static constexpr const char* replacedText = "Replaced by row %1";
+    static constexpr const char* unusableText =
+        QT_TRANSLATE_NOOP("MappingStatus", "Cannot be installed");
+    static constexpr const char* overriddenText =
+        QT_TRANSLATE_NOOP("MappingStatus", "Overridden on %1, even after installing again");
+    static constexpr const char* reinstalledText =
+        QT_TRANSLATE_NOOP("MappingStatus", "Overridden on %1, installed again");
+    static constexpr const char* installedOnSomeText =
+        QT_TRANSLATE_NOOP("MappingStatus", "Installed on %1 of %2 keyboards");
+    static constexpr const char* installedOnOneText =
+        QT_TRANSLATE_NOOP("MappingStatus", "Installed on 1 keyboard");
+    static constexpr const char* installedOnManyText =
+        QT_TRANSLATE_NOOP("MappingStatus", "Installed on %1 keyboards");
+    static constexpr const char* permanentText = QT_TRANSLATE_NOOP("MappingStatus", "Permanent");
+    static constexpr const char* skippedText =
+        QT_TRANSLATE_NOOP("MappingStatus", "No keyboard has this key");
+    static constexpr const char* notInstalledText =
+        QT_TRANSLATE_NOOP("MappingStatus", "Not installed");
+    static constexpr const char* replacedText =
+        QT_TRANSLATE_NOOP("MappingStatus", "Replaced by row %1");
 
     // Why no installation can work, and what to do. %1: a device, %2: the system's words for why
     // it could not be opened, or %1: a product id.
-    static constexpr const char* noAccessText =
+    static constexpr const char* noAccessText = QT_TRANSLATE_NOOP(
+        "MappingStatus",
         "Keyvane has no access to your keyboards (%1: %2), so it cannot install your mappings. "
         "Add yourself to the group input (sudo usermod -aG input $USER), then log out and in "
-        "again.";
-    static constexpr const char* cannotOpenText =
+        "again.");
+    static constexpr const char* cannotOpenText = QT_TRANSLATE_NOOP(
+        "MappingStatus",
         "Keyvane cannot open %1 (%2), which may be a keyboard, so it cannot install your "
-        "mappings. Unplug that device and plug it in again, or restart.";
-    static constexpr const char* noKeyboardText =
+        "mappings. Unplug that device and plug it in again, or restart.");
+    static constexpr const char* noKeyboardText = QT_TRANSLATE_NOOP(
+        "MappingStatus",
         "No keyboard is connected, so no mapping is installed. Plug one in: Keyvane installs "
-        "your mappings on it at once.";
-    static constexpr const char* keyboardAbsentText =
+        "your mappings on it at once.");
+    static constexpr const char* keyboardAbsentText = QT_TRANSLATE_NOOP(
+        "MappingStatus",
         "The keyboard chosen in Apply to (product id %1) is not connected, so no mapping is "
-        "installed. Plug it in, or choose All keyboards.";
+        "installed. Plug it in, or choose All keyboards.");
 
     // From now on every installation is checked; `changed` runs after each check.
     static void followInstallations(std::function<void()> changed);

@@ -13,9 +13,14 @@
 #include "engine/MappingFile.h"
 #include "engine/ShellRunner.h"
 #include "permanent/PermanentCommand.h"
+#include "platform/Translation.h"
 
 namespace keyvane {
 namespace {
+
+std::string tr(const char* text) {
+    return translated("PermanentKeymap", text);
+}
 
 namespace command = permanent;
 
@@ -37,7 +42,9 @@ std::string keyName(const std::string& usage) {
 
 std::string keyboardText() {
     const std::string keyboardId = MappingFile::storedKeyboardId();
-    return keyboardId == allKeyboardsId ? "all keyboards" : "the keyboard " + keyboardId;
+    return keyboardId == allKeyboardsId
+               ? tr(PermanentKeymap::allKeyboardsText)
+               : fillIn(tr(PermanentKeymap::oneKeyboardText), {keyboardId});
 }
 
 std::string joined(const std::vector<std::string>& texts, const char* separator) {
@@ -190,7 +197,7 @@ void PermanentKeymap::ended(int exitCode, bool crashed) {
             break;
         default:
             if (result.message.empty())
-                result.message = fillIn(silentFailureText, {std::to_string(exitCode)});
+                result.message = fillIn(tr(silentFailureText), {std::to_string(exitCode)});
             break;
     }
     // Nothing more is wanted from this run; its object stays until the next run replaces it, which
@@ -225,39 +232,39 @@ std::vector<std::string> PermanentKeymap::passwordKeys(const std::vector<KeyMapp
 }
 
 PermanentKeymap::Message PermanentKeymap::makeQuestion() {
-    std::string text =
-        fillIn(makeText, {mappingsCount(keyMappings.size()), keyboardText(), command::hwdbFile});
+    std::string text = fillIn(
+        tr(makeText), {mappingsCount(keyMappings.size()), keyboardText(), command::hwdbFile});
     if (MappingFile::storedKeyboardId() == allKeyboardsId)
-        text += std::string("\n\n") + laterKeyboardsText;
+        text += "\n\n" + tr(laterKeyboardsText);
     if (const std::vector<std::string> keys = passwordKeys(keyMappings); !keys.empty())
-        text += "\n\n" + fillIn(passwordKeysText, {joined(keys, ", ")});
-    text += "\n\n" + fillIn(countdownText, {std::to_string(command::countdownSeconds)});
-    return {makeTitle, text};
+        text += "\n\n" + fillIn(tr(passwordKeysText), {joined(keys, ", ")});
+    text += "\n\n" + fillIn(tr(countdownText), {std::to_string(command::countdownSeconds)});
+    return {tr(makeTitle), text};
 }
 
 PermanentKeymap::Message PermanentKeymap::removeQuestion() {
-    return {removeTitle, fillIn(removeText, {command::hwdbFile})};
+    return {tr(removeTitle), fillIn(tr(removeText), {command::hwdbFile})};
 }
 
 PermanentKeymap::Message PermanentKeymap::outcomeMessage(const Result& result, bool removing) {
     switch (result.outcome) {
         case Outcome::Kept:
-            return {keptTitle, fillIn(keptText, {command::hwdbFile})};
+            return {tr(keptTitle), fillIn(tr(keptText), {command::hwdbFile})};
         case Outcome::Reverted:
-            return {revertedTitle,
-                    result.hadPermanentKeymap ? revertedToPreviousText : revertedToNoneText};
+            return {tr(revertedTitle),
+                    tr(result.hadPermanentKeymap ? revertedToPreviousText : revertedToNoneText)};
         case Outcome::Removed:
-            return {removedTitle, removedText};
+            return {tr(removedTitle), tr(removedText)};
         case Outcome::Failed:
-            return {removing ? removeFailedTitle : makeFailedTitle, result.message};
+            return {tr(removing ? removeFailedTitle : makeFailedTitle), result.message};
         case Outcome::Dismissed:
-            return {dismissedTitle, dismissedText};
+            return {tr(dismissedTitle), tr(dismissedText)};
         case Outcome::NotAuthorized:
-            return {dismissedTitle, notAuthorizedText};
+            return {tr(dismissedTitle), tr(notAuthorizedText)};
         case Outcome::NotInstalled:
             break;
     }
-    return {notInstalledTitle, fillIn(notInstalledText, {result.message})};
+    return {tr(notInstalledTitle), fillIn(tr(notInstalledText), {result.message})};
 }
 
 }  // namespace keyvane

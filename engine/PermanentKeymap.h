@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtGlobal>
 #include <functional>
 #include <memory>
 #include <string>
@@ -89,74 +90,104 @@ class PermanentKeymap {
     static Message removeQuestion();
     static Message outcomeMessage(const Result& result, bool removing);
 
-    static constexpr const char* nothingToMakeTitle = "Nothing to make permanent";
-    static constexpr const char* nothingToMakeText =
+    static constexpr const char* nothingToMakeTitle =
+        QT_TRANSLATE_NOOP("PermanentKeymap", "Nothing to make permanent");
+    static constexpr const char* nothingToMakeText = QT_TRANSLATE_NOOP(
+        "PermanentKeymap",
         "Your list has no mappings. To remove a permanent keymap, choose File > Remove Permanent "
-        "Keymap (or run keyvane --remove-permanent).";
-    static constexpr const char* notInstalledTitle = "The permanent keymap needs Keyvane installed";
+        "Keymap (or run keyvane --remove-permanent).");
+    static constexpr const char* notInstalledTitle =
+        QT_TRANSLATE_NOOP("PermanentKeymap", "The permanent keymap needs Keyvane installed");
     // %1: the helper's path
-    static constexpr const char* notInstalledText =
+    static constexpr const char* notInstalledText = QT_TRANSLATE_NOOP(
+        "PermanentKeymap",
         "The helper that writes the permanent keymap, %1, is not there, as when Keyvane runs "
         "from its build folder. Install Keyvane (its Debian package, or cmake --install) and try "
-        "again. Nothing was changed.";
-    static constexpr const char* makeTitle = "Make your keys permanent?";
+        "again. Nothing was changed.");
+    static constexpr const char* makeTitle =
+        QT_TRANSLATE_NOOP("PermanentKeymap", "Make your keys permanent?");
     // %1: "3 mappings", %2: "all keyboards" or "the keyboard 0x27e", %3: the hwdb file
     // The file closes the text on a line of its own, where a window has no reason to break its
     // name at a slash.
-    static constexpr const char* makeText =
+    static constexpr const char* makeText = QT_TRANSLATE_NOOP(
+        "PermanentKeymap",
         "Your list of %1, for %2, is written to udev's hwdb and applies before anyone logs in: at "
-        "the login screen, on the text console and for every user of this computer.\nFile: %3";
-    static constexpr const char* laterKeyboardsText =
+        "the login screen, on the text console and for every user of this computer.\nFile: %3");
+    // makeText's %2
+    static constexpr const char* allKeyboardsText =
+        QT_TRANSLATE_NOOP("PermanentKeymap", "all keyboards");
+    static constexpr const char* oneKeyboardText =
+        QT_TRANSLATE_NOOP("PermanentKeymap", "the keyboard %1");
+    static constexpr const char* laterKeyboardsText = QT_TRANSLATE_NOOP(
+        "PermanentKeymap",
         "A keyboard first plugged in later is not covered until you make the list permanent "
-        "again.";
+        "again.");
     // %1: the keys, "a, 1, Enter"
-    static constexpr const char* passwordKeysText =
+    static constexpr const char* passwordKeysText = QT_TRANSLATE_NOOP(
+        "PermanentKeymap",
         "Careful: your list moves or disables keys you may type your password with: %1. The "
         "login screen and the text console will see those keys changed too, and so will the "
-        "disk-encryption prompt where the initramfs carries udev's hwdb (Debian 12's does not).";
+        "disk-encryption prompt where the initramfs carries udev's hwdb (Debian 12's does not).");
     // %1: the seconds
-    static constexpr const char* countdownText =
+    static constexpr const char* countdownText = QT_TRANSLATE_NOOP(
+        "PermanentKeymap",
         "Once the keys have changed, you have %1 seconds to keep them; otherwise they change "
-        "back.";
-    static constexpr const char* makeButton = "Make Permanent";
-    static constexpr const char* cancelButton = "Cancel";
-    static constexpr const char* removeTitle = "Remove the permanent keymap?";
+        "back.");
+    static constexpr const char* makeButton =
+        QT_TRANSLATE_NOOP("PermanentKeymap", "Make Permanent");
+    static constexpr const char* cancelButton = QT_TRANSLATE_NOOP("PermanentKeymap", "Cancel");
+    static constexpr const char* removeTitle =
+        QT_TRANSLATE_NOOP("PermanentKeymap", "Remove the permanent keymap?");
     // %1: the hwdb file
-    static constexpr const char* removeText =
+    static constexpr const char* removeText = QT_TRANSLATE_NOOP(
+        "PermanentKeymap",
         "The login screen, the console and every user get the keyboards' own keys again. Your "
-        "list stays, and Keyvane installs it for you as before.\nFile to remove: %1";
-    static constexpr const char* removeButton = "Remove";
+        "list stays, and Keyvane installs it for you as before.\nFile to remove: %1");
+    static constexpr const char* removeButton = QT_TRANSLATE_NOOP("PermanentKeymap", "Remove");
 
-    static constexpr const char* keepTitle = "Keep these keys?";
+    static constexpr const char* keepTitle =
+        QT_TRANSLATE_NOOP("PermanentKeymap", "Keep these keys?");
     // %1: the seconds left
-    static constexpr const char* keepText =
-        "The keys change back in %1 seconds unless you keep them.";
-    static constexpr const char* keepButton = "Keep";
-    static constexpr const char* changeBackButton = "Change Back";
+    static constexpr const char* keepText = QT_TRANSLATE_NOOP(
+        "PermanentKeymap", "The keys change back in %1 seconds unless you keep them.");
+    static constexpr const char* keepButton = QT_TRANSLATE_NOOP("PermanentKeymap", "Keep");
+    static constexpr const char* changeBackButton =
+        QT_TRANSLATE_NOOP("PermanentKeymap", "Change Back");
     // %1: the seconds
-    static constexpr const char* keepPrompt =
-        "Keep these keys? Press Enter within %1 seconds to keep them; otherwise they change back.";
+    static constexpr const char* keepPrompt = QT_TRANSLATE_NOOP(
+        "PermanentKeymap",
+        "Keep these keys? Press Enter within %1 seconds to keep them; otherwise they change back.");
 
-    static constexpr const char* keptTitle = "Your keys are permanent";
+    static constexpr const char* keptTitle =
+        QT_TRANSLATE_NOOP("PermanentKeymap", "Your keys are permanent");
     // %1: the hwdb file
-    static constexpr const char* keptText =
-        "Your list applies from the login screen on, for every user.\nFile: %1";
-    static constexpr const char* revertedTitle = "The keys changed back";
-    static constexpr const char* revertedToPreviousText = "The previous permanent keymap is back.";
-    static constexpr const char* revertedToNoneText = "No permanent keymap is in place, as before.";
-    static constexpr const char* removedTitle = "The permanent keymap is removed";
-    static constexpr const char* removedText =
-        "Before anyone logs in, the keyboards have their own keys again.";
-    static constexpr const char* makeFailedTitle = "Your keys could not be made permanent";
-    static constexpr const char* removeFailedTitle = "The permanent keymap could not be removed";
+    static constexpr const char* keptText = QT_TRANSLATE_NOOP(
+        "PermanentKeymap", "Your list applies from the login screen on, for every user.\nFile: %1");
+    static constexpr const char* revertedTitle =
+        QT_TRANSLATE_NOOP("PermanentKeymap", "The keys changed back");
+    static constexpr const char* revertedToPreviousText =
+        QT_TRANSLATE_NOOP("PermanentKeymap", "The previous permanent keymap is back.");
+    static constexpr const char* revertedToNoneText =
+        QT_TRANSLATE_NOOP("PermanentKeymap", "No permanent keymap is in place, as before.");
+    static constexpr const char* removedTitle =
+        QT_TRANSLATE_NOOP("PermanentKeymap", "The permanent keymap is removed");
+    static constexpr const char* removedText = QT_TRANSLATE_NOOP(
+        "PermanentKeymap", "Before anyone logs in, the keyboards have their own keys again.");
+    static constexpr const char* makeFailedTitle =
+        QT_TRANSLATE_NOOP("PermanentKeymap", "Your keys could not be made permanent");
+    static constexpr const char* removeFailedTitle =
+        QT_TRANSLATE_NOOP("PermanentKeymap", "The permanent keymap could not be removed");
     // %1: the exit status
-    static constexpr const char* silentFailureText = "The helper ended with status %1.";
-    static constexpr const char* dismissedTitle = "Nothing was changed";
-    static constexpr const char* dismissedText =
-        "The password was not given, so the helper did not run.";
-    static constexpr const char* notAuthorizedText =
+    static constexpr const char* silentFailureText =
+        QT_TRANSLATE_NOOP("PermanentKeymap", "The helper ended with status %1.");
+    static constexpr const char* dismissedTitle =
+        QT_TRANSLATE_NOOP("PermanentKeymap", "Nothing was changed");
+    static constexpr const char* dismissedText = QT_TRANSLATE_NOOP(
+        "PermanentKeymap", "The password was not given, so the helper did not run.");
+    static constexpr const char* notAuthorizedText = QT_TRANSLATE_NOOP(
+        "PermanentKeymap",
         "You are not allowed to change the permanent keymap: it takes an administrator's "
-        "password.";
+        "password.");
 
   private:
     void run(const std::string& verb, const std::vector<std::string>& arguments);

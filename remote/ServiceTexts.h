@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QtGlobal>
+
 // Every fixed text that the remote services send, show or write, in one place.
 namespace keyvane::service {
 
@@ -38,18 +40,26 @@ inline constexpr const char* paddingInTransit = "fau";
 inline constexpr const char* defaultConfigFlag = "no";
 inline constexpr const char* defaultVersion = "1.1";
 
-inline constexpr const char* updateRequiredTitle = "App update required";
-inline constexpr const char* updateRequiredText =
+inline constexpr const char* updateRequiredTitle =
+    QT_TRANSLATE_NOOP("UpdateCheck", "App update required");
+inline constexpr const char* updateRequiredText = QT_TRANSLATE_NOOP(
+    "UpdateCheck",
     "This version is significantly outdated and will no longer work. Please relaunch the app after "
-    "downloading the latest version.";
-inline constexpr const char* updateRequiredButton = "Visit download page";
+    "downloading the latest version.");
+inline constexpr const char* updateRequiredButton =
+    QT_TRANSLATE_NOOP("UpdateCheck", "Visit download page");
 
-inline constexpr const char* updateAvailableTitle = "App update available";
-inline constexpr const char* updateAvailableInstalled = "Currently installed: ";
-inline constexpr const char* updateAvailableLatest = "\nLatest version:";
-inline constexpr const char* updateAvailableAdvice =
-    "\n\nIt is recommended that you update the app for stability and performance.";
-inline constexpr const char* updateAvailableDownload = "Download now";
-inline constexpr const char* updateAvailableDontShow = "Don't show again for this version";
+inline constexpr const char* updateAvailableTitle =
+    QT_TRANSLATE_NOOP("UpdateCheck", "App update available");
+inline constexpr const char* updateAvailableInstalled =
+    QT_TRANSLATE_NOOP("UpdateCheck", "Currently installed: ");
+inline constexpr const char* updateAvailableLatest =
+    QT_TRANSLATE_NOOP("UpdateCheck", "\nLatest version:");
+inline constexpr const char* updateAvailableAdvice = QT_TRANSLATE_NOOP(
+    "UpdateCheck", "\n\nIt is recommended that you update the app for stability and performance.");
+inline constexpr const char* updateAvailableDownload =
+    QT_TRANSLATE_NOOP("UpdateCheck", "Download now");
+inline constexpr const char* updateAvailableDontShow =
+    QT_TRANSLATE_NOOP("UpdateCheck", "Don't show again for this version");
 
 }  // namespace keyvane::service

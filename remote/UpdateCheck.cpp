@@ -6,6 +6,7 @@
 #include "platform/Application.h"
 #include "platform/Browser.h"
 #include "platform/DefaultsKeys.h"
+#include "platform/Translation.h"
 #include "platform/UserDefaults.h"
 #include "remote/RemoteConfig.h"
 #include "remote/SCL.h"
@@ -13,6 +14,13 @@
 #include "remote/ServiceUrls.h"
 
 namespace keyvane {
+namespace {
+
+std::string tr(const char* text) {
+    return translated("UpdateCheck", text);
+}
+
+}  // namespace
 
 void SCL::fetchConfig() {
     sendRequest(
@@ -34,8 +42,8 @@ void SCL::applyConfig(const std::string& text) {
 void SCL::checkForUpdate() {
     const std::string& installed = appVersion();
     if (versionSortsBelow(installed, remoteConfig.minimumVersion)) {
-        runModalAlert(service::updateRequiredText, service::updateRequiredTitle,
-                      {service::updateRequiredButton});
+        runModalAlert(tr(service::updateRequiredText), tr(service::updateRequiredTitle),
+                      {tr(service::updateRequiredButton)});
         // Whether a browser opened cannot be known; this version must not go on running anyway.
         openInBrowser(service::downloadPageUrl());
         terminateApplication();
@@ -48,11 +56,12 @@ void SCL::checkForUpdate() {
     UserDefaults& defaults = UserDefaults::standard();
     if (defaults.stringForKey(defaults_keys::noUpdatePrompt).value_or("") == latest)
         return;
-    const std::string text = service::updateAvailableInstalled + installed +
-                             service::updateAvailableLatest + latest +
-                             service::updateAvailableAdvice;
-    switch (runModalAlert(text, service::updateAvailableTitle,
-                          {service::updateAvailableDownload, service::updateAvailableDontShow})) {
+    const std::string text = tr(service::updateAvailableInstalled) + installed +
+                             tr(service::updateAvailableLatest) + latest +
+                             tr(service::updateAvailableAdvice);
+    switch (runModalAlert(
+        text, tr(service::updateAvailableTitle),
+        {tr(service::updateAvailableDownload), tr(service::updateAvailableDontShow)})) {
         case 0:
             openInBrowser(service::downloadPageUrl());
             break;

@@ -2,16 +2,22 @@
 
 #include <QApplication>
 #include <QCheckBox>
+#include <QComboBox>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
+#include <QLabel>
+#include <QLocale>
 #include <QMainWindow>
+#include <QMenuBar>
 #include <QProcess>
 #include <QTest>
 #include <QTimer>
+#include <QTranslator>
 #include <QWindow>
 #include <fstream>
 
 #include "app/Launch.h"
+#include "app/Translation.h"
 #include "engine/MappingStore.h"
 #include "platform/Bundle.h"
 #include "platform/LoginItems.h"
@@ -161,7 +167,7 @@ TEST_F(LaunchTest, ASecondStartReopensTheWindowOfTheRunningCopyOrSaysWhyItCannot
 
 // What cannot be read or saved, the user is told once, with the file's path; what did not parse
 // is kept aside, what could not even be read is left alone.
-TEST_F(LaunchTest, UnreadableOrUnsavableSettingsAreShownInAnAlert) {
+TEST_F(LaunchTest, UnreadableOrUnsavableSettingsAreShownInAnAlertInTheUsersLanguage) {
     const std::filesystem::path file = UserDefaults::standardPath();
     const QString path = QString::fromStdString(file.string());
     std::ofstream(file) << "{not json";
@@ -209,6 +215,29 @@ TEST_F(LaunchTest, UnreadableOrUnsavableSettingsAreShownInAnAlert) {
                    {"OK"},
                    "OK"}}));
     EXPECT_TRUE(std::filesystem::is_directory(file));
+
+    // In German, as for a German locale: the alert, and the main window behind it.
+    app.reset();
+    std::filesystem::remove(file);
+    std::ofstream(file) << "{not json";
+    installTranslators(QLocale(QLocale::German, QLocale::Germany));
+    app = launch();
+    seen = alerts.drain();
+    QMainWindow* window = app->mainVC().MainWin();
+    const std::pair<QString, const char*> shown[] = {
+        {window->menuBar()->actions().at(0)->text(), "&Datei"},
+        {window->findChild<QCheckBox*>("applyCheckbox")->text(),
+         "Zuordnungen bei der An&meldung anwenden"},
+        {window->findChild<QComboBox*>("keyboardPopup")->itemText(0), "Alle Tastaturen"},
+        {window->findChild<QLabel*>("backgroundHint")->text(),
+         "Beim Schließen bleiben Ihre Zuordnungen installiert."},
+        {app->mainVC().headerData(0, Qt::Horizontal, Qt::DisplayRole).toString(), "Originaltaste"},
+    };
+    qDeleteAll(qApp->findChildren<QTranslator*>());
+    for (const auto& [text, german] : shown)
+        EXPECT_EQ(text.toStdString(), german);
+    ASSERT_EQ(seen.size(), 1u);
+    EXPECT_EQ(seen[0].text.toStdString(), "Ihre Einstellungen konnten nicht gelesen werden");
 }
 
 TEST(LaunchWithoutBus, StartsAsANormalLaunchAndSaysSo) {

@@ -98,7 +98,7 @@ void KeyboardVC::viewDidLoad() {
 }
 
 void KeyboardVC::viewDidAppear() {
-    window_->setWindowTitle(windowTitle);
+    window_->setWindowTitle(tr(windowTitle));
     ui_->keyboardWView->setFocus();
 }
 
@@ -132,8 +132,8 @@ void KeyboardVC::handleKeyEvent(const KeyEvent& event) {
         originalName_ = entry->name;
         step_ = 1;
         const QString note = alreadyMappedNote();
-        ui_->instructionLbl->setText(note.isEmpty() ? QString(newKeyInstruction)
-                                                    : newKeyInstruction + QString('\n') + note);
+        ui_->instructionLbl->setText(note.isEmpty() ? tr(newKeyInstruction)
+                                                    : tr(newKeyInstruction) + '\n' + note);
         offerDisableKey(ui_->keyPopup, disableMenuItem_, true);
     } else {
         if (entry->usage == originalId_)

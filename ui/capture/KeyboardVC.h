@@ -22,13 +22,13 @@ namespace keyvane {
 class KeyboardVC : public QObject {
     Q_OBJECT
   public:
-    static constexpr const char* windowTitle = "Remap a key";
-    static constexpr const char* newKeyInstruction =
-        "Press the new key to remap the original key into (or pick from the below list)";
+    static constexpr const char* windowTitle = QT_TR_NOOP("Remap a key");
+    static constexpr const char* newKeyInstruction = QT_TR_NOOP(
+        "Press the new key to remap the original key into (or pick from the below list)");
     // %1: the row (from 1) that maps the captured original key already, %2: that key.
-    static constexpr const char* alreadyMappedText =
-        "Row %1 already maps %2: a key gives one code, so this mapping, added after it, replaces "
-        "it.";
+    static constexpr const char* alreadyMappedText = QT_TR_NOOP(
+        "Row %1 already maps %2: a key gives one code, so this mapping, added after it, "
+        "replaces it.");
     static constexpr int preferredWidth = 511;
     static constexpr int preferredHeight = 138;
 

@@ -14,9 +14,11 @@ namespace keyvane {
 class InstallationSummary : public QObject {
     Q_OBJECT
   public:
-    static constexpr const char* keptText = "Closing this window keeps your mappings installed.";
-    static constexpr const char* noneInstalledText = "None of your mappings is installed.";
-    static constexpr const char* installNowButton = "Install Now";
+    static constexpr const char* keptText =
+        QT_TR_NOOP("Closing this window keeps your mappings installed.");
+    static constexpr const char* noneInstalledText =
+        QT_TR_NOOP("None of your mappings is installed.");
+    static constexpr const char* installNowButton = QT_TR_NOOP("Install Now");
 
     // The widgets belong to the window.
     InstallationSummary(QLabel* obstacleLine, QLabel* footer, QPushButton* installNow,

@@ -6,6 +6,7 @@
 #include "common/Hex.h"
 #include "common/Text.h"
 #include "engine/MappingStore.h"
+#include "platform/Translation.h"
 
 namespace keyvane {
 namespace {
@@ -30,7 +31,7 @@ std::optional<std::vector<std::string>> keyboardFields(const std::string& line) 
 }
 
 void fillKeyboardPopup(QComboBox* keyboardPopup, ShellRunner::Pending listing) {
-    addItem(keyboardPopup, allKeyboardsTitle, allKeyboardsId);
+    addItem(keyboardPopup, translated("KeyboardList", allKeyboardsTitle), allKeyboardsId);
     keyboardPopup->setCurrentIndex(0);
 
     const std::optional<std::string> storedId = MappingStore::loadKeyboardId();
@@ -54,7 +55,9 @@ void selectKeyboard(QComboBox* keyboardPopup, const std::string& keyboardId) {
     while (index >= 0 && keyboardPopup->itemData(index).toString() != wanted)
         --index;
     if (index < 0) {
-        addItem(keyboardPopup, fillIn(unlistedKeyboardTitle, {keyboardId}), keyboardId);
+        addItem(keyboardPopup,
+                fillIn(translated("KeyboardList", unlistedKeyboardTitle), {keyboardId}),
+                keyboardId);
         index = keyboardPopup->count() - 1;
     }
     keyboardPopup->setCurrentIndex(index);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtGlobal>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,11 +14,13 @@ class QComboBox;
 namespace keyvane {
 
 inline constexpr const char* listKeyboardsCommand = contract::listKeyboardsCommand;
-inline constexpr const char* allKeyboardsTitle = "All keyboards";
+inline constexpr const char* allKeyboardsTitle = QT_TRANSLATE_NOOP("KeyboardList", "All keyboards");
 // %1: the product id of a keyboard that the pop-up has no item for.
-inline constexpr const char* unlistedKeyboardTitle = "Keyboard %1";
+inline constexpr const char* unlistedKeyboardTitle =
+    QT_TRANSLATE_NOOP("KeyboardList", "Keyboard %1");
 // The tool tip of an item that stands for no connected keyboard.
-inline constexpr const char* noKeyboardBehindText = "No such keyboard is connected";
+inline constexpr const char* noKeyboardBehindText =
+    QT_TRANSLATE_NOOP("KeyboardList", "No such keyboard is connected");
 
 // The fields of one line of the keyboard listing, or nothing for a line that names no keyboard
 // (headings, blank lines, lines with a " 0x0 " column). Runs of spaces are collapsed in passes of

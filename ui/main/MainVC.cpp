@@ -315,9 +315,10 @@ bool MainVC::roomForAnotherMapping() const {
     const std::size_t maximum = MappingApplier::maximumMappings();
     if (keyMappings.size() < maximum)
         return true;
-    showAlert(fillIn(listFullAlertText, {groupedDigits(maximum), groupedDigits(keyMappings.size()),
-                                         mappingsCount(keyMappings.size() - maximum + 1)}),
-              listFullAlertTitle, {});
+    showAlert(fillIn(tr(listFullAlertText).toStdString(),
+                     {groupedDigits(maximum), groupedDigits(keyMappings.size()),
+                      mappingsCount(keyMappings.size() - maximum + 1)}),
+              tr(listFullAlertTitle).toStdString(), {});
     return false;
 }
 

@@ -36,10 +36,10 @@ class MainVC : public QAbstractTableModel {
     static constexpr int columnIdentifierRole = Qt::UserRole;
     // %1: the most mappings one installation can carry, %2: how many the list has, %3: how many
     // to remove ("1 mapping").
-    static constexpr const char* listFullAlertTitle = "No room for another mapping";
-    static constexpr const char* listFullAlertText =
+    static constexpr const char* listFullAlertTitle = QT_TR_NOOP("No room for another mapping");
+    static constexpr const char* listFullAlertText = QT_TR_NOOP(
         "One installation can carry at most %1 mappings, and your list has %2. Remove %3 before "
-        "you add another.";
+        "you add another.");
 
     // `updateLoginItem` makes the login item follow the stored "applyatlogin" choice; `permanent`
     // names the helper of File > Make Permanent… (none: it says Keyvane is not installed).

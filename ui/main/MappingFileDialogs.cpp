@@ -6,9 +6,14 @@
 #include "common/Text.h"
 #include "engine/MappingFile.h"
 #include "platform/Alert.h"
+#include "platform/Translation.h"
 
 namespace keyvane::mapping_file_dialogs {
 namespace {
+
+std::string tr(const char* text) {
+    return translated("MappingFileDialogs", text);
+}
 
 std::string lines(const std::vector<std::string>& texts) {
     std::string result;
@@ -20,40 +25,41 @@ std::string lines(const std::vector<std::string>& texts) {
 std::string question(const MappingFile::Reading& reading) {
     std::string text;
     if (!reading.rejected.empty())
-        text += leftOutText + lines(reading.rejected) + "\n\n";
+        text += tr(leftOutText) + lines(reading.rejected) + "\n\n";
     const std::size_t listed = MappingFile::alreadyListed(reading);
     if (listed > 0)
-        text += fillIn(alreadyListedText, {mappingsCount(listed)}) + "\n\n";
-    text += "Add the " + mappingsCount(reading.mappings.size() - listed) + " after the " +
-            mappingsCount(keyMappings.size()) + " you have, or replace your list";
-    if (reading.keyboardId)
-        text += " and the chosen keyboard";
-    return text + (reading.mappings.size() == 1 ? " with it?" : " with them?");
+        text += fillIn(tr(alreadyListedText), {mappingsCount(listed)}) + "\n\n";
+    const char* addOrReplace =
+        addOrReplaceTexts[reading.keyboardId.has_value()][reading.mappings.size() != 1];
+    return text + fillIn(tr(addOrReplace), {mappingsCount(reading.mappings.size() - listed),
+                                            mappingsCount(keyMappings.size())});
 }
 
 // Tells why the file is not imported, with the mappings it left out; false, as nothing changed.
 bool refuse(const std::string& file, const std::string& problem,
             const std::vector<std::string>& rejected = {}) {
-    showAlert(file + ": " + problem + "." + lines(rejected) + "\n\n" + unchangedText,
-              importFailedTitle, {});
+    showAlert(file + ": " + problem + "." + lines(rejected) + "\n\n" + tr(unchangedText),
+              tr(importFailedTitle), {});
     return false;
 }
 
 }  // namespace
 
 void exportMappings(QWidget* parent) {
-    const QString file = QFileDialog::getSaveFileName(
-        parent, QObject::tr("Export Mappings"), QDir::home().filePath(suggestedName), fileFilter);
+    const QString file = QFileDialog::getSaveFileName(parent, QObject::tr("Export Mappings"),
+                                                      QDir::home().filePath(suggestedName),
+                                                      QString::fromStdString(tr(fileFilter)));
     if (file.isEmpty())
         return;
     std::string error;
     if (!MappingFile::write(file.toStdString(), error))
-        showAlert(file.toStdString() + ": " + error, exportFailedTitle, {});
+        showAlert(file.toStdString() + ": " + error, tr(exportFailedTitle), {});
 }
 
 bool importMappings(QWidget* parent) {
-    const QString file = QFileDialog::getOpenFileName(parent, QObject::tr("Import Mappings"),
-                                                      QDir::homePath(), fileFilter);
+    const QString file =
+        QFileDialog::getOpenFileName(parent, QObject::tr("Import Mappings"), QDir::homePath(),
+                                     QString::fromStdString(tr(fileFilter)));
     if (file.isEmpty())
         return false;
     const MappingFile::Reading reading = MappingFile::read(file.toStdString());
@@ -65,9 +71,10 @@ bool importMappings(QWidget* parent) {
     if (!replaceProblem.empty() &&
         !MappingFile::adoptionProblem(reading, MappingFile::Adoption::Append).empty())
         return refuse(file.toStdString(), replaceProblem);
-    const std::string title = "Import " + mappingsCount(reading.mappings.size()) + "?";
+    const std::string title = fillIn(tr(importTitle), {mappingsCount(reading.mappings.size())});
     MappingFile::Adoption how;
-    switch (runModalAlert(question(reading), title, {appendButton, replaceButton, cancelButton})) {
+    switch (runModalAlert(question(reading), title,
+                          {tr(appendButton), tr(replaceButton), tr(cancelButton)})) {
         case 0:
             how = MappingFile::Adoption::Append;
             break;

@@ -1,5 +1,6 @@
 #include "ui/main/PermanentKeymapDialogs.h"
 
+#include <QCoreApplication>
 #include <QDialogButtonBox>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -8,37 +9,44 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
-#include "common/Text.h"
 #include "permanent/PermanentCommand.h"
 #include "platform/Alert.h"
 #include "platform/MainQueue.h"
+#include "platform/Translation.h"
 
 namespace keyvane {
+namespace {
+
+// The countdown's words are the helper's, marked where they are kept.
+QString keymapText(const char* text) {
+    return QCoreApplication::translate("PermanentKeymap", text);
+}
+
+}  // namespace
 
 KeepKeysDialog::KeepKeysDialog(QWidget* parent, std::chrono::milliseconds second)
     : QDialog(parent),
       secondsLeft_(permanent::countdownSeconds),
       text_(new QLabel(this)),
       timer_(new QTimer(this)) {
-    setWindowTitle(PermanentKeymap::keepTitle);
+    setWindowTitle(keymapText(PermanentKeymap::keepTitle));
     setModal(true);
     auto* icon = new QLabel(this);
     const int size = style()->pixelMetric(QStyle::PM_MessageBoxIconSize, nullptr, this);
     icon->setPixmap(style()->standardIcon(QStyle::SP_MessageBoxQuestion).pixmap(size, size));
     icon->setAlignment(Qt::AlignTop);
-    auto* title = new QLabel(QString::fromUtf8(PermanentKeymap::keepTitle), this);
+    auto* title = new QLabel(keymapText(PermanentKeymap::keepTitle), this);
     QFont bold = title->font();
     bold.setBold(true);
     title->setFont(bold);
     // A width of its own: the count's digits change, and the window must not jump as they do.
-    text_->setMinimumWidth(text_->fontMetrics().horizontalAdvance(QString::fromUtf8(
-                               fillIn(PermanentKeymap::keepText, {"00"}).c_str())) +
-                           8);
+    text_->setMinimumWidth(
+        text_->fontMetrics().horizontalAdvance(keymapText(PermanentKeymap::keepText).arg("00")) +
+        8);
     auto* buttons = new QDialogButtonBox(this);
-    QPushButton* keep = buttons->addButton(QString::fromUtf8(PermanentKeymap::keepButton),
-                                           QDialogButtonBox::AcceptRole);
-    buttons->addButton(QString::fromUtf8(PermanentKeymap::changeBackButton),
-                       QDialogButtonBox::RejectRole);
+    QPushButton* keep =
+        buttons->addButton(keymapText(PermanentKeymap::keepButton), QDialogButtonBox::AcceptRole);
+    buttons->addButton(keymapText(PermanentKeymap::changeBackButton), QDialogButtonBox::RejectRole);
     keep->setDefault(true);
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
@@ -73,8 +81,7 @@ void KeepKeysDialog::tick() {
 }
 
 void KeepKeysDialog::showSecondsLeft() {
-    text_->setText(
-        QString::fromStdString(fillIn(PermanentKeymap::keepText, {std::to_string(secondsLeft_)})));
+    text_->setText(keymapText(PermanentKeymap::keepText).arg(secondsLeft_));
 }
 
 PermanentKeymapDialogs::PermanentKeymapDialogs(QWidget* window, PermanentSettings settings)
@@ -100,14 +107,16 @@ void PermanentKeymapDialogs::makePermanent() {
         return;
     removing_ = false;
     if (keyMappings.empty()) {
-        showAlert(PermanentKeymap::nothingToMakeText, PermanentKeymap::nothingToMakeTitle, {});
+        showAlert(keymapText(PermanentKeymap::nothingToMakeText).toStdString(),
+                  keymapText(PermanentKeymap::nothingToMakeTitle).toStdString(), {});
         return;
     }
     if (helperMissing())
         return;
     const PermanentKeymap::Message question = PermanentKeymap::makeQuestion();
     if (runModalAlert(question.text, question.title,
-                      {PermanentKeymap::makeButton, PermanentKeymap::cancelButton}) != 0)
+                      {translated("PermanentKeymap", PermanentKeymap::makeButton),
+                       translated("PermanentKeymap", PermanentKeymap::cancelButton)}) != 0)
         return;
     emit runningChanged(true);
     keymap_.make();
@@ -121,7 +130,8 @@ void PermanentKeymapDialogs::removePermanent() {
         return;
     const PermanentKeymap::Message question = PermanentKeymap::removeQuestion();
     if (runModalAlert(question.text, question.title,
-                      {PermanentKeymap::removeButton, PermanentKeymap::cancelButton}) != 0)
+                      {translated("PermanentKeymap", PermanentKeymap::removeButton),
+                       translated("PermanentKeymap", PermanentKeymap::cancelButton)}) != 0)
         return;
     emit runningChanged(true);
     keymap_.remove();
@@ -155,7 +165,9 @@ void PermanentKeymapDialogs::finished(const PermanentKeymap::Result& result) {
             break;
         default:
             // Not a failure: told without the warning sign, once the helper's signal has returned.
-            MainQueue::async([message] { runModalAlert(message.text, message.title, {okButton}); });
+            MainQueue::async([message] {
+                runModalAlert(message.text, message.title, {tr(okButton).toStdString()});
+            });
             break;
     }
 }

@@ -52,7 +52,7 @@ class PermanentKeymapDialogs : public QObject {
     // The countdown while it is open.
     KeepKeysDialog* keepKeysDialog() const { return dialog_; }
 
-    static constexpr const char* okButton = "OK";
+    static constexpr const char* okButton = QT_TR_NOOP("OK");
 
   signals:
     // True while the helper runs: nothing else may start it meanwhile.
