@@ -215,6 +215,10 @@ zurückgeändert wurden), 2 bei nicht verstandenen Optionen.
         <source>Keyboard %1</source>
         <translation>Tastatur %1</translation>
     </message>
+    <message>
+        <source>No such keyboard is connected</source>
+        <translation>Keine solche Tastatur ist angeschlossen</translation>
+    </message>
 </context>
 <context>
     <name>KeyboardW</name>
@@ -1017,6 +1021,17 @@ Für Stabilität und Leistung empfiehlt es sich, die App zu aktualisieren.</tran
     </message>
 </context>
 <context>
+    <name>keyvane::KeyNames</name>
+    <message>
+        <source>%1 (%2)</source>
+        <translation>%1 (%2)</translation>
+    </message>
+    <message>
+        <source>%1 — %2 on your keyboard</source>
+        <translation>%1 — %2 auf Ihrer Tastatur</translation>
+    </message>
+</context>
+<context>
     <name>keyvane::KeyboardVC</name>
     <message>
         <source>Original key: %1</source>
@@ -1033,6 +1048,10 @@ Für Stabilität und Leistung empfiehlt es sich, die App zu aktualisieren.</tran
     <message>
         <source>Press the new key to remap the original key into (or pick from the below list)</source>
         <translation>Drücken Sie die neue Taste, die die Originaltaste erzeugen soll (oder wählen Sie sie aus der Liste unten)</translation>
+    </message>
+    <message>
+        <source>Row %1 already maps %2: a key gives one code, so this mapping, added after it, replaces it.</source>
+        <translation>Zeile %1 ordnet %2 bereits zu: Eine Taste liefert nur einen Code, daher ersetzt diese Zuordnung, die danach hinzugefügt wird, jene.</translation>
     </message>
 </context>
 <context>
