@@ -89,8 +89,9 @@ class MappingStatus {
     static constexpr const char* noAccessText = QT_TRANSLATE_NOOP(
         "MappingStatus",
         "Keyvane has no access to your keyboards (%1: %2), so it cannot install your mappings. "
-        "Add yourself to the group input (sudo usermod -aG input $USER), then log out and in "
-        "again.");
+        "Install the Keyvane package: its keymap service changes keymaps for you, with no group. "
+        "Without it, the group input gives access (keyvane-grant-input-access --grant, then log "
+        "out and in), but it also lets every program you run read your keys.");
     static constexpr const char* cannotOpenText = QT_TRANSLATE_NOOP(
         "MappingStatus",
         "Keyvane cannot open %1 (%2), which may be a keyboard, so it cannot install your "

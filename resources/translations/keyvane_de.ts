@@ -722,8 +722,8 @@ Klicken Sie auf +, um eine Taste und die Taste zu wählen, die sie erzeugen soll
         <translation>Ersetzt durch Zeile %1</translation>
     </message>
     <message>
-        <source>Keyvane has no access to your keyboards (%1: %2), so it cannot install your mappings. Add yourself to the group input (sudo usermod -aG input $USER), then log out and in again.</source>
-        <translation>Keyvane hat keinen Zugriff auf Ihre Tastaturen (%1: %2) und kann Ihre Zuordnungen daher nicht installieren. Fügen Sie sich der Gruppe input hinzu (sudo usermod -aG input $USER), melden Sie sich dann ab und wieder an.</translation>
+        <source>Keyvane has no access to your keyboards (%1: %2), so it cannot install your mappings. Install the Keyvane package: its keymap service changes keymaps for you, with no group. Without it, the group input gives access (keyvane-grant-input-access --grant, then log out and in), but it also lets every program you run read your keys.</source>
+        <translation>Keyvane hat keinen Zugriff auf Ihre Tastaturen (%1: %2) und kann Ihre Zuordnungen daher nicht installieren. Installieren Sie das Keyvane-Paket: Sein Tastaturbelegungsdienst ändert die Belegungen für Sie, ohne Gruppe. Ohne ihn gibt die Gruppe input Zugriff (keyvane-grant-input-access --grant, dann ab- und wieder anmelden), erlaubt aber auch jedem Programm, das Sie starten, Ihre Tastendrücke zu lesen.</translation>
     </message>
     <message>
         <source>Keyvane cannot open %1 (%2), which may be a keyboard, so it cannot install your mappings. Unplug that device and plug it in again, or restart.</source>
