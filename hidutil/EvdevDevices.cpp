@@ -14,8 +14,8 @@
 #include <optional>
 
 #include "common/Text.h"
-#include "keys/KeyCapabilities.h"
 #include "hidutil/UdevData.h"
+#include "keys/KeyCapabilities.h"
 
 namespace keyvane::hidutil {
 namespace {

@@ -1,8 +1,8 @@
 #include "hidutil/Property.h"
 
 #include "common/Hex.h"
-#include "keys/HidKeyCodes.h"
 #include "hidutil/Messages.h"
+#include "keys/HidKeyCodes.h"
 
 namespace keyvane::hidutil {
 namespace {

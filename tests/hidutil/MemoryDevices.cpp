@@ -5,8 +5,8 @@
 #include <sstream>
 
 #include "hidutil/Command.h"
-#include "keys/HidKeyCodes.h"
 #include "hidutil/UdevData.h"
+#include "keys/HidKeyCodes.h"
 
 namespace keyvane::testing {
 namespace {

@@ -5,8 +5,8 @@
 #include <linux/input-event-codes.h>
 
 #include "hidutil/Command.h"
-#include "tests/support/Golden.h"
 #include "tests/hidutil/MemoryDevices.h"
+#include "tests/support/Golden.h"
 
 namespace keyvane::hidutil {
 namespace {

@@ -6,8 +6,8 @@
 #include "common/Text.h"
 #include "hidutil/Command.h"
 #include "hidutil/PropertyText.h"
-#include "tests/support/Golden.h"
 #include "tests/hidutil/MemoryDevices.h"
+#include "tests/support/Golden.h"
 
 namespace keyvane::hidutil {
 namespace {
