@@ -240,13 +240,10 @@ bool MappingFile::write(const std::filesystem::path& file, std::string& error) {
 
 // A mapping the list has already: the same key made the same new key.
 bool MappingFile::isListed(const KeyMapping& mapping) {
-    // A stored record may lack either id; a read mapping has both.
-    const auto same = [](const KeyMapping& listed, const KeyMapping& read, const char* key) {
-        const auto found = listed.find(key);
-        return found != listed.end() && found->second == read.at(key);
-    };
+    // A read mapping has both ids, so a stored record that lacks one is never the same.
     return std::any_of(keyMappings.begin(), keyMappings.end(), [&](const KeyMapping& listed) {
-        return same(listed, mapping, "originalId") && same(listed, mapping, "remappedId");
+        return MappingStore::field(listed, "originalId") == mapping.at("originalId") &&
+               MappingStore::field(listed, "remappedId") == mapping.at("remappedId");
     });
 }
 

@@ -298,19 +298,13 @@ std::optional<MappingState> MappingStatus::stateOfRow(std::size_t row) {
     std::optional<MappingState> state = stateOf(keyMappings.at(row));
     if (!state || nothingInstalled())
         return state;
-    const auto id = [](std::size_t at, const char* key) {
-        const auto found = keyMappings[at].find(key);
-        return found == keyMappings[at].end() ? std::string() : found->second;
-    };
-    // hidutil installs the list in its order, so a key gives what its last mapping wants; an
-    // earlier mapping of it that wants the same is in effect all the same.
-    for (std::size_t last = keyMappings.size() - 1; last > row; --last) {
-        if (id(last, "originalId") != id(row, "originalId") || id(row, "originalId").empty())
-            continue;
-        if (id(last, "remappedId") != id(row, "remappedId"))
-            state->replacedBy = last + 1;
-        break;
-    }
+    // A key gives what its last mapping wants; an earlier mapping of it that wants the same is in
+    // effect all the same.
+    const auto last = MappingStore::lastRowOf(MappingStore::field(keyMappings[row], "originalId"));
+    if (last && *last > row &&
+        MappingStore::field(keyMappings[*last], "remappedId") !=
+            MappingStore::field(keyMappings[row], "remappedId"))
+        state->replacedBy = *last + 1;
     return state;
 }
 

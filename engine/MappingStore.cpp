@@ -58,6 +58,19 @@ void MappingStore::removeMapping(std::size_t index) {
     saveMappings();
 }
 
+std::string MappingStore::field(const KeyMapping& mapping, const char* key) {
+    const auto found = mapping.find(key);
+    return found == mapping.end() ? std::string() : found->second;
+}
+
+std::optional<std::size_t> MappingStore::lastRowOf(const std::string& originalId) {
+    for (std::size_t row = keyMappings.size(); row > 0 && !originalId.empty(); --row) {
+        if (field(keyMappings[row - 1], "originalId") == originalId)
+            return row - 1;
+    }
+    return std::nullopt;
+}
+
 std::optional<std::string> MappingStore::loadKeyboardId() {
     return UserDefaults::standard().stringForKey(defaults_keys::keyboardId);
 }

@@ -42,6 +42,12 @@ class MappingStore {
     // The record that a stored or imported value holds: a dictionary of strings, or nothing.
     static std::optional<KeyMapping> asKeyMapping(const DefaultsValue& value);
 
+    // A record's value under `key`, or "" where it has none (stored records may lack any key).
+    static std::string field(const KeyMapping& mapping, const char* key);
+    // The index of the last record of the original key `originalId`: the one a key gives, as
+    // hidutil installs the list in its order and a key gives one code.
+    static std::optional<std::size_t> lastRowOf(const std::string& originalId);
+
     // The list as one line of text, for the standard output trace.
     static std::string describe(const std::vector<KeyMapping>& mappings);
 };

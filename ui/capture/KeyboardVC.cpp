@@ -10,6 +10,7 @@
 #include "engine/KeyTable.h"
 #include "engine/MappingApplier.h"
 #include "engine/MappingStatus.h"
+#include "engine/MappingStore.h"
 #include "engine/ShellRunner.h"
 #include "platform/KeyboardShortcutsInhibitor.h"
 #include "ui/KeyNames.h"
@@ -152,12 +153,9 @@ void KeyboardVC::handleKeyEvent(const KeyEvent& event) {
 
 // The last row of the original key is the one in effect, so that is the one a new row replaces.
 QString KeyboardVC::alreadyMappedNote() const {
-    for (std::size_t row = keyMappings.size(); row > 0; --row) {
-        const auto original = keyMappings[row - 1].find("originalId");
-        if (original != keyMappings[row - 1].end() && original->second == originalId_)
-            return tr(alreadyMappedText).arg(row).arg(QString::fromStdString(originalName_));
-    }
-    return {};
+    const auto last = MappingStore::lastRowOf(originalId_);
+    return last ? tr(alreadyMappedText).arg(*last + 1).arg(QString::fromStdString(originalName_))
+                : QString();
 }
 
 // The capture area keeps the focus, so a screen reader learns what was captured from its name.
