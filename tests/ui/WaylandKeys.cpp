@@ -132,4 +132,8 @@ int main() {
         wl_display_roundtrip(display);
         std::cout << "ok" << std::endl;
     }
+    xkb_state_unref(state);
+    xkb_keymap_unref(keymap);
+    xkb_context_unref(context);
+    wl_display_disconnect(display);
 }
