@@ -50,7 +50,7 @@ TEST(LinuxKeyCodes, EveryKeyboardKeyOfTheTableComesBackFromItsKernelKeyCode) {
 TEST(LinuxKeyCodes, ModifiersAndKeysWithoutAnEntry) {
     for (int none : {0, KEY_F13, KEY_FN, KEY_MUTE, 10000, -8})
         EXPECT_EQ(virtualKeyCodeForLinuxKeyCode(none), std::nullopt) << none;
-    for (int key : {KEY_LEFTSHIFT, KEY_RIGHTMETA, KEY_CAPSLOCK, KEY_A, KEY_ESC})
+    for (int key : {KEY_LEFTSHIFT, KEY_RIGHTMETA, KEY_RIGHTCTRL, KEY_CAPSLOCK, KEY_A, KEY_ESC})
         EXPECT_EQ(isModifierLinuxKeyCode(key), key != KEY_A && key != KEY_ESC) << key;
 }
 
