@@ -1078,6 +1078,33 @@ Für Stabilität und Leistung empfiehlt es sich, die App zu aktualisieren.</tran
     </message>
 </context>
 <context>
+    <name>keyvane::MappingHistory</name>
+    <message>
+        <source>&amp;Undo %1</source>
+        <translation>&amp;Rückgängig: %1</translation>
+    </message>
+    <message>
+        <source>Re&amp;do %1</source>
+        <translation>&amp;Wiederholen: %1</translation>
+    </message>
+    <message>
+        <source>Add Mapping</source>
+        <translation>Zuordnung hinzufügen</translation>
+    </message>
+    <message>
+        <source>Remove Mapping</source>
+        <translation>Zuordnung entfernen</translation>
+    </message>
+    <message>
+        <source>Import</source>
+        <translation>Import</translation>
+    </message>
+    <message>
+        <source>Keyboard Choice</source>
+        <translation>Wahl der Tastatur</translation>
+    </message>
+</context>
+<context>
     <name>keyvane::PermanentKeymapDialogs</name>
     <message>
         <source>OK</source>

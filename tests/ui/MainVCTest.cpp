@@ -176,6 +176,7 @@ TEST_F(MainVCTest,
     EXPECT_EQ(storedList(), MappingStore::describe({threeRecords[1], threeRecords[2]}));
     ASSERT_EQ(hidutil.calls().size(), 2u);
     EXPECT_EQ(hidutil.calls()[0], FakeHidutil::clearingCall());
+    EXPECT_EQ(outlet<QAction>("undoAction")->text(), "&Undo Remove Mapping");
     // Undo puts it back and Redo takes it out again, each stored and installed.
     for (const auto& [redo, list] :
          {std::pair{false, threeRecords}, {true, {threeRecords[1], threeRecords[2]}}})
@@ -187,6 +188,10 @@ TEST_F(MainVCTest,
         QTest::simulateEvent(table(), true, Qt::Key_Delete, Qt::NoModifier, {}, repeat);
     QTest::simulateEvent(table(), false, Qt::Key_Delete, Qt::NoModifier, {}, false);
     EXPECT_EQ(column(0), std::vector<std::string>{"Command"});
+    // Undo selects the row it brings back.
+    takeStep(false, {threeRecords[1], threeRecords[2]});
+    EXPECT_EQ(table()->selectionModel()->selectedRows().value(0).row(), 1);
+    takeStep(true, {threeRecords[1]});
     table()->selectRow(0);
     clickSegment("removeSegment");
     EXPECT_TRUE(keyMappings.empty());
@@ -499,6 +504,8 @@ TEST_F(MainVCTest, OnlyAChoiceFromTheOpenedListChangesTheKeyboard) {
         EXPECT_EQ(MappingFile::storedKeyboardId(), popup->currentData().toString().toStdString());
         EXPECT_EQ(hidutil.calls().back().size(), title == std::string("USB") ? 5u : 3u);
     }
+    EXPECT_EQ(outlet<QAction>("undoAction")->text(), "&Undo");
+    EXPECT_EQ(outlet<QAction>("redoAction")->text(), "Re&do Keyboard Choice");
 }
 
 // File > Make Permanent…, confirmed: the helper changes the keys between a clearing of the session

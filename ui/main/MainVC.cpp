@@ -117,7 +117,13 @@ void MainVC::connectActions() {
 // Edit > Undo, Redo and Add Mapping from Lists…, and the table's current row kept to its selection.
 void MainVC::setUpEditing() {
     history_ = new MappingHistory(
-        ui_->undoAction, ui_->redoAction, [this] { showStoredChoices(); }, this);
+        ui_->undoAction, ui_->redoAction,
+        [this](std::optional<std::size_t> broughtBack) {
+            showStoredChoices();
+            if (broughtBack)
+                selectRow(static_cast<int>(*broughtBack));
+        },
+        this);
     connect(ui_->addFromListsAction, &QAction::triggered, this, &MainVC::presentAddFromListsVC);
     QItemSelectionModel* selection = ui_->tableView->selectionModel();
     connect(selection, &QItemSelectionModel::currentChanged, this,
@@ -259,23 +265,26 @@ void MainVC::reloadTable() {
 }
 
 void MainVC::selectLastRow() {
-    if (rowCount() == 0)
-        return;
-    ui_->tableView->selectRow(rowCount() - 1);
-    ui_->tableView->scrollTo(index(rowCount() - 1, 0));
+    if (rowCount() > 0)
+        selectRow(rowCount() - 1);
+}
+
+void MainVC::selectRow(int row) {
+    ui_->tableView->selectRow(row);
+    ui_->tableView->scrollTo(index(row, 0));
 }
 
 void MainVC::showStoredChoices() {
     reloadTable();
     selectKeyboard(ui_->keyboardPopup, MappingFile::storedKeyboardId());
     ui_->applyCheckbox->setChecked(MappingStore::loadApplyAtLogin());
-    history_->record();
+    history_->record(MappingHistory::importStep);
 }
 
 void MainVC::mappingAdded() {
     reloadTable();
     selectLastRow();
-    history_->record();
+    history_->record(MappingHistory::addStep);
 }
 
 void MainVC::importMappings() {
@@ -307,7 +316,7 @@ void MainVC::segmentedBtnClick(SegmentedControl* sender) {
     MappingStore::removeMapping(static_cast<std::size_t>(row));
     endRemoveRows();
     MappingApplier::applyMappings();
-    history_->record();
+    history_->record(MappingHistory::removeStep);
 }
 
 // Another mapping could not be installed; the capture window would also clear the keys as it opens.
@@ -345,7 +354,7 @@ void MainVC::keyboardPopupChanged(QComboBox* sender) {
         return;
     MappingStore::saveKeyboardId(identifier);
     MappingApplier::applyMappings();
-    history_->record();
+    history_->record(MappingHistory::keyboardStep);
 }
 
 void MainVC::applyCheckboxClicked(QCheckBox* sender) {

@@ -88,6 +88,7 @@ class MainVC : public QAbstractTableModel {
     void importMappings();
     void setUpEditing();
     void matchCurrentToSelection();
+    void selectRow(int row);
     bool roomForAnotherMapping() const;
     void presentAddFromListsVC();
 
