@@ -28,8 +28,8 @@ class MappingHistory : public QObject {
     static constexpr const char* redoNamed = QT_TR_NOOP("Re&do %1");
 
     // `undo` and `redo` are enabled only while they have a step to take; `show` shows the list
-    // and the keyboard choice again once a step has stored them, with the first row that the step
-    // brought back (if any) selected.
+    // and the keyboard choice again once a step has stored them, and selects `broughtBack`, the
+    // first row that the step brought back, if it brought one.
     using Show = std::function<void(std::optional<std::size_t> broughtBack)>;
     MappingHistory(QAction* undo, QAction* redo, Show show, QObject* parent);
 
